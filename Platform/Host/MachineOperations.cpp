@@ -1,0 +1,189 @@
+/// The host's definition of the machine operations.
+
+#include "Machine.h"
+
+#include "HostMachine.h"
+
+HostMachine *gHostMachine = nullptr;
+
+namespace {
+
+HostMachine &
+BoundMachine ()
+{
+  if (gHostMachine == nullptr) {
+    throw MachineFault ("machine operation while no machine is bound");
+  }
+  return *gHostMachine;
+}
+
+[[noreturn]] void
+NoSuchOperation (const char *Operation, UINT64 Operand)
+{
+  throw MachineFault (std::string ("this machine has no ") + Operation + " " +
+                      std::to_string (Operand));
+}
+
+void
+StoreUnlessNull (UINT32 *To, UINT32 Value)
+{
+  if (To != nullptr) {
+    *To = Value;
+  }
+}
+
+} // namespace
+
+CpuidRegisters
+HostMachine::Cpuid (UINT32 Leaf, UINT32)
+{
+  NoSuchOperation ("CPUID leaf", Leaf);
+}
+
+UINT64
+HostMachine::ReadMsr (UINT32 Index)
+{
+  NoSuchOperation ("MSR", Index);
+}
+
+UINT64
+HostMachine::TdVmCall (UINT64 Leaf, const UINT64 (&)[4], UINT64 &)
+{
+  NoSuchOperation ("VM call", Leaf);
+}
+
+UINT64
+HostMachine::ReadTsc ()
+{
+  NoSuchOperation ("time-stamp counter", 0);
+}
+
+void
+HostMachine::Pause ()
+{
+  NoSuchOperation ("pause", 0);
+}
+
+void
+HostMachine::Breakpoint ()
+{
+  NoSuchOperation ("breakpoint", 0);
+}
+
+UINT8
+HostMachine::IoRead8 (UINT16 Port)
+{
+  NoSuchOperation ("input port", Port);
+}
+
+void
+HostMachine::IoWrite8 (UINT16 Port, UINT8)
+{
+  NoSuchOperation ("output port", Port);
+}
+
+UINT32
+HostMachine::MmioRead (UINTN Address, UINTN)
+{
+  NoSuchOperation ("readable memory at", Address);
+}
+
+void
+HostMachine::MmioWrite (UINTN Address, UINTN, UINT32)
+{
+  NoSuchOperation ("writable memory at", Address);
+}
+
+UINT32 EFIAPI
+AsmCpuidEx (UINT32 Index, UINT32 SubIndex, UINT32 *Eax, UINT32 *Ebx, UINT32 *Ecx, UINT32 *Edx)
+{
+  const CpuidRegisters Registers = BoundMachine ().Cpuid (Index, SubIndex);
+  StoreUnlessNull (Eax, Registers.Eax);
+  StoreUnlessNull (Ebx, Registers.Ebx);
+  StoreUnlessNull (Ecx, Registers.Ecx);
+  StoreUnlessNull (Edx, Registers.Edx);
+  return Index;
+}
+
+UINT32 EFIAPI
+AsmCpuid (UINT32 Index, UINT32 *Eax, UINT32 *Ebx, UINT32 *Ecx, UINT32 *Edx)
+{
+  return AsmCpuidEx (Index, 0, Eax, Ebx, Ecx, Edx);
+}
+
+UINT64 EFIAPI
+AsmReadMsr64 (UINT32 Index)
+{
+  return BoundMachine ().ReadMsr (Index);
+}
+
+UINT64 EFIAPI
+TdVmCall (UINT64 Leaf, UINT64 Arg1, UINT64 Arg2, UINT64 Arg3, UINT64 Arg4, UINT64 *Result)
+{
+  UINT64 Answer = 0;
+  const UINT64 Status = BoundMachine ().TdVmCall (Leaf, {Arg1, Arg2, Arg3, Arg4}, Answer);
+  if (Status == 0 && Result != nullptr) {
+    *Result = Answer;
+  }
+  return Status;
+}
+
+UINT64 EFIAPI
+AsmReadTsc ()
+{
+  return BoundMachine ().ReadTsc ();
+}
+
+VOID EFIAPI
+CpuPause ()
+{
+  BoundMachine ().Pause ();
+}
+
+VOID EFIAPI
+CpuBreakpoint ()
+{
+  BoundMachine ().Breakpoint ();
+}
+
+UINT8 EFIAPI
+IoRead8 (UINT16 Port)
+{
+  return BoundMachine ().IoRead8 (Port);
+}
+
+VOID EFIAPI
+IoWrite8 (UINT16 Port, UINT8 Value)
+{
+  BoundMachine ().IoWrite8 (Port, Value);
+}
+
+UINT8 EFIAPI
+MmioLoad8 (UINTN Address)
+{
+  return static_cast<UINT8> (BoundMachine ().MmioRead (Address, 1));
+}
+
+UINT16 EFIAPI
+MmioLoad16 (UINTN Address)
+{
+  return static_cast<UINT16> (BoundMachine ().MmioRead (Address, 2));
+}
+
+VOID EFIAPI
+MmioStore16 (UINTN Address, UINT16 Value)
+{
+  BoundMachine ().MmioWrite (Address, 2, Value);
+}
+
+UINT32 EFIAPI
+MmioLoad32 (UINTN Address)
+{
+  return BoundMachine ().MmioRead (Address, 4);
+}
+
+VOID EFIAPI
+MmioStore32 (UINTN Address, UINT32 Value)
+{
+  BoundMachine ().MmioWrite (Address, 4, Value);
+}

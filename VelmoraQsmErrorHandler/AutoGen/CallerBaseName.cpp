@@ -1,0 +1,3 @@
+#include "SmmDebugServiceLib.h"
+
+constinit const CHAR8 *const gEfiCallerBaseName = "VelmoraQsmErrorHandler";

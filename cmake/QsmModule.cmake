@@ -1,0 +1,27 @@
+# Two helpers that every directory uses. A module exports its own directory and nothing else.
+
+# The object files of all driver modules make the driver, in the image and on the host.
+set_property (GLOBAL PROPERTY QSM_DRIVER_MODULES "")
+
+# qsm_add_module (NAME n SOURCES s... [DEPENDS m...])
+# A library module of the driver, compiled from the same sources in every world. Modules may depend
+# on each other in a ring: the debug service client needs gSmst, and its binding asserts.
+function (qsm_add_module)
+  cmake_parse_arguments (ARG "" "NAME" "SOURCES;DEPENDS" ${ARGN})
+  add_library (${ARG_NAME} STATIC ${ARG_SOURCES})
+  target_include_directories (${ARG_NAME} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries (${ARG_NAME} PUBLIC qsm_include ${ARG_DEPENDS} PRIVATE qsm_driver_options)
+  set_property (GLOBAL APPEND PROPERTY QSM_DRIVER_MODULES ${ARG_NAME})
+endfunction ()
+
+# qsm_add_test (NAME n SOURCES s... DEPENDS t...)
+# A GoogleTest program. Each case runs in a process of its own, so that module state is fresh.
+function (qsm_add_test)
+  if (NOT QSM_HOST)
+    return ()
+  endif ()
+  cmake_parse_arguments (ARG "" "NAME" "SOURCES;DEPENDS" ${ARGN})
+  add_executable (${ARG_NAME} ${ARG_SOURCES})
+  target_link_libraries (${ARG_NAME} PRIVATE ${ARG_DEPENDS} qsm_host_options GTest::gtest_main)
+  gtest_discover_tests (${ARG_NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction ()
