@@ -16,14 +16,12 @@ SmmDebugServiceProtocol *
 FindDebugService ()
 {
   SmmDebugServiceProtocol *Service = __atomic_load_n (&mDebugService, __ATOMIC_RELAXED);
-  if (Service != nullptr || gSmst == nullptr) {
+  if (Service != nullptr) {
     return Service;
   }
 
   VOID *Interface = nullptr;
-  const EFI_STATUS Status =
-      gSmst->SmmLocateProtocol (&gSmmDebugServiceProtocolGuid, nullptr, &Interface);
-  if (EFI_ERROR (Status)) {
+  if (EFI_ERROR (LocateSmmProtocol (&gSmmDebugServiceProtocolGuid, &Interface))) {
     return nullptr;
   }
   Service = static_cast<SmmDebugServiceProtocol *> (Interface);

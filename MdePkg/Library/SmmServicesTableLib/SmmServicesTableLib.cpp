@@ -56,3 +56,17 @@ SmmServicesTableLibConstructor (EFI_HANDLE, EFI_SYSTEM_TABLE *SystemTable)
   ASSERT (gSmst != nullptr, SmstNotNull);
   return EFI_SUCCESS;
 }
+
+EFI_STATUS
+LocateSmmProtocol (const EFI_GUID *Guid, VOID **Interface)
+{
+  *Interface = nullptr;
+  if (gSmst == nullptr) {
+    return EFI_UNSUPPORTED;
+  }
+  const EFI_STATUS Status = gSmst->SmmLocateProtocol (Guid, nullptr, Interface);
+  if (EFI_ERROR (Status)) {
+    *Interface = nullptr;
+  }
+  return Status;
+}

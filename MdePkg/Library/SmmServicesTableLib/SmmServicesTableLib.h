@@ -22,4 +22,8 @@ EFI_SMM_SYSTEM_TABLE2 *GetServicesTable (EFI_SYSTEM_TABLE *SystemTable,
                                          const EFI_GUID *BaseProtocolGuid,
                                          const AssertionSite &Located,
                                          const AssertionSite &InterfaceNotNull);
+
+/// Locates an SMM protocol, without a registration. *Interface is null after a failure, whatever
+/// the service left in it. Returns the service's status, or EFI_UNSUPPORTED while gSmst is null.
+[[nodiscard]] EFI_STATUS LocateSmmProtocol (const EFI_GUID *Guid, VOID **Interface);
 }
