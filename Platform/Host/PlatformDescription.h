@@ -1,0 +1,39 @@
+/// What a simulated platform is made of: its processors and the devices of its inventory.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct PlatformDescription {
+  std::string Name;
+
+  /// One logical processor.
+  struct Processor {
+    std::string CpuidSet; ///< Name of the recorded CPUID answers that it gives.
+    uint32_t ApicId = 0;
+    bool X2Apic = false; ///< The local APIC is in MSR mode; else it is memory-mapped.
+  };
+  std::vector<Processor> Processors; ///< At least one; the first loads the driver.
+
+  /// One device of the inventory. Fields that do not belong to its type are 0.
+  struct Device {
+    uint8_t Type = 0;              ///< An enum ErrorClass, or a type that never has errors.
+    std::optional<std::string> Id; ///< Redfish id; without a value its record has a null pointer.
+    uint64_t Socket = 0;           ///< Of a processor; of a memory device its low 8 bits.
+    uint8_t Channel = 0, Dimm = 0; ///< Of a memory device.
+    uint8_t Bus = 0, Device = 0, Function = 0; ///< Of a PCIe device.
+  };
+  std::vector<Device> Devices; ///< In the order of the inventory's device list.
+
+  bool InventoryReady = true;
+};
+
+/// Reads a description from a JSON file of the form in docs/platform.md. Throws InputError with one
+/// line that names the file, the key or the place in the text, and what was expected there.
+PlatformDescription LoadPlatformDescription (const std::filesystem::path &File);
+
+/// The platform that stands in where no file is given: a server of two sockets.
+PlatformDescription BuiltInPlatform ();
