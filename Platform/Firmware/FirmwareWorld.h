@@ -1,0 +1,79 @@
+/// What the firmware needs of the world in which it runs: a process of the host, or the emulated
+/// machine.
+#pragma once
+
+#include "Base.h"
+
+/// The memory that an allocation service gives out of.
+enum PoolKind : UINT8 {
+  PoolSmm,
+  PoolBoot,
+};
+inline constexpr UINTN PoolKindCount = 2;
+
+/// One command to the BMC. Data belongs to the sender and is valid during the call only.
+struct IpmiRequest {
+  UINT8 NetFunction;
+  UINT8 Lun;
+  UINT8 Command;
+  UINT8 DataSize;
+  const UINT8 *Data;
+};
+
+enum DebugEntryKind : UINT8 {
+  DebugMessage,
+  DebugAssertion,
+};
+
+/// One message or assertion that reached the debug service. All texts are valid during the call
+/// only; those that do not belong to the kind are null.
+struct DebugEntry {
+  DebugEntryKind Kind;
+  UINTN Processor;         ///< Index of the processor that executes.
+  const CHAR8 *ModuleName; ///< Null from a client that does not pass its name.
+  const CHAR8 *Text;       ///< What a reader sees, the line end included.
+
+  UINTN Level;         ///< Of a message.
+  const CHAR8 *Format; ///< Of a message, as the client passed it.
+
+  const CHAR8 *FileName; ///< Of an assertion.
+  UINTN LineNumber;
+  const CHAR8 *Description;
+};
+
+/// The functions that each world fills. Context goes back to each of them as it is. They may be
+/// called by several processors at once.
+struct FirmwareWorld {
+  VOID *Context;
+  UINTN NumberOfProcessors;
+
+  /// Gives a block of Size bytes, aligned to 8, out of one pool's memory; null when that is
+  /// exhausted. The block's content is undefined.
+  VOID *(*TakeBlock) (VOID *Context, PoolKind Kind, UINTN Size);
+
+  /// Takes back a block that TakeBlock gave with the same Kind and Size.
+  VOID (*ReturnBlock) (VOID *Context, PoolKind Kind, VOID *Block, UINTN Size);
+
+  /// Receives each message and each assertion, in the order in which a processor makes them.
+  VOID (*DebugOutput) (VOID *Context, const DebugEntry *Entry);
+
+  /// Sends one request to the BMC and waits for its answer. *ResponseSize is the room in Response
+  /// and becomes the number of bytes written; the first is the completion code.
+  EFI_STATUS (*SendToBmc)
+  (VOID *Context, const IpmiRequest *Request, UINT8 *Response, UINT8 *ResponseSize);
+
+  /// Index of the processor that executes the call, below NumberOfProcessors.
+  UINTN (*ExecutingProcessor) (VOID *Context);
+
+  /// Ends the run: somebody broke a rule of the platform, and Text says which. Does not return.
+  VOID (*Fault) (VOID *Context, const CHAR8 *Text);
+};
+
+extern "C" {
+
+/// The world of this boot, as FirmwareReset was given it.
+extern FirmwareWorld gWorld;
+
+/// Ends the run in the way of this world.
+[[noreturn]] VOID FirmwareFault (const CHAR8 *Text);
+}

@@ -1,0 +1,14 @@
+/// The images that have been loaded, each with its handle and its loaded image protocol.
+#pragma once
+
+#include "Protocol/LoadedImage.h"
+
+inline constexpr UINTN ImageMax = 16;
+
+extern "C" {
+
+VOID LoadedImagesReset ();
+
+/// Makes an image known. Returns its handle.
+EFI_HANDLE LoadedImageAdd (VOID *ImageBase, UINT64 ImageSize);
+}

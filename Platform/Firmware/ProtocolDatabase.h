@@ -1,0 +1,50 @@
+/// The two protocol databases: that of SMM and that of the boot services.
+#pragma once
+
+#include "FirmwareWorld.h"
+#include "Uefi/SmmSystemTable.h"
+
+/// Which database.
+enum ProtocolSpace : UINT8 {
+  ProtocolSmm,
+  ProtocolBoot,
+};
+inline constexpr UINTN ProtocolSpaceCount = 2;
+
+inline constexpr UINTN ProtocolMax = 64;
+inline constexpr UINTN HandleMax = 64;
+inline constexpr UINTN NotificationMax = 64;
+
+extern "C" {
+
+VOID ProtocolDatabaseReset ();
+
+/// Installs an interface (which may be null) on *Handle, or on a new handle when that is null, then
+/// calls the notifications registered for the protocol (PI 1.8, volume 4, 3.7). Fails with
+/// EFI_INVALID_PARAMETER for an unknown handle and for a handle that has the protocol already.
+EFI_STATUS ProtocolInstall (ProtocolSpace Space,
+                            EFI_HANDLE *Handle,
+                            const EFI_GUID *Protocol,
+                            VOID *Interface);
+
+/// Takes every interface of a protocol off, as on a platform that does not have it.
+VOID ProtocolRemove (ProtocolSpace Space, const EFI_GUID *Protocol);
+
+/// Finds the interface that was installed first. Fails with EFI_NOT_FOUND.
+EFI_STATUS ProtocolLocate (ProtocolSpace Space, const EFI_GUID *Protocol, VOID **Interface);
+
+/// Finds the interface on one handle. Fails with EFI_UNSUPPORTED.
+EFI_STATUS ProtocolOnHandle (ProtocolSpace Space,
+                             EFI_HANDLE Handle,
+                             const EFI_GUID *Protocol,
+                             VOID **Interface);
+
+/// Registers Function for the protocol in SMM, or with a null Function removes the registration in
+/// *Registration (PI 1.8, volume 4, 3.8). Registering the same pair again gives the same
+/// registration.
+EFI_STATUS
+ProtocolNotify (const EFI_GUID *Protocol, EFI_SMM_NOTIFY_FN Function, VOID **Registration);
+
+/// Number of notifications that stand registered, for all protocols.
+UINTN ProtocolNotificationCount ();
+}
