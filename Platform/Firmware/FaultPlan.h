@@ -20,31 +20,42 @@ enum FirmwareService : UINT8 {
 };
 inline constexpr UINTN FirmwareServiceCount = 12;
 
-/// "The Call-th call from power-on fails with Status." Call 0 plans nothing.
+/// The Call-th call since power-on ends in Status. Call 0 plans nothing.
 struct PlannedFault {
-  UINTN Call = 0;
-  EFI_STATUS Status = EFI_DEVICE_ERROR;
+  UINTN Call;
+  EFI_STATUS Status;
 };
 
-/// What a test plans and what it finds. A call that fails by plan has no effect but its status, and
-/// leaves undefined what it would have given out.
+/// What a test plans and what it finds. A planned error takes the place of the call's work: the
+/// call has no effect, and what it would have given out is undefined. A planned warning comes back
+/// from a call that did its work.
 struct FaultPlan {
   PlannedFault Service[FirmwareServiceCount]; ///< Counts the calls of one service.
   PlannedFault AnyService;                    ///< Counts the calls of all services together.
 
-  UINTN Calls[FirmwareServiceCount];  ///< Calls of each service since power-on.
-  UINTN AllCalls;                     ///< Their sum.
-  UINTN Failed[FirmwareServiceCount]; ///< Calls of each service that failed by plan.
+  UINTN Calls[FirmwareServiceCount];   ///< Calls of each service since power-on.
+  UINTN AllCalls;                      ///< Their sum.
+  UINTN Planned[FirmwareServiceCount]; ///< Calls of each service that a plan has met.
 };
 
 extern "C" {
 
+/// The plan of this boot; tests write to it while no driver runs.
 extern FaultPlan gFaultPlan;
 
-/// Counts one call of Service. Returns EFI_SUCCESS when the service shall do its work, else the
-/// planned status with which it shall fail.
+VOID FaultPlanReset ();
+
+/// Plans that the Call-th call of Service from now on ends in Status; 1 is the next one.
+VOID FaultPlanFail (FirmwareService Service, UINTN Call, EFI_STATUS Status);
+
+/// Counts one call of Service. Returns an error with which the service shall fail at once, or
+/// EFI_SUCCESS or a warning with which it shall come back when it has done its work.
 EFI_STATUS FaultPlanCount (FirmwareService Service);
 }
 
-/// Stands in a result that a failed call does not give: whoever uses it as a pointer faults.
-inline constexpr UINT64 UndefinedResult = 0xAFAFAFAFAFAFAFAF;
+/// What a call that fails leaves where its result belongs: whoever uses it crashes.
+inline VOID *
+UndefinedPointer ()
+{
+  return reinterpret_cast<VOID *> (0xAFAFAFAFAFAFAFAF);
+}

@@ -30,9 +30,12 @@ extern Pool gPools[PoolKindCount];
 
 VOID PoolReset ();
 
-/// Allocates Size bytes, filled with a pattern. Fails with EFI_OUT_OF_RESOURCES.
+/// The service of each pool: allocates Size bytes, which are filled with a pattern. SMM pool is of
+/// the types EfiRuntimeServicesCode and EfiRuntimeServicesData only (PI 1.8, volume 4, 3.4). Fails
+/// with EFI_INVALID_PARAMETER, and with EFI_OUT_OF_RESOURCES.
 EFI_STATUS PoolAllocate (PoolKind Kind, EFI_MEMORY_TYPE Type, UINTN Size, VOID **Buffer);
 
-/// Frees a block. A block that is not live, or not of this pool, is a fault.
-VOID PoolFree (PoolKind Kind, VOID *Buffer);
+/// The service of each pool: frees a block. A block that is not live, or not of this pool, is a
+/// fault.
+EFI_STATUS PoolFree (PoolKind Kind, VOID *Buffer);
 }

@@ -1,0 +1,117 @@
+#include "DebugService.h"
+
+#include "DebugFormat.h"
+#include "FirmwareWorld.h"
+#include "ProtocolDatabase.h"
+#include "UnprovidedService.h"
+
+constinit SmmDebugServiceProtocol gDebugService = {};
+
+namespace {
+
+/// A client takes the form that the revision asks for.
+VOID
+RequireForm (bool Named)
+{
+  if (Named != (gDebugService.Revision > SMM_DEBUG_SERVICE_REVISION_UNNAMED)) {
+    FirmwareFault ("the debug service was called in the form of another revision");
+  }
+}
+
+VOID
+Output (DebugEntry Entry)
+{
+  Entry.Processor = gWorld.ExecutingProcessor (gWorld.Context);
+  gWorld.DebugOutput (gWorld.Context, &Entry);
+}
+
+EFI_STATUS
+RecordMessage (UINTN ErrorLevel, const CHAR8 *ModuleName, const CHAR8 *Format, VA_LIST Args)
+{
+  CHAR8 Text[DebugTextMax];
+  DebugFormat (Text, sizeof Text, Format, Args);
+  DebugEntry Entry = {};
+  Entry.Kind = DebugMessage;
+  Entry.ModuleName = ModuleName;
+  Entry.Text = Text;
+  Entry.Level = ErrorLevel;
+  Entry.Format = Format;
+  Output (Entry);
+  return EFI_SUCCESS;
+}
+
+VOID EFIAPI
+FormatText (CHAR8 *Buffer, UINTN Size, const CHAR8 *Format, ...)
+{
+  VA_LIST Args;
+  VA_START (Args, Format);
+  DebugFormat (Buffer, Size, Format, Args);
+  VA_END (Args);
+}
+
+EFI_STATUS
+RecordAssertion (const CHAR8 *ModuleName,
+                 const CHAR8 *FileName,
+                 UINTN LineNumber,
+                 const CHAR8 *Description)
+{
+  CHAR8 Text[DebugTextMax];
+  FormatText (Text, sizeof Text, "ASSERT %a:%d %a\n", FileName, LineNumber, Description);
+  DebugEntry Entry = {};
+  Entry.Kind = DebugAssertion;
+  Entry.ModuleName = ModuleName;
+  Entry.Text = Text;
+  Entry.FileName = FileName;
+  Entry.LineNumber = LineNumber;
+  Entry.Description = Description;
+  Output (Entry);
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS EFIAPI
+Print (UINTN ErrorLevel, const CHAR8 *Format, VA_LIST Args)
+{
+  RequireForm (false);
+  return RecordMessage (ErrorLevel, nullptr, Format, Args);
+}
+
+EFI_STATUS EFIAPI
+PrintWithName (UINTN ErrorLevel, const CHAR8 *ModuleName, const CHAR8 *Format, VA_LIST Args)
+{
+  RequireForm (true);
+  return RecordMessage (ErrorLevel, ModuleName, Format, Args);
+}
+
+EFI_STATUS EFIAPI
+Assert (const CHAR8 *FileName, UINTN LineNumber, const CHAR8 *Description)
+{
+  RequireForm (false);
+  return RecordAssertion (nullptr, FileName, LineNumber, Description);
+}
+
+EFI_STATUS EFIAPI
+AssertWithName (const CHAR8 *ModuleName,
+                const CHAR8 *FileName,
+                UINTN LineNumber,
+                const CHAR8 *Description)
+{
+  RequireForm (true);
+  return RecordAssertion (ModuleName, FileName, LineNumber, Description);
+}
+
+} // namespace
+
+VOID
+DebugServiceReset ()
+{
+  gDebugService = {
+      .Revision = SMM_DEBUG_SERVICE_REVISION_UNNAMED + 1,
+      .Print = Print,
+      .Assert = Assert,
+      .PrintWithName = PrintWithName,
+      .Reserved =
+          reinterpret_cast<VOID *> (UnprovidedService<"the debug service has no entry at 32">),
+      .AssertWithName = AssertWithName,
+  };
+  ProtocolPublish (ProtocolSmm, &gSmmDebugServiceProtocolGuid, &gDebugService);
+}

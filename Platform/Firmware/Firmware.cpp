@@ -1,0 +1,63 @@
+#include "Firmware.h"
+
+#include "BootServices.h"
+#include "DebugService.h"
+#include "FaultPlan.h"
+#include "IpmiTransport.h"
+#include "LoadedImages.h"
+#include "Pool.h"
+#include "Protocol/SmmReadyToLock.h"
+#include "ProtocolDatabase.h"
+#include "SmmServices.h"
+#include "StatusCodeRouter.h"
+#include "SystemInventory.h"
+
+constinit FirmwareWorld gWorld = {};
+
+namespace {
+
+/// All subjects, those first on which others rest.
+constexpr VOID (*ResetSubject[]) () = {
+    FaultPlanReset,        PoolReset,
+    ProtocolDatabaseReset, BootServicesReset,
+    SmmServicesReset,      LoadedImagesReset,
+    DebugServiceReset,     StatusCodeRouterReset,
+    IpmiTransportReset,    SystemInventoryReset,
+};
+
+} // namespace
+
+VOID
+FirmwareFault (const CHAR8 *Text)
+{
+  gWorld.Fault (gWorld.Context, Text);
+  __builtin_trap ();
+}
+
+VOID
+FirmwareReset (const FirmwareWorld *World)
+{
+  gWorld = *World;
+  for (const auto Reset : ResetSubject) {
+    Reset ();
+  }
+}
+
+EFI_SYSTEM_TABLE *
+FirmwareSystemTable ()
+{
+  return &gSystemTable;
+}
+
+EFI_HANDLE
+FirmwareAddImage (VOID *ImageBase, UINT64 ImageSize)
+{
+  return LoadedImageAdd (ImageBase, ImageSize);
+}
+
+VOID
+FirmwareSignalReadyToLock ()
+{
+  ProtocolPublish (ProtocolSmm, &gEfiSmmReadyToLockProtocolGuid, nullptr);
+  BootServicesClose ();
+}

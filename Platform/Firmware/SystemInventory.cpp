@@ -1,0 +1,59 @@
+#include "SystemInventory.h"
+
+#include "FirmwareWorld.h"
+#include "ProtocolDatabase.h"
+
+constinit InventoryInfo gInventory = {};
+
+namespace {
+
+/// Fills what nobody may read. As a pointer it points nowhere.
+constexpr int UnknownFieldPattern = 0xA5;
+
+constinit InventoryDevice mDevices[InventoryDeviceMax] = {};
+constinit const InventoryDevice *mDeviceList[InventoryDeviceMax] = {};
+
+} // namespace
+
+VOID
+SystemInventoryReset ()
+{
+  __builtin_memset (&gInventory, UnknownFieldPattern, sizeof gInventory);
+  gInventory.DataReady = TRUE;
+  gInventory.DeviceCount = 0;
+  gInventory.DeviceList = mDeviceList;
+  ProtocolPublish (ProtocolSmm, &gOrvSmmSystemInventoryInfoProtocolGuid, &gInventory);
+}
+
+VOID
+SystemInventoryAdd (const InventoryRow *Row)
+{
+  const UINTN Index = gInventory.DeviceCount;
+  if (Index >= InventoryDeviceMax) {
+    FirmwareFault ("more devices than the inventory holds");
+  }
+  InventoryDevice *Device = &mDevices[Index];
+  __builtin_memset (Device, UnknownFieldPattern, sizeof *Device);
+  Device->DeviceType = Row->Type;
+  switch (Row->Type) {
+  case ErrorClassProcessor:
+    Device->ProcessorSocket = Row->Socket;
+    Device->ProcessorRedfishId = Row->Id;
+    break;
+  case ErrorClassMemory:
+    Device->MemorySocket = static_cast<UINT8> (Row->Socket);
+    Device->MemoryChannel = Row->Channel;
+    Device->MemoryDimm = Row->Dimm;
+    Device->MemoryRedfishId = Row->Id;
+    break;
+  case ErrorClassPcie:
+    Device->PciBus = Row->Bus;
+    Device->PciDevFunc = static_cast<UINT8> (Row->Device << 3 | Row->Function);
+    Device->PcieRedfishId = Row->Id;
+    break;
+  default:
+    break;
+  }
+  mDeviceList[Index] = Device;
+  gInventory.DeviceCount = Index + 1;
+}
