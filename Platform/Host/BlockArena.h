@@ -7,25 +7,32 @@
 
 #include "Base.h"
 
-/// Between any two blocks lies a red zone, and freed blocks stay unusable for as long as there is
-/// other room. Under AddressSanitizer any access outside a live block ends the process.
+/// Red zones lie around every block, and a freed block stays unusable for as long as there is other
+/// room: under AddressSanitizer any access outside a live block ends the process. Blocks are
+/// aligned to 8 bytes and never to 16, which is all that a pool promises.
 class BlockArena {
 public:
-  explicit BlockArena (UINTN Size);
+  explicit BlockArena (UINTN Bytes);
   ~BlockArena ();
 
   /// Null when there is no room.
-  void *Take (UINTN Size);
-  void Return (void *Block, UINTN Size);
+  void *Take (UINTN Bytes);
+
+  /// Takes back a block that Take gave for the same number of bytes.
+  void Return (void *Block, UINTN Bytes);
 
   /// The range in which all blocks lie.
-  const UINT8 *Begin () const;
-  UINTN Size () const;
+  [[nodiscard]] const UINT8 *Begin () const;
+  [[nodiscard]] UINTN Size () const;
 
 private:
+  using Stretches = std::map<UINTN, UINTN>;
+
   std::mutex Lock;
-  UINTN Bytes;
+  UINTN TotalSize;
   std::unique_ptr<UINT8[]> Memory;
-  std::map<UINTN, UINTN> Free; ///< Offset and size of each free stretch.
-  UINTN Cursor = 0;            ///< Where the search for room goes on.
+  Stretches Free;   ///< Offset and size of each free stretch.
+  UINTN Cursor = 0; ///< Where the search for room goes on.
+
+  Stretches::iterator FindRoom (UINTN Needed);
 };

@@ -22,25 +22,27 @@ public:
   DriverInstance &operator= (const DriverInstance &) = delete;
 
   /// The image entry, _ModuleEntryPoint.
-  EntryPoint Entry () const;
+  [[nodiscard]] EntryPoint Entry () const;
 
-  /// Where the copy lies.
-  VOID *ImageBase () const;
+  /// Where the copy lies, and the size of its file.
+  [[nodiscard]] VOID *ImageBase () const;
+  [[nodiscard]] UINT64 ImageSize () const;
 
   /// Address of one of the driver's own functions or variables, as
   /// Symbol<EFI_SMM_SYSTEM_TABLE2 *> ("gSmst"). Names of C linkage are plain; others are mangled.
   /// Throws std::runtime_error for an unknown name.
   template <typename Type>
-  Type *
+  [[nodiscard]] Type *
   Symbol (const std::string &Name) const
   {
     return reinterpret_cast<Type *> (Address (Name));
   }
 
 private:
-  void *Address (const std::string &Name) const;
-
+  UINT64 Size;
   void *Library = nullptr;
+
+  [[nodiscard]] void *Address (const std::string &Name) const;
 };
 
 /// The shared object of the driver under test, as the build made it.

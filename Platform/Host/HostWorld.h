@@ -14,16 +14,18 @@ struct PlatformFault : std::logic_error {
   using std::logic_error::logic_error;
 };
 
-/// One message or assertion of a driver; fields as in DebugEntry.
+/// One message or assertion of a driver; fields as in DebugEntry, and empty where that has null.
 struct DebugLine {
   DebugEntryKind Kind;
   UINTN Processor;
   std::string ModuleName;
-  std::string Text; ///< As a reader sees it, the line end included.
-  UINTN Level = 0;
+  std::string Text; ///< What a reader sees, the line end included.
+
+  UINTN Level;
   std::string Format;
+
   std::string FileName;
-  UINTN LineNumber = 0;
+  UINTN LineNumber;
   std::string Description;
 };
 
@@ -36,10 +38,10 @@ struct BmcRequest {
   std::vector<UINT8> Data;
 };
 
-/// What the BMC answers. A test changes it while no driver runs.
+/// What the BMC answers. Change it while no driver runs.
 struct BmcAnswer {
   EFI_STATUS Status = EFI_SUCCESS;      ///< What the transport returns.
-  std::vector<UINT8> Response = {0x00}; ///< The completion code and what follows it.
+  std::vector<UINT8> Response = {0x00}; ///< The completion code and what follows; may be empty.
 };
 
 class HostWorld {
@@ -49,21 +51,27 @@ public:
   /// The table for FirmwareReset; valid while this object lives.
   FirmwareWorld Table ();
 
-  /// Copies of what has been recorded since the start, or since Forget; any thread may ask.
-  std::vector<DebugLine> Log () const;
-  std::vector<BmcRequest> Requests () const;
+  /// What the drivers gave out, in order; read it while none runs.
+  std::vector<DebugLine> Log;
+  std::vector<BmcRequest> Requests;
 
-  /// Drops all records.
-  void Forget ();
+  /// Number of log lines and of requests so far.
+  struct Position {
+    std::size_t Log;
+    std::size_t Requests;
+  };
+  Position Now ();
+
+  /// Copies what one processor gave out since Start, while others may run.
+  std::vector<DebugLine> LogSince (const Position &Start, UINTN Processor);
+  std::vector<BmcRequest> RequestsSince (const Position &Start, UINTN Processor);
 
   BmcAnswer Bmc;
 
 private:
   UINTN NumberOfProcessors;
   BlockArena Arenas[PoolKindCount];
-  mutable std::mutex Lock; ///< Of the two lists.
-  std::vector<DebugLine> Lines;
-  std::vector<BmcRequest> Sent;
+  std::mutex Lock; ///< Of the two lists.
 
   void Record (const DebugEntry &Entry);
   EFI_STATUS Answer (const IpmiRequest &Request, UINT8 *Response, UINT8 &ResponseSize);

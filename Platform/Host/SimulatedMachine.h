@@ -7,21 +7,19 @@
 
 #include "HostMachine.h"
 #include "PlatformDescription.h"
+#include "SimulatedProcessor.h"
 
-class SimulatedProcessor;
-
-/// Each thread of the host acts as one processor at a time (OnProcessor). Time is simulated: each
-/// read of the time-stamp counter advances it.
+/// An operation goes to the processor that executes (ExecutingProcessor.h), and from there to the
+/// chipset. What neither has throws MachineFault. Time is simulated: each read of the time-stamp
+/// counter advances it.
 class SimulatedMachine : public HostMachine {
 public:
+  /// Throws std::invalid_argument for a description without processors, or with a CPUID set that
+  /// does not exist.
   explicit SimulatedMachine (const PlatformDescription &Description);
-  ~SimulatedMachine () override;
 
-  UINTN ProcessorCount () const;
+  [[nodiscard]] UINTN ProcessorCount () const;
   SimulatedProcessor &Processor (UINTN Index);
-
-  /// Index of the processor as which the calling thread acts; the first unless told otherwise.
-  static UINTN Executing ();
 
   CpuidRegisters Cpuid (UINT32 Leaf, UINT32 SubLeaf) override;
   UINT64 ReadMsr (UINT32 Index) override;
@@ -30,7 +28,7 @@ public:
   UINT32 MmioRead (UINTN Address, UINTN Width) override;
 
   /// Throws ProcessorStopped at the PauseLimit-th pause in a row: a processor that waits for
-  /// something looks at the clock, or at what it waits for, in between.
+  /// something looks at the clock or at a device in between.
   void Pause () override;
 
   /// The counter, and the step by which each read advances it.
@@ -40,17 +38,12 @@ public:
   UINTN PauseLimit = 1000;
 
 private:
-  std::vector<std::unique_ptr<SimulatedProcessor>> Processors;
-};
+  /// One thread at a time acts as a processor, so nothing here is shared.
+  struct Slot {
+    std::unique_ptr<SimulatedProcessor> Processor;
+    UINTN PausesInARow = 0;
+  };
+  std::vector<Slot> Slots;
 
-/// While it lives, the calling thread acts as another processor.
-class OnProcessor {
-public:
-  explicit OnProcessor (UINTN Index);
-  ~OnProcessor ();
-  OnProcessor (const OnProcessor &) = delete;
-  OnProcessor &operator= (const OnProcessor &) = delete;
-
-private:
-  UINTN Before;
+  SimulatedProcessor &Executing ();
 };

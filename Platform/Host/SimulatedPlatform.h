@@ -63,12 +63,11 @@ public:
                                EFI_STATUS_CODE_DATA *Data,
                                UINTN Processor = 0);
 
+  const PlatformDescription Description; ///< Owns the texts to which the inventory points.
   SimulatedMachine Machine;
   HostWorld World;
   std::vector<std::unique_ptr<DriverInstance>> Drivers;
 
 private:
-  PlatformDescription Description; ///< Owns the texts to which the inventory points.
-
   template <typename Callable> CallResult Run (UINTN Processor, Callable &&Call);
 };
