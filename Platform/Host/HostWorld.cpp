@@ -84,6 +84,13 @@ HostWorld::RequestsSince (const Position &Start, UINTN Processor)
 }
 
 void
+HostWorld::Forget ()
+{
+  Log.clear ();
+  Requests.clear ();
+}
+
+void
 HostWorld::Record (const DebugEntry &Entry)
 {
   const std::lock_guard Guard (Lock);

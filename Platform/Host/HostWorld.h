@@ -66,6 +66,9 @@ public:
   std::vector<DebugLine> LogSince (const Position &Start, UINTN Processor);
   std::vector<BmcRequest> RequestsSince (const Position &Start, UINTN Processor);
 
+  /// Drops what has been recorded so far; while no driver runs.
+  void Forget ();
+
   BmcAnswer Bmc;
 
 private:
