@@ -65,7 +65,8 @@ struct FirmwareWorld {
   /// Index of the processor that executes the call, below NumberOfProcessors.
   UINTN (*ExecutingProcessor) (VOID *Context);
 
-  /// Ends the run: somebody broke a rule of the platform, and Text says which. Does not return.
+  /// Ends the run: somebody broke a rule of the platform, and Text says which. Does not return. It
+  /// may throw: the firmware holds nothing while it calls its world or a driver.
   VOID (*Fault) (VOID *Context, const CHAR8 *Text);
 };
 

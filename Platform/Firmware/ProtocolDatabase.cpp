@@ -1,6 +1,7 @@
 #include "ProtocolDatabase.h"
 
 #include "FaultPlan.h"
+#include "FirmwareWorld.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
 /// The two protocol databases: that of SMM and that of the boot services.
 #pragma once
 
-#include "FirmwareWorld.h"
 #include "Uefi/SmmSystemTable.h"
 
 /// Which database.

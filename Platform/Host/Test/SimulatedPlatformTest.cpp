@@ -89,4 +89,19 @@ TEST_F (SimulatedPlatformTest, CatchesAccessesOutsideRecordsAndBlocks)
   }
 }
 
+TEST (BlockArena, GivesReturnedMemoryOutAgain)
+{
+  BlockArena Arena (1024);
+  std::vector<void *> Blocks;
+  while (void *Block = Arena.Take (150)) {
+    Blocks.push_back (Block);
+  }
+  ASSERT_EQ (Blocks.size (), 5U);
+  EXPECT_EQ (Arena.Take (900), nullptr);
+  for (const std::size_t Index : {1U, 3U, 2U, 0U, 4U}) {
+    Arena.Return (Blocks[Index], 150);
+  }
+  EXPECT_NE (Arena.Take (900), nullptr);
+}
+
 } // namespace
