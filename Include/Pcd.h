@@ -26,3 +26,10 @@ inline constexpr UINTN PcdMaximumAsciiStringLength = 100000000;
 
 /// Address of the local APIC's registers where IA32_APIC_BASE does not exist.
 inline constexpr UINT32 PcdCpuLocalApicBaseAddress = 0xFEE00000;
+
+/// Whether SetJump and LongJump move the shadow stack: with 0 never, else where the processor has
+/// control-flow enforcement turned on. The linker chooses the value with the machine operations,
+/// since it is assembly that reads it.
+extern "C" {
+extern const UINT32 PcdControlFlowEnforcementPropertyMask;
+}

@@ -3,8 +3,12 @@
 #include "Machine.h"
 
 #include "HostMachine.h"
+#include "Pcd.h"
 
 HostMachine *gHostMachine = nullptr;
+
+/// A process can neither read CR4 nor tell from it whether it has a shadow stack itself.
+const UINT32 PcdControlFlowEnforcementPropertyMask = 0;
 
 namespace {
 
