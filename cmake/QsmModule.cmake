@@ -3,15 +3,18 @@
 # The object files of all driver modules make the driver, in the image and on the host.
 set_property (GLOBAL PROPERTY QSM_DRIVER_MODULES "")
 
-# qsm_add_module (NAME n SOURCES s... [DEPENDS m...])
+# qsm_add_module (NAME n SOURCES s... [DEPENDS m...] [IMAGE_ONLY])
 # A library module of the driver, compiled from the same sources in every world. Modules may depend
-# on each other in a ring: the debug service client needs gSmst, and its binding asserts.
+# on each other in a ring: the debug service client needs gSmst, and its binding asserts. The host
+# builds an IMAGE_ONLY module for that module's own test; its driver has other means in its place.
 function (qsm_add_module)
-  cmake_parse_arguments (ARG "" "NAME" "SOURCES;DEPENDS" ${ARGN})
+  cmake_parse_arguments (ARG "IMAGE_ONLY" "NAME" "SOURCES;DEPENDS" ${ARGN})
   add_library (${ARG_NAME} STATIC ${ARG_SOURCES})
   target_include_directories (${ARG_NAME} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries (${ARG_NAME} PUBLIC qsm_include ${ARG_DEPENDS} PRIVATE qsm_driver_options)
-  set_property (GLOBAL APPEND PROPERTY QSM_DRIVER_MODULES ${ARG_NAME})
+  if (NOT (QSM_HOST AND ARG_IMAGE_ONLY))
+    set_property (GLOBAL APPEND PROPERTY QSM_DRIVER_MODULES ${ARG_NAME})
+  endif ()
 endfunction ()
 
 # qsm_add_test (NAME n SOURCES s... DEPENDS t...)

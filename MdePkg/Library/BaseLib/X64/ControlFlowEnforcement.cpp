@@ -1,0 +1,3 @@
+#include "Pcd.h"
+
+const UINT32 PcdControlFlowEnforcementPropertyMask = 1;
