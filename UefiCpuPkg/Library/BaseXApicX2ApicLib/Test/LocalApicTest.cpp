@@ -1,0 +1,126 @@
+#include "ProcessorTestBench.h"
+
+namespace {
+
+using LocalApic = ProcessorTestBench;
+
+TEST_F (LocalApic, PrefersTheInitialIdOnlyWhereItExceedsTheRegister)
+{
+  const struct {
+    UINT32 MaxBasic, Ebx, Edx, ApicId;
+  } Rows[] = {
+      {0x20, 0x2, 0xFF, 0x47},      {0x20, 0x2, 0xFFFFFFFF, 0xFFFFFFFF}, {0xB, 0x2, 0x100, 0x100},
+      {0x20, 0x8000, 0x100, 0x100}, {0x20, 0x10000, 0x100, 0x47},        {0xA, 0x2, 0x100, 0x47},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (testing::Message () << Row.MaxBasic << " " << Row.Ebx << " " << Row.Edx);
+    auto &Processor = UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::XApic);
+    Processor.CpuidAnswers[{0, 0}].Eax = Row.MaxBasic;
+    Processor.CpuidAnswers[{1, 0}].Ebx = 0x12800800;
+    Processor.CpuidAnswers[{0xB, 0}].Ebx = Row.Ebx;
+    Processor.CpuidAnswers[{0xB, 0}].Edx = Row.Edx;
+    EXPECT_EQ (GetApicId (), Row.ApicId);
+  }
+}
+
+TEST_F (LocalApic, CutsTheX2ApicIdTo32BitsAndLeavesAnXApicRegisterAsItIs)
+{
+  UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::X2Apic).Msrs[0x802] = 0x500000047;
+  EXPECT_EQ (ReadLocalApicIdRegister (), 0x47U);
+  UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::XApic, 0xFFFFFFFED4000);
+  EXPECT_EQ (ReadLocalApicIdRegister (), 0x47000000U);
+}
+
+TEST_F (LocalApic, NeverReadsApicBaseOnFamilies4And5)
+{
+  const struct {
+    UINT32 Version;
+    bool Supported;
+  } Rows[] = {
+      {0x000004F3, false}, {0x0FF0F5FF, false}, {0x000003FF, true},
+      {0x00000600, true},  {0x00500FFF, true},  {0x000FF0FF, true},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (Row.Version);
+    auto &Processor = UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::X2Apic);
+    Processor.Msrs[0x1B] = 0xFFFFFFFFFEC00FFF;
+    Processor.CpuidAnswers[{1, 0}].Eax = Row.Version;
+    EXPECT_EQ (LocalApicBaseAddressMsrSupported (), Row.Supported);
+    EXPECT_EQ (GetLocalApicBaseAddress (), Row.Supported ? 0xFFFFFFFFFEC00000 : 0xFEE00000);
+    EXPECT_EQ (GetApicMode (), Row.Supported ? LOCAL_APIC_MODE_X2APIC : LOCAL_APIC_MODE_XAPIC);
+    EXPECT_EQ (Processor.MsrReads.contains (0x1B), Row.Supported);
+  }
+}
+
+TEST_F (LocalApic, AssertsThatItIsEnabledAndGoesOnByTheModeBit)
+{
+  UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::Disabled);
+  EXPECT_EQ (GetApicId (), 0xFFU); // nobody answers at the register's address
+
+  auto &Processor = UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::X2Apic);
+  Processor.Msrs[0x1B] = 0xFEE00400;
+  EXPECT_EQ (GetApicMode (), LOCAL_APIC_MODE_X2APIC);
+
+  InstallDebugService ();
+  const std::string Report =
+      "UefiCpuPkg/Library/BaseXApicX2ApicLib/BaseXApicX2ApicLib:460 ApicBaseMsr.Bits.EN != 0";
+  EXPECT_EQ (StoppedAt ([] { CallDriver (GetApicId); }), Report);
+  Processor.Msrs[0x1B] = 0xFFFFFFFFFFFFF7FF;
+  EXPECT_EQ (StoppedAt ([] { CallDriver (GetApicMode); }), Report);
+  Processor.Msrs[0x1B] = 0x800;
+  EXPECT_EQ (StoppedAt ([] { EXPECT_EQ (GetApicMode (), LOCAL_APIC_MODE_XAPIC); }), "");
+}
+
+TEST_F (LocalApic, RoutesAllButTheVirtualisedMsrsOfATdxGuestThroughTheHost)
+{
+  UseProcessor ("intel-tdx-guest", 6, ApicMode::X2Apic);
+  for (UINT32 Msr = 0; Msr < 0x900; ++Msr) {
+    SCOPED_TRACE (Msr);
+    const bool Direct =
+        Msr == 0x808 || Msr == 0x80A || Msr == 0x80B || (Msr >= 0x810 && Msr <= 0x827);
+    ASSERT_EQ (LocalApicMsrUsesTdVmCall (Msr), !Direct);
+  }
+  EXPECT_TRUE (LocalApicMsrUsesTdVmCall (0xFFFFFFFF));
+}
+
+TEST_F (LocalApic, TakesNoOtherProcessorForATdxGuest)
+{
+  const struct {
+    UINT32 Leaf;
+    UINT32 CpuidRegisters::*Register;
+    UINT32 Flip;
+  } Rows[] = {
+      {0, &CpuidRegisters::Ebx, 1},    {0, &CpuidRegisters::Edx, 1U << 31},
+      {0, &CpuidRegisters::Ecx, 1},    {1, &CpuidRegisters::Ecx, 1U << 31},
+      {0, &CpuidRegisters::Eax, 1},    {0x21, &CpuidRegisters::Ebx, 1U << 31},
+      {0x21, &CpuidRegisters::Edx, 1}, {0x21, &CpuidRegisters::Ecx, 1},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (testing::Message () << "leaf " << Row.Leaf << " ^ " << Row.Flip);
+    auto &Processor = UseProcessor ("intel-tdx-guest", 6, ApicMode::X2Apic);
+    Processor.Msrs[0x802] = 6;
+    Processor.CpuidAnswers[{Row.Leaf, 0}].*Row.Register ^= Row.Flip;
+    EXPECT_EQ (LocalApicReadMsr64 (0x802), 6U);
+    EXPECT_TRUE (Processor.VmCalls.empty ());
+  }
+}
+
+TEST_F (LocalApic, HaltsAGuestWhoseHostRefusesAnMsr)
+{
+  using Calls = std::vector<std::array<UINT64, 5>>;
+  auto &Processor = UseProcessor ("intel-tdx-guest", 6, ApicMode::X2Apic);
+  Processor.HostMsrs[0x809] = 0x123456789ABCDEF0;
+  EXPECT_EQ (LocalApicReadMsr64 (0x809), 0x123456789ABCDEF0U);
+  EXPECT_EQ (Processor.VmCalls, (Calls{{31, 0x809, 0, 0, 0}}));
+  EXPECT_TRUE (Processor.MsrReads.empty ());
+
+  Processor.VmCalls.clear ();
+  Processor.HostMsrStatus = 0x8000000000000000;
+  EXPECT_THROW (CallDriver (LocalApicReadMsr64, 0x809), ProcessorStopped);
+  EXPECT_EQ (Processor.VmCalls, (Calls{{31, 0x809, 0, 0, 0}, {12, 0, 0, 0, 0}}));
+
+  Processor.HaltReturns = true;
+  EXPECT_EQ (LocalApicReadMsr64 (0x809), 0U);
+}
+
+} // namespace

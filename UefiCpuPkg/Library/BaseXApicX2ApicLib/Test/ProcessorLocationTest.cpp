@@ -1,0 +1,202 @@
+#include <ostream>
+
+#include "ProcessorTestBench.h"
+
+namespace {
+
+using ProcessorLocation = ProcessorTestBench;
+
+struct Location {
+  UINT32 Package = ~0U;
+  UINT32 Core = ~0U;
+  UINT32 Thread = ~0U;
+  bool operator== (const Location &) const = default;
+};
+
+std::ostream &
+operator<< (std::ostream &Out, const Location &At)
+{
+  return Out << "package " << At.Package << " core " << At.Core << " thread " << At.Thread;
+}
+
+Location
+Locate (UINT32 ApicId)
+{
+  Location At;
+  CallDriver (GetProcessorLocationByApicId, ApicId, &At.Package, &At.Core, &At.Thread);
+  return At;
+}
+
+/// A processor that differs from a known one in some CPUID answers, and what an id means on it.
+struct LocationRow {
+  const char *Name;
+  std::vector<CpuidRow> Changes;
+  UINT32 ApicId;
+  Location Expected;
+};
+
+void
+ExpectLocations (ProcessorTestBench &Bench, const char *Set, std::span<const LocationRow> Rows)
+{
+  for (const LocationRow &Row : Rows) {
+    SCOPED_TRACE (Row.Name);
+    auto &Processor = Bench.UseProcessor (Set, 0, ApicMode::XApic);
+    for (const CpuidRow &New : Row.Changes) {
+      Processor.CpuidAnswers[{New.Leaf, New.SubLeaf}] = {New.Eax, New.Ebx, New.Ecx, New.Edx};
+    }
+    EXPECT_EQ (Locate (Row.ApicId), Row.Expected);
+  }
+}
+
+/// Changes that several rows share. The counts have noise around them.
+constexpr CpuidRow NoLevels = {0xB, 0, 1, 0, 0x100, 0};
+constexpr CpuidRow SixtyFourIds = {0xB, 1, 0xFFFFFFE6, 0, 0xFFFF02FF, 0};
+constexpr CpuidRow TwoIds = {0xB, 0, 0xFFFFFFE1, 2, 0xFFFF01FF, 0};
+constexpr CpuidRow EightCores = {4, 0, 0xFC01FFFF, 0, 0, 0};
+
+constexpr CpuidRow
+Intel (UINT32 MaxBasic)
+{
+  return {0, 0, MaxBasic, 0x756E6547, 0x6C65746E, 0x49656E69};
+}
+
+constexpr CpuidRow
+Logical (UINT32 Count)
+{
+  return {1, 0, 0x000806F8, 0x4700FFFF | Count << 16, 0x7FFEFBFF, 0xBFEBFBFF};
+}
+
+TEST_F (ProcessorLocation, TellsWhereTheExecutingProcessorIsOnEveryKnownOne)
+{
+  const struct {
+    const char *Set;
+    ApicMode Mode;
+    UINT32 ApicId;
+    Location Expected;
+  } Rows[] = {
+      {"intel-sapphire-rapids", ApicMode::XApic, 0x6F, {0, 55, 1}},
+      {"intel-sapphire-rapids", ApicMode::X2Apic, 0x80, {1, 0, 0}},
+      {"intel-granite-rapids", ApicMode::XApic, 0x1FF, {0, 255, 1}},
+      {"intel-granite-rapids", ApicMode::X2Apic, 0x602, {3, 1, 0}},
+      {"amd-naples", ApicMode::XApic, 0x47, {1, 3, 1}},
+      {"amd-genoa-kvm-guest", ApicMode::X2Apic, 1, {0, 1, 0}},
+      {"intel-tulsa", ApicMode::XApic, 7, {1, 1, 1}},
+      {"intel-pentium3", ApicMode::XApic, 3, {0, 0, 0}},
+      {"intel-pentium", ApicMode::XApic, 1, {0, 0, 0}},
+      {"intel-kvm-guest", ApicMode::XApic, 0x0D, {1, 2, 1}},
+      {"intel-tdx-guest", ApicMode::X2Apic, 6, {1, 1, 0}},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (testing::Message () << Row.Set << " " << Row.ApicId);
+    UseProcessor (Row.Set, Row.ApicId, Row.Mode);
+    EXPECT_EQ (GetApicId (), Row.ApicId);
+    EXPECT_EQ (Locate (Row.ApicId), Row.Expected);
+  }
+}
+
+TEST_F (ProcessorLocation, ReadsTheLevelsOfTheTopologyLeaf)
+{
+  const UINT32 Long = 0x89ABCDEF;
+  const LocationRow Rows[] = {
+      {"cores", {TwoIds, SixtyFourIds}, 0x47, {1, 3, 1}},
+      {"end before cores", {{0xB, 1, 6, 0, 1, 0}, {0xB, 2, 6, 0, 0x202, 0}}, 0x47, {0x23, 0, 1}},
+      {"other level", {{0xB, 1, 3, 8, 0x301, 0}, {0xB, 2, 6, 0, 0x202, 0}}, 0x47, {1, 3, 1}},
+      {"count in the upper half", {{0xB, 0, 1, 0x10000, 0x100, 0}}, 0x87, {1, 3, 1}},
+      {"lowest maximum leaf", {Intel (0xB)}, 0x87, {1, 3, 1}},
+      {"cores below threads",
+       {{0xB, 0, 9, 2, 0x100, 0}, SixtyFourIds},
+       Long,
+       {Long >> 6, Long >> 9, Long & 0x1FF}},
+      {"widest", {{0xB, 0, 31, 2, 0x100, 0}}, Long, {Long >> 7, 1, 0x09ABCDEF}},
+  };
+  ExpectLocations (*this, "intel-sapphire-rapids", Rows);
+}
+
+TEST_F (ProcessorLocation, LeavesAListOfLevelsWithoutEndAfter256)
+{
+  auto &Processor = UseProcessor ("intel-sapphire-rapids", 0, ApicMode::X2Apic);
+  for (UINT32 Number = 1; Number < 300; ++Number) {
+    Processor.CpuidAnswers[{0xB, Number}] = {6, 64, 0x300, 0};
+  }
+  EXPECT_EQ (Locate (0x47), (Location{0x23, 0, 1}));
+  EXPECT_EQ (Processor.CpuidReads[0xB], 256U);
+  Processor.CpuidAnswers[{0xB, 255}].Ecx = 0x2FF;
+  EXPECT_EQ (Locate (0x47), (Location{1, 3, 1}));
+}
+
+TEST_F (ProcessorLocation, AssertsThatTheFirstLevelIsThreadsAndGoesOn)
+{
+  UseProcessor ("intel-sapphire-rapids", 0, ApicMode::X2Apic).CpuidAnswers[{0xB, 0}].Ecx = 0x200;
+  EXPECT_EQ (Locate (0x87), (Location{1, 3, 1}));
+  InstallDebugService ();
+  EXPECT_EQ (StoppedAt ([] { Locate (0x87); }),
+             "UefiCpuPkg/Library/BaseXApicX2ApicLib/BaseXApicX2ApicLib:1292 LevelType == 0x01");
+}
+
+TEST_F (ProcessorLocation, DividesAPackageWithoutLevelsByTheFirstCache)
+{
+  const LocationRow Rows[] = {
+      {"eight cores", {NoLevels, Logical (16), EightCores}, 0x47, {4, 3, 1}},
+      {"one thread each", {NoLevels, Logical (8), EightCores}, 0x47, {8, 7, 0}},
+      {"no power of two", {NoLevels, Logical (23), {4, 0, 5 << 14, 0, 0, 0}}, 0x47, {2, 1, 3}},
+      {"no topology leaf", {Intel (0xA), Logical (16), EightCores}, 0x47, {4, 3, 1}},
+      {"cache leaf is last", {Intel (4), Logical (16), EightCores}, 0x47, {4, 3, 1}},
+      {"no cache leaf", {Intel (3), Logical (16), EightCores}, 0x47, {4, 0, 7}},
+      {"no cache", {NoLevels, Logical (16), {4, 0, 0, 0, 0, 0}}, 0x47, {4, 0, 7}},
+      {"nothing to divide", {NoLevels, Logical (0), {4, 0, 0, 0, 0, 0}}, 0x47, {0x47, 0, 0}},
+      {"less than one each", {NoLevels, Logical (7), EightCores}, 0x47, {8, 7, 0}},
+  };
+  ExpectLocations (*this, "intel-sapphire-rapids", Rows);
+}
+
+TEST_F (ProcessorLocation, DividesAnAmdPackageByItsTopologyExtensions)
+{
+  const LocationRow Rows[] = {
+      {"as known, without use for leaf 4", {EightCores}, 0x47, {1, 3, 1}},
+      {"no extensions", {{0x80000001, 0, 0, 0, 0xFFBFFFFF, 0}}, 0x47, {1, 0, 7}},
+      {"leaf is last", {{0x80000000, 0, 0x8000001E, 0, 0, 0}}, 0x47, {1, 3, 1}},
+      {"leaf beyond the last", {{0x80000000, 0, 0x8000001D, 0, 0, 0}}, 0x47, {1, 0, 7}},
+      {"most threads",
+       {{0x80000008, 0, 0, 0, 0xFFFFFFFF, 0}, {0x8000001E, 0, 0, 0xFFFFFFFF, 0, 0}},
+       0x18347,
+       {3, 3, 0x47}},
+      {"three threads a core", {{0x8000001E, 0, 0, 0x200, 0, 0}}, 0x47, {0, 17, 3}},
+      {"room for no thread", {{0x80000008, 0, 0, 0, 0, 0}}, 0x47, {0x47, 0, 0}},
+      {"room for half a core", {{0x8000001E, 0, 0, 0x7F00, 0, 0}}, 0x47, {1, 0, 7}},
+      {"other vendor", {{0, 0, 0xD, 0x68747540, 0x444D4163, 0x69746E65}}, 0x47, {1, 0, 7}},
+  };
+  ExpectLocations (*this, "amd-naples", Rows);
+}
+
+TEST_F (ProcessorLocation, ReadsOneLeafOnlyWithoutMultiThreading)
+{
+  auto &Processor = UseProcessor ("intel-sapphire-rapids", 0, ApicMode::X2Apic);
+  Processor.CpuidAnswers[{1, 0}].Edx &= ~(1U << 28);
+  EXPECT_EQ (Locate (0xFFFFFFFF), (Location{0, 0, 0}));
+  EXPECT_EQ (Processor.CpuidReads, (std::map<UINT32, UINTN>{{1, 1}}));
+}
+
+TEST_F (ProcessorLocation, SkipsNullAndStoresThePackageLast)
+{
+  for (const char *Set : {"intel-pentium3", "amd-naples"}) {
+    SCOPED_TRACE (Set);
+    UseProcessor (Set, 0, ApicMode::XApic);
+    const Location Whole = Locate (0x47);
+    for (UINT32 Given = 0; Given < 8; ++Given) {
+      SCOPED_TRACE (Given);
+      Location At;
+      GetProcessorLocationByApicId (0x47, Given & 1 ? &At.Package : nullptr,
+                                    Given & 2 ? &At.Core : nullptr,
+                                    Given & 4 ? &At.Thread : nullptr);
+      EXPECT_EQ (At, (Location{Given & 1 ? Whole.Package : ~0U, Given & 2 ? Whole.Core : ~0U,
+                               Given & 4 ? Whole.Thread : ~0U}));
+    }
+    UINT32 Last = 0;
+    GetProcessorLocationByApicId (0x47, &Last, &Last, nullptr);
+    EXPECT_EQ (Last, Whole.Package);
+    GetProcessorLocationByApicId (0x47, nullptr, &Last, &Last);
+    EXPECT_EQ (Last, Whole.Core);
+  }
+}
+
+} // namespace
