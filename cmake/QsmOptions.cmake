@@ -11,7 +11,7 @@ add_library (qsm_driver_options INTERFACE)
 target_compile_options (
   qsm_driver_options
   INTERFACE $<$<COMPILE_LANGUAGE:CXX>:${QSM_WARNINGS}>
-            -ffreestanding
+            -ffreestanding -fno-delete-null-pointer-checks
             $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>
             $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
 if (QSM_HOST)

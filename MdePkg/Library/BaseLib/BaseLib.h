@@ -71,8 +71,9 @@ VOID EFIAPI CpuDeadLoop ();
 
 /// Returns to the SetJump that filled Buffer, whose caller's frame must be alive, across at most
 /// 255 shadow stack entries. Asserts as SetJump does, and that Value, which SetJump returns, is not
-/// 0. Where that passes over a null buffer there is nowhere to go, and the processor stops.
-[[noreturn]] VOID EFIAPI LongJump (JumpBuffer *Buffer, UINTN Value);
+/// 0. Where that passes over a null buffer there is nowhere to go, and the processor stops. Never
+/// returns; it is not declared so, to keep what its callers assert behind the call.
+VOID EFIAPI LongJump (JumpBuffer *Buffer, UINTN Value);
 
 /// Number of bytes ahead of the NUL. Asserts that String is not null and, at each byte beyond
 /// PcdMaximumAsciiStringLength, that there are no more; it counts on where that returns.
