@@ -1,0 +1,209 @@
+/// Which status codes are taken up, which device an error belongs to, and how bad it is.
+
+#include "TestPlatform.h"
+#include "TestRecords.h"
+
+#include "SystemInventory.h"
+
+namespace {
+
+/// The id of the one event of a call, or "none".
+std::string
+EventId (const CallResult &Result)
+{
+  if (Result.Events.empty ()) {
+    return "none";
+  }
+  EXPECT_EQ (Result.Events.size (), 1U);
+  const std::vector<UINT8> &Data = Result.Events.front ().Data;
+  EXPECT_EQ (Data.back (), 0);
+  return {Data.begin () + 3, Data.end () - 1};
+}
+
+TEST (StatusCodeFilter, TakesUpHardwareErrorsOnly)
+{
+  LoadedPlatform Platform (TwoSockets ({PcieDevice ("abc", 1, 2, 3)}));
+  const std::vector<UINT8> Record = PcieRecord (CperSeverityFatal, 1, 2, 3);
+  const struct {
+    EFI_STATUS_CODE_TYPE CodeType;
+    EFI_STATUS_CODE_VALUE Value;
+    bool Taken;
+  } Rows[] = {
+      {0x00000002, 0x03071008, true},  {0x80000002, 0x03071008, true},
+      {0xFFFFFF02, 0x03071008, true},  {0x00000001, 0x03071008, false},
+      {0x00000003, 0x03071008, false}, {0x00000202, 0x03071008, true},
+      {0x00000012, 0x03071008, false}, {0x00000002, 0x03071009, false},
+      {0x00000002, 0x83071008, false}, {0x00000002, 0x03061008, false},
+      {0x00000002, 0x03070008, false}, {0x00000002, 0, false},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (testing::Message () << std::hex << Row.CodeType << " " << Row.Value);
+    const CallResult Result =
+        Platform.Report (Record, {.CodeType = Row.CodeType, .Value = Row.Value});
+    EXPECT_EQ (Result.Status, Row.Taken ? EFI_SUCCESS : EFI_UNSUPPORTED);
+    EXPECT_EQ (EventId (Result), Row.Taken ? "abc" : "none");
+    EXPECT_EQ (Result.Log.empty (), !Row.Taken);
+  }
+
+  const CallResult Null = Platform.ReportStatusCode (EFI_ERROR_CODE, 0x03071008, nullptr);
+  EXPECT_EQ (Null.Status, EFI_UNSUPPORTED);
+  EXPECT_EQ (Null.Transcript (), "");
+}
+
+TEST (StatusCodeFilter, DropsOtherSectionsInSilence)
+{
+  LoadedPlatform Platform (TwoSockets ({MemoryDevice ("dimm", 0, 0, 0)}));
+  EFI_GUID Other = gEfiPlatformMemoryErrorSectionGuid;
+  for (UINT8 *Byte : {reinterpret_cast<UINT8 *> (&Other.Data1), &Other.Data4[7]}) {
+    *Byte ^= 1;
+    const CallResult Result = Platform.Report (
+        RecordBytes (NoiseRecord (CperSeverityFatal, Other), offsetof (ErrorRecord, Memory)));
+    EXPECT_EQ (Result.Status, EFI_SUCCESS);
+    EXPECT_EQ (Result.Transcript (), "");
+    *Byte ^= 1;
+  }
+}
+
+TEST (EventSeverity, FollowsTheClassAndTheRecordHeader)
+{
+  LoadedPlatform Platform (TwoSockets (
+      {ProcessorDevice ("cpu", 0), MemoryDevice ("dimm", 0, 0, 0), PcieDevice ("card", 0, 0, 0)}));
+  constexpr int None = 0;
+  constexpr int Warning = 1;
+  constexpr int Critical = 2;
+  const struct {
+    UINT32 ErrorSeverity;
+    int Processor;
+    int Memory;
+    int Pcie;
+  } Rows[] = {
+      {0, Warning, Critical, Warning},    {1, Critical, Critical, Critical},
+      {2, Warning, Warning, Warning},     {3, None, Critical, None},
+      {4, None, Critical, None},          {0x101, None, Critical, None},
+      {0xFFFFFFFF, None, Critical, None},
+  };
+  for (const auto &Row : Rows) {
+    const struct {
+      std::vector<UINT8> Record;
+      int Class;
+      int Expected;
+    } Cases[] = {{ProcessorRecord (Row.ErrorSeverity), 1, Row.Processor},
+                 {MemoryRecord (Row.ErrorSeverity, 0, 0, 0), 2, Row.Memory},
+                 {PcieRecord (Row.ErrorSeverity, 0, 0, 0), 3, Row.Pcie}};
+    for (const auto &Case : Cases) {
+      SCOPED_TRACE (testing::Message ()
+                    << "severity " << Row.ErrorSeverity << " class " << Case.Class);
+      const CallResult Result = Platform.Report (Case.Record);
+      EXPECT_EQ (Result.Events.empty (), Case.Expected == None);
+      for (const BmcRequest &Event : Result.Events) {
+        EXPECT_EQ (Event.Data[0], 0);
+        EXPECT_EQ (Event.Data[1], Case.Class);
+        EXPECT_EQ (Event.Data[2], Case.Expected);
+      }
+    }
+  }
+}
+
+TEST (DeviceMatching, TakesTheFirstDeviceThatEqualsInAllFields)
+{
+  PlatformDescription::Device Unknown0 = MemoryDevice ("type 0", 1, 2, 3);
+  Unknown0.Type = 0;
+  PlatformDescription::Device Unknown4 = PcieDevice ("type 4", 5, 6, 7);
+  Unknown4.Type = 4;
+  LoadedPlatform Platform (TwoSockets ({
+      Unknown0,
+      Unknown4,
+      MemoryDevice ("other socket", 0, 2, 3),
+      MemoryDevice ("other channel", 1, 1, 3),
+      MemoryDevice ("other dimm", 1, 2, 2),
+      MemoryDevice ("dimm", 1, 2, 3),
+      MemoryDevice ("same dimm again", 1, 2, 3),
+      PcieDevice ("other bus", 4, 6, 7),
+      PcieDevice ("other device", 5, 7, 7),
+      PcieDevice ("other function", 5, 6, 6),
+      PcieDevice ("card", 5, 6, 7),
+      PcieDevice ("same card, other segment", 5, 6, 7),
+      PcieDevice ("last device", 0xFF, 31, 7),
+  }));
+  const struct {
+    const char *Name;
+    std::vector<UINT8> Record;
+    const char *Id;
+  } Rows[] = {
+      {"memory", MemoryRecord (1, 1, 2, 3), "dimm"},
+      {"high bytes do not count", MemoryRecord (1, 0x0101, 0xFF02, 0x8003), "dimm"},
+      {"low byte differs", MemoryRecord (1, 0x0100, 2, 3), "other socket"},
+      {"no such socket", MemoryRecord (1, 2, 2, 3), "none"},
+      {"no such dimm", MemoryRecord (1, 1, 2, 4), "none"},
+      {"pcie", PcieRecord (1, 5, 6, 7), "card"},
+      {"pcie maximum", PcieRecord (1, 0xFF, 31, 7), "last device"},
+      {"device beyond 31", PcieRecord (1, 5, 0x26, 7), "none"},
+      {"function beyond 7", PcieRecord (1, 5, 6, 0x0F), "none"},
+      {"no such bus", PcieRecord (1, 6, 6, 7), "none"},
+      {"no processor in the inventory", ProcessorRecord (1), "none"},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (Row.Name);
+    EXPECT_EQ (EventId (Platform.Report (Row.Record)), Row.Id);
+  }
+}
+
+TEST (DeviceMatching, FindsTheSocketOfTheReportingProcessor)
+{
+  PlatformDescription Description = TwoSockets ({
+      ProcessorDevice ("beyond a byte", 0x102),
+      ProcessorDevice ("socket 0", 0),
+      ProcessorDevice ("socket 2", 2),
+      ProcessorDevice ("socket 1", 1),
+  });
+  // The package number's low byte counts: with 7 bits of core and thread this is package 0x102.
+  Description.Processors.push_back ({"intel-sapphire-rapids", 0x102 << 7, true});
+  LoadedPlatform Platform (Description);
+  const char *Ids[] = {"socket 0", "socket 1", "socket 2"};
+  for (UINTN Processor = 0; Processor < 3; ++Processor) {
+    EXPECT_EQ (EventId (Platform.Report (ProcessorRecord (1), {.Processor = Processor})),
+               Ids[Processor]);
+  }
+}
+
+TEST (Inventory, IsLookedAtAnewForEachError)
+{
+  LoadedPlatform Platform (TwoSockets ({PcieDevice ("abc", 1, 2, 3)}));
+  const std::vector<UINT8> Record = PcieRecord (CperSeverityFatal, 1, 2, 3);
+  gInventory.DataReady = 0;
+  CallResult Result = Platform.Report (Record);
+  EXPECT_EQ (Result.Status, EFI_SUCCESS);
+  EXPECT_EQ (Result.Transcript (), "Inside QsmLogErrorWrapper() Pcie Error ...\n"
+                                   "FindRedFishId() Entry\n"
+                                   "[System Inventory Information] Protocol Data NOT Ready yet\n");
+  EXPECT_EQ (EventId (Result), "none");
+
+  gInventory.DataReady = 0x80;
+  EXPECT_EQ (EventId (Platform.Report (Record)), "abc");
+  EXPECT_EQ (EventId (Platform.Report (Record)), "abc") << "a repeat is not suppressed";
+
+  gInventory.DeviceCount = 0;
+  EXPECT_EQ (EventId (Platform.Report (Record)), "none");
+}
+
+TEST (RedfishId, IsCutToItsBuffer)
+{
+  const std::string Long (400, 'x');
+  std::vector<PlatformDescription::Device> Devices;
+  const UINTN Lengths[] = {0, 1, 148, 149, 150, 151, 400};
+  for (const UINTN Length : Lengths) {
+    Devices.push_back (
+        PcieDevice (Long.substr (0, Length), static_cast<UINT8> (Devices.size ()), 0, 0));
+  }
+  Devices.push_back (PcieDevice (std::nullopt, 0xFF, 0, 0));
+  LoadedPlatform Platform (TwoSockets (Devices));
+  UINT8 Bus = 0;
+  for (const UINTN Length : Lengths) {
+    SCOPED_TRACE (Length);
+    EXPECT_EQ (EventId (Platform.Report (PcieRecord (1, Bus++, 0, 0))),
+               Long.substr (0, std::min<UINTN> (Length, 149)));
+  }
+  EXPECT_EQ (EventId (Platform.Report (PcieRecord (1, 0xFF, 0, 0))), "<null string>");
+}
+
+} // namespace

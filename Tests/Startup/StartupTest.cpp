@@ -1,0 +1,121 @@
+/// From the image's entry to resident, or back out.
+
+#include "TestPlatform.h"
+
+#include "FaultPlan.h"
+#include "Pool.h"
+#include "Protocol/SmmBase2.h"
+#include "Protocol/SmmDebugService.h"
+#include "Protocol/SmmIpmiTransport.h"
+#include "Protocol/SmmRscHandler.h"
+#include "ProtocolDatabase.h"
+#include "Record/Inventory.h"
+#include "StatusCodeRouter.h"
+
+namespace {
+
+TEST (Startup, RegistersTheListenerAndStaysResident)
+{
+  SimulatedPlatform Platform (TwoSockets ({}));
+  const CallResult Load = Platform.LoadDriver ();
+  EXPECT_EQ (Load.Status, EFI_SUCCESS);
+  EXPECT_EQ (Load.Stopped, "");
+  EXPECT_EQ (Load.Transcript (), "Inside ORVQsmErrorHandler EntryPoint\n"
+                                 "RegisterErrorListener (QsmLogErrorWrapper ) Status: Success \n");
+  EXPECT_EQ (StatusCodeListenerCount (), 1U);
+  EXPECT_EQ (gFaultPlan.Calls[ServiceBootHandleProtocol], 0U) << "no unload handler is hooked";
+  EXPECT_EQ (gPools[PoolSmm].LiveBlocks, 0U);
+}
+
+TEST (Startup, EndsWithTheStatusOfAMissingProtocol)
+{
+  const std::string Driver = "processor stopped at VelmoraQsmErrorHandler/VelmoraQsmErrorHandler:";
+  const std::string Router =
+      "processor stopped at ServerRasPkg/Library/LibraryGen2/ErrorReportLib/ErrorReportLib:";
+  const struct {
+    const char *Name;
+    const EFI_GUID *Protocol;
+    EFI_STATUS Status;   ///< Of the entry, without a debug service.
+    std::string Stopped; ///< Where the processor stops, with one.
+  } Rows[] = {
+      {"inventory", &gOrvSmmSystemInventoryInfoProtocolGuid, EFI_NOT_FOUND, Driver + "377"},
+      {"IPMI transport", &gSmmIpmiTransportProtocolGuid, EFI_NOT_FOUND, Driver + "386"},
+      {"router", &gEfiSmmRscHandlerProtocolGuid, EFI_NOT_READY, Router + "139"},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (Row.Name);
+    {
+      SimulatedPlatform Platform (TwoSockets ({}));
+      ProtocolRemove (ProtocolSmm, Row.Protocol);
+      EXPECT_EQ (Platform.LoadDriver ().Stopped, Row.Stopped);
+    }
+    SimulatedPlatform Platform (TwoSockets ({}));
+    ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+    ProtocolRemove (ProtocolSmm, Row.Protocol);
+    const CallResult Load = Platform.LoadDriver ();
+    EXPECT_EQ (Load.Stopped, "");
+    EXPECT_EQ (Load.Status, Row.Status);
+    EXPECT_EQ (StatusCodeListenerCount (), 0U);
+  }
+}
+
+TEST (Startup, AsksForNothingBehindAMissingInventory)
+{
+  SimulatedPlatform Platform (TwoSockets ({}));
+  ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+  ProtocolRemove (ProtocolSmm, &gOrvSmmSystemInventoryInfoProtocolGuid);
+  Platform.LoadDriver ();
+  EXPECT_EQ (*Platform.Drivers[0]->Symbol<SmmIpmiTransportProtocol *> ("mIpmiTransport"), nullptr);
+  EXPECT_EQ (gFaultPlan.Calls[ServiceRegisterListener], 0U);
+}
+
+TEST (Startup, GivesUpWithoutAServicesTable)
+{
+  SimulatedPlatform Platform (TwoSockets ({}));
+  ProtocolRemove (ProtocolBoot, &gEfiSmmBase2ProtocolGuid);
+  const CallResult Load = Platform.LoadDriver ();
+  EXPECT_EQ (Load.Stopped, "") << "there is no way to a debug service either";
+  EXPECT_EQ (Load.Status, EFI_UNSUPPORTED);
+}
+
+TEST (Startup, TakesAWarningForASuccess)
+{
+  SimulatedPlatform Platform (TwoSockets ({}));
+  FaultPlanFail (ServiceRegisterListener, 1, 5);
+  const CallResult Load = Platform.LoadDriver ();
+  EXPECT_EQ (Load.Stopped, "");
+  EXPECT_EQ (Load.Status, 5U);
+  EXPECT_EQ (Load.Log.back ().Text,
+             "RegisterErrorListener (QsmLogErrorWrapper ) Status: Warning Stale Data \n");
+}
+
+TEST (Startup, SurvivesTheFailureOfAnyCall)
+{
+  for (const DebugWorld Debug : {DebugWorld::Present, DebugWorld::Absent}) {
+    UINTN Nth = 0;
+    bool Reached = true;
+    while (Reached) {
+      ++Nth;
+      SCOPED_TRACE (Nth);
+      ASSERT_LT (Nth, 1000U);
+      SimulatedPlatform Platform (TwoSockets ({}));
+      if (Debug == DebugWorld::Absent) {
+        ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+      }
+      gFaultPlan.AnyService = {.Call = Nth, .Status = EFI_DEVICE_ERROR};
+      const CallResult Load = Platform.LoadDriver ();
+      Reached = gFaultPlan.AllCalls >= Nth;
+      if (Debug == DebugWorld::Absent) {
+        EXPECT_EQ (Load.Stopped, "");
+      }
+      if (Load.Stopped.empty ()) {
+        EXPECT_EQ (StatusCodeListenerCount (), EFI_ERROR (Load.Status) ? 0U : 1U);
+        EXPECT_EQ (gPools[PoolSmm].LiveBlocks, 0U);
+        EXPECT_EQ (gPools[PoolBoot].LiveBlocks, 0U);
+      }
+    }
+    EXPECT_GT (Nth, 6U) << "the load path makes more calls than this";
+  }
+}
+
+} // namespace

@@ -1,0 +1,79 @@
+#include "TestPlatform.h"
+
+#include <iomanip>
+#include <sstream>
+
+#include "Protocol/SmmDebugService.h"
+#include "ProtocolDatabase.h"
+#include "Record/ErrorClass.h"
+
+PlatformDescription
+TwoSockets (std::vector<PlatformDescription::Device> Devices)
+{
+  PlatformDescription Description;
+  Description.Name = "two sockets";
+  Description.Processors = {{"intel-sapphire-rapids", 0x00, true},
+                            {"intel-sapphire-rapids", 0x80, true}};
+  Description.Devices = std::move (Devices);
+  return Description;
+}
+
+PlatformDescription::Device
+ProcessorDevice (std::optional<std::string> Id, UINT64 Socket)
+{
+  PlatformDescription::Device Row = {};
+  Row.Type = ErrorClassProcessor;
+  Row.Id = std::move (Id);
+  Row.Socket = Socket;
+  return Row;
+}
+
+PlatformDescription::Device
+MemoryDevice (std::optional<std::string> Id, UINT8 Socket, UINT8 Channel, UINT8 Dimm)
+{
+  PlatformDescription::Device Row = {};
+  Row.Type = ErrorClassMemory;
+  Row.Id = std::move (Id);
+  Row.Socket = Socket;
+  Row.Channel = Channel;
+  Row.Dimm = Dimm;
+  return Row;
+}
+
+PlatformDescription::Device
+PcieDevice (std::optional<std::string> Id, UINT8 Bus, UINT8 Device, UINT8 Function)
+{
+  PlatformDescription::Device Row = {};
+  Row.Type = ErrorClassPcie;
+  Row.Id = std::move (Id);
+  Row.Bus = Bus;
+  Row.Device = Device;
+  Row.Function = Function;
+  return Row;
+}
+
+std::string
+EventText (const CallResult &Result)
+{
+  std::ostringstream Text;
+  Text << std::hex << std::uppercase << std::setfill ('0');
+  for (const BmcRequest &Event : Result.Events) {
+    Text << +Event.NetFunction << ' ' << +Event.Lun << ' ' << +Event.Command << ':';
+    for (const UINT8 Byte : Event.Data) {
+      Text << ' ' << std::setw (2) << +Byte;
+    }
+    Text << '\n';
+  }
+  return Text.str ();
+}
+
+LoadedPlatform::LoadedPlatform (const PlatformDescription &Platform, DebugWorld Debug)
+    : SimulatedPlatform (Platform)
+{
+  if (Debug == DebugWorld::Absent) {
+    ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+  }
+  const CallResult Load = LoadDriver ();
+  EXPECT_EQ (Load.Status, EFI_SUCCESS);
+  EXPECT_EQ (Load.Stopped, "");
+}

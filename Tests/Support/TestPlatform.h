@@ -1,0 +1,35 @@
+/// The platform of the whole-driver tests, and how they read what came of a call.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "SimulatedPlatform.h"
+
+/// A platform of two sockets with one processor each, and the given devices.
+PlatformDescription TwoSockets (std::vector<PlatformDescription::Device> Devices);
+
+/// Devices with the fields of their type.
+PlatformDescription::Device ProcessorDevice (std::optional<std::string> Id, UINT64 Socket);
+PlatformDescription::Device
+MemoryDevice (std::optional<std::string> Id, UINT8 Socket, UINT8 Channel, UINT8 Dimm);
+PlatformDescription::Device
+PcieDevice (std::optional<std::string> Id, UINT8 Bus, UINT8 Device, UINT8 Function);
+
+/// The events of a call: "NETFN LUN CMD: bytes" each, in hexadecimal, a line each.
+std::string EventText (const CallResult &Result);
+
+/// Whether the platform has a debug service. Without one all assertions return.
+enum class DebugWorld {
+  Present,
+  Absent,
+};
+
+/// A platform on which the driver has been loaded with success.
+class LoadedPlatform : public SimulatedPlatform {
+public:
+  explicit LoadedPlatform (const PlatformDescription &Platform,
+                           DebugWorld Debug = DebugWorld::Present);
+};

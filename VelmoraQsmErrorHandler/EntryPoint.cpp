@@ -1,0 +1,41 @@
+#include "VelmoraQsmErrorHandler.h"
+
+#include "ErrorReportLib.h"
+#include "SmmServicesTableLib.h"
+
+constinit SmmIpmiTransportProtocol *mIpmiTransport = nullptr;
+
+namespace {
+
+constexpr AssertionSite InventoryLocated = {DriverSourceFile, 377};
+constexpr AssertionSite IpmiTransportLocated = {DriverSourceFile, 386};
+constexpr AssertionSite ListenerRegistered = {DriverSourceFile, 395};
+
+} // namespace
+
+EFI_STATUS EFIAPI
+QsmErrorHandlerEntryPoint (EFI_HANDLE, EFI_SYSTEM_TABLE *)
+{
+  DEBUG (DEBUG_INFO, "Inside ORVQsmErrorHandler EntryPoint\n");
+
+  VOID *Interface = nullptr;
+  EFI_STATUS Status = LocateSmmProtocol (&gOrvSmmSystemInventoryInfoProtocolGuid, &Interface);
+  if (EFI_ERROR (Status)) {
+    ASSERT_EFI_ERROR (Status, InventoryLocated);
+    return Status;
+  }
+  __atomic_store_n (&mInventoryInfo, static_cast<const InventoryInfo *> (Interface),
+                    __ATOMIC_RELAXED);
+
+  Status = LocateSmmProtocol (&gSmmIpmiTransportProtocolGuid, &Interface);
+  if (EFI_ERROR (Status)) {
+    ASSERT_EFI_ERROR (Status, IpmiTransportLocated);
+    return Status;
+  }
+  mIpmiTransport = static_cast<SmmIpmiTransportProtocol *> (Interface);
+
+  Status = RegisterErrorLogListener (QsmLogErrorWrapper);
+  DEBUG (DEBUG_INFO, "RegisterErrorListener (QsmLogErrorWrapper ) Status: %r \n", Status);
+  ASSERT_EFI_ERROR (Status, ListenerRegistered);
+  return Status;
+}
