@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct PlatformDescription {
@@ -31,9 +32,12 @@ struct PlatformDescription {
   bool InventoryReady = true;
 };
 
-/// Reads a description from a JSON file of the form in docs/platform.md. Throws InputError with one
-/// line that names the file, the key or the place in the text, and what was expected there.
+/// Reads a description in the JSON form of docs/platform.md. Throws InputError with one line that
+/// starts with Name, and then has the JSON path of the key and what was expected there.
+PlatformDescription ParsePlatformDescription (const std::string &Name, std::string_view Content);
+
+/// The description in a file; the file's name is the name in the error's line.
 PlatformDescription LoadPlatformDescription (const std::filesystem::path &File);
 
-/// The platform that stands in where no file is given: a server of two sockets.
+/// The platform that stands in where no file is given: Platform/Data/TwoSocket.json.
 PlatformDescription BuiltInPlatform ();
