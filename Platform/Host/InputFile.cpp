@@ -1,6 +1,7 @@
 #include "InputFile.h"
 
 #include <cerrno>
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <fstream>
@@ -43,4 +44,11 @@ ParseNumber (std::string_view Text)
     return std::nullopt;
   }
   return Number;
+}
+
+bool
+IsPrintableAscii (std::string_view Text)
+{
+  return std::ranges::all_of (Text,
+                              [] (char Character) { return Character >= ' ' && Character <= '~'; });
 }

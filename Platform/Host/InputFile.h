@@ -21,3 +21,6 @@ std::string ReadInputFile (const std::filesystem::path &File, std::size_t SizeMa
 /// Number in decimal digits, or in hexadecimal digits behind "0x"; no value for any other text and
 /// for a number of more than 64 bits.
 std::optional<uint64_t> ParseNumber (std::string_view Text);
+
+/// TRUE for the characters from blank to tilde, and for no text at all.
+bool IsPrintableAscii (std::string_view Text);

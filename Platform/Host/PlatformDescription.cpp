@@ -118,9 +118,8 @@ struct Value {
   std::string
   Text () const
   {
-    const auto IsPrintable = [] (char Character) { return Character >= ' ' && Character <= '~'; };
     const std::string *Read = Content.get_ptr<const std::string *> ();
-    if (Read == nullptr || !std::all_of (Read->begin (), Read->end (), IsPrintable)) {
+    if (Read == nullptr || !IsPrintableAscii (*Read)) {
       Refuse ("a text of printable ASCII characters");
     }
     return *Read;

@@ -44,6 +44,8 @@ TEST (PlatformDescription, HasWhatTheTextSays)
 
 TEST (PlatformDescription, RefusesEachFaultWithOneLine)
 {
+  const std::string TypeExpected = "$.devices[3].type: expected \"processor\", \"memory\", "
+                                   "\"pcie\" or a number from 0 to 255, found ";
   // Each row puts one text of the good description in place of another.
   const struct {
     std::string From, To, Line;
@@ -64,7 +66,8 @@ TEST (PlatformDescription, RefusesEachFaultWithOneLine)
       {R"([7, "0xFFFFFFFF"])", "[7, 257]",
        "$.processors[1].apicIds[1]: expected no second processor of APIC id 257, found 257"},
       {"0xFFFFFFFF", "0x100000000",
-       R"($.processors[1].apicIds[1]: expected a number from 0 to 4294967295, found "0x100000000")"},
+       "$.processors[1].apicIds[1]: expected a number from 0 to 4294967295, "
+       "found \"0x100000000\""},
       {R"("first": "0x100", )", "", "$.processors[0].first: expected a value, found none"},
       {R"("count": 2)", R"("count": 0)",
        "$.processors[0].count: expected a number from 1 to 1024, found 0"},
@@ -76,10 +79,8 @@ TEST (PlatformDescription, RefusesEachFaultWithOneLine)
       {R"("cpuid": "B", "apicIds": [7, "0xFFFFFFFF"])",
        R"("cpuid": "B", "apicIds": [], "first": 1)",
        "$.processors[1].first: expected no such key here, only cpuid, x2apic, apicIds"},
-      {R"("type": 4)", R"("type": "fan")",
-       R"($.devices[3].type: expected "processor", "memory", "pcie" or a number from 0 to 255, found "fan")"},
-      {R"("type": 4)", R"("type": 256)",
-       R"($.devices[3].type: expected "processor", "memory", "pcie" or a number from 0 to 255, found 256)"},
+      {R"("type": 4)", R"("type": "fan")", TypeExpected + R"("fan")"},
+      {R"("type": 4)", R"("type": 256)", TypeExpected + "256"},
       {R"("id": "Fan")", R"("id": "Fan", "socket": 0)",
        "$.devices[3].socket: expected no such key here, only type, id"},
       {R"("id": null, )", "", "$.devices[1].id: expected a value, found none"},
