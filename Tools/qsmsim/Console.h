@@ -1,0 +1,49 @@
+/// Where the tool writes to, and how.
+#pragma once
+
+#include <ostream>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "Base.h"
+
+/// The process's two streams, or those of a test.
+struct Console {
+  std::ostream &Out;
+  std::ostream &Err;
+  bool OutIsTerminal = false; ///< Then colour may be used.
+  bool ErrIsTerminal = false; ///< Then progress is shown.
+};
+
+enum class Colour {
+  Bold,
+  Dim,
+  Red,
+  Yellow,
+  Green
+};
+
+/// Text in a colour if standard output is a terminal, else as it is.
+std::string Coloured (const Console &Console, Colour Colour, std::string_view Text);
+
+/// "00 02 01".
+std::string HexText (std::span<const UINT8> Bytes);
+
+/// A line on standard error that counts steps of long work, as long as that is a terminal and
+/// standard output does not show the same steps. Goes away with the object.
+class Progress {
+public:
+  Progress (Console &Console, std::string_view Name, UINTN StepCount, bool OutShowsSteps = false);
+  ~Progress ();
+  Progress (const Progress &) = delete;
+  Progress &operator= (const Progress &) = delete;
+
+  void Step ();
+
+private:
+  std::ostream *Stream; ///< Null when nothing is shown.
+  std::string Work;
+  UINTN Total;
+  UINTN Done = 0;
+};

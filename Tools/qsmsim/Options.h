@@ -1,0 +1,37 @@
+/// Values of command-line options. Each reader refuses what does not fit by an InputError that
+/// names the option and what was expected.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "CperLayout.h"
+#include "PlatformDescription.h"
+
+/// The names of a list: "one, two, three".
+template <typename Value>
+std::string
+NamesText (std::span<const Named<Value>> Values)
+{
+  std::string Text;
+  for (const Named<Value> &Row : Values) {
+    Text += (Text.empty () ? "" : ", ") + std::string (Row.Name);
+  }
+  return Text;
+}
+
+UINT64
+NumberOption (const std::string &Option, const std::string &Text, UINT64 Minimum, UINT64 Maximum);
+
+/// The severity by its name, or any 32-bit number.
+UINT32 SeverityOption (const std::string &Option, const std::string &Text);
+
+EFI_GUID NotificationOption (const std::string &Option, const std::string &Text);
+
+EFI_GUID GuidOption (const std::string &Option, const std::string &Text);
+
+/// A text of at most LengthMax printable ASCII characters.
+std::string TextOption (const std::string &Option, const std::string &Text, UINTN LengthMax);
+
+/// The platform that the file describes, or the built-in one if no file is given.
+PlatformDescription PlatformOption (const std::string &File);

@@ -1,0 +1,101 @@
+#include "Commands.h"
+
+#include <memory>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Event.h"
+#include "Options.h"
+#include "Record/ErrorClass.h"
+
+namespace {
+
+struct ShowArguments {
+  std::string PlatformFile;
+  bool Json = false;
+};
+
+std::string
+LocationText (const PlatformDescription::Device &Device)
+{
+  switch (Device.Type) {
+  case ErrorClassProcessor:
+    return fmt::format ("socket {}", Device.Socket);
+  case ErrorClassMemory:
+    return fmt::format ("socket {}, channel {}, dimm {}", Device.Socket, Device.Channel,
+                        Device.Dimm);
+  case ErrorClassPcie:
+    return fmt::format ("{:02X}:{:02X}.{}", Device.Bus, Device.Device, Device.Function);
+  default:
+    return "";
+  }
+}
+
+/// The device with the keys of a platform description.
+nlohmann::ordered_json
+DeviceJson (const PlatformDescription::Device &Device)
+{
+  nlohmann::ordered_json Json;
+  Json["type"] = ErrorClassText (Device.Type);
+  Json["id"] = nullptr;
+  if (Device.Id) {
+    Json["id"] = *Device.Id;
+  }
+  switch (Device.Type) {
+  case ErrorClassProcessor:
+    Json["socket"] = Device.Socket;
+    break;
+  case ErrorClassMemory:
+    Json["socket"] = Device.Socket;
+    Json["channel"] = Device.Channel;
+    Json["dimm"] = Device.Dimm;
+    break;
+  case ErrorClassPcie:
+    Json["bus"] = Device.Bus;
+    Json["device"] = Device.Device;
+    Json["function"] = Device.Function;
+    break;
+  default:
+    Json["type"] = Device.Type;
+  }
+  return Json;
+}
+
+void
+ShowInventory (const ShowArguments &Arguments, Console &Console)
+{
+  const PlatformDescription Platform = PlatformOption (Arguments.PlatformFile);
+  if (Arguments.Json) {
+    nlohmann::ordered_json Json = {{"platform", Platform.Name},
+                                   {"inventoryReady", Platform.InventoryReady},
+                                   {"devices", nlohmann::ordered_json::array ()}};
+    for (const PlatformDescription::Device &Device : Platform.Devices) {
+      Json["devices"].push_back (DeviceJson (Device));
+    }
+    Console.Out << Json.dump (2) << "\n";
+    return;
+  }
+  Console.Out << fmt::format (
+      "{}: {} devices, inventory {}\n", Coloured (Console, Colour::Bold, Platform.Name),
+      Platform.Devices.size (), Platform.InventoryReady ? "ready" : "not ready");
+  for (UINTN Index = 0; Index < Platform.Devices.size (); ++Index) {
+    const PlatformDescription::Device &Device = Platform.Devices[Index];
+    Console.Out << fmt::format ("{:>5}  {:<9}  {:<27}  {}\n", Index, ErrorClassText (Device.Type),
+                                LocationText (Device), Device.Id.value_or ("(null)"));
+  }
+}
+
+} // namespace
+
+void
+AddShowCommand (CLI::App &App, Console &Console)
+{
+  CLI::App *Show = App.add_subcommand ("show", "Print what a boot of the platform has built");
+  Show->require_subcommand (1);
+  CLI::App *Inventory = Show->add_subcommand ("inventory", "The devices and their Redfish ids");
+  const auto Arguments = std::make_shared<ShowArguments> ();
+  Inventory->add_option ("--platform", Arguments->PlatformFile, PLATFORM_HELP)->type_name ("FILE");
+  Inventory->add_flag ("--json", Arguments->Json, "Print JSON");
+  Inventory->callback ([=, &Console] { ShowInventory (*Arguments, Console); });
+}
