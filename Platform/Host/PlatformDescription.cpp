@@ -9,8 +9,10 @@
 #include <nlohmann/json.hpp>
 
 #include "BuiltInPlatform.h"
+#include "CpuidSets.h"
 #include "InputFile.h"
 #include "Record/ErrorClass.h"
+#include "SystemInventory.h"
 
 namespace {
 
@@ -144,12 +146,26 @@ struct Value {
   }
 };
 
+std::string
+ReadCpuidSet (const Value &Source)
+{
+  const std::string Name = Source.Text ();
+  if (FindCpuidSet (Name) == nullptr) {
+    Keys Names;
+    for (const CpuidSet &Set : AllCpuidSets ()) {
+      Names.push_back (Set.Name);
+    }
+    Source.Refuse (fmt::format ("one of {}", fmt::join (Names, ", ")));
+  }
+  return Name;
+}
+
 /// Appends the processors of one group: such that give the same CPUID answers.
 void
 ReadProcessors (const Value &Group, std::vector<PlatformDescription::Processor> &Processors)
 {
   PlatformDescription::Processor Processor;
-  Processor.CpuidSet = Group["cpuid"].Text ();
+  Processor.CpuidSet = ReadCpuidSet (Group["cpuid"]);
   Processor.X2Apic = Group.Has ("x2apic") && Group["x2apic"].Flag ();
 
   const auto Append = [&] (uint32_t ApicId, const Value &Source) {
@@ -247,8 +263,12 @@ ReadPlatform (const Value &Source)
   if (Platform.Processors.empty ()) {
     Processors.Refuse ("at least one processor");
   }
-  for (const Value &Device : Source["devices"].List ()) {
+  const Value Devices = Source["devices"];
+  for (const Value &Device : Devices.List ()) {
     Platform.Devices.push_back (ReadDevice (Device));
+  }
+  if (Platform.Devices.size () > InventoryDeviceMax) {
+    Devices.Refuse (fmt::format ("at most {} devices", InventoryDeviceMax));
   }
   return Platform;
 }

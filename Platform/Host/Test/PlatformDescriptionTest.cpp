@@ -8,8 +8,8 @@ namespace {
 
 constexpr const char *Good = R"({
   "name": "test", "inventoryReady": false,
-  "processors": [{"cpuid": "A", "x2apic": true, "first": "0x100", "count": 2},
-                 {"cpuid": "B", "apicIds": [7, "0xFFFFFFFF"]}],
+  "processors": [{"cpuid": "amd-naples", "x2apic": true, "first": "0x100", "count": 2},
+                 {"cpuid": "intel-tulsa", "apicIds": [7, "0xFFFFFFFF"]}],
   "devices": [{"type": "processor", "id": "CPU1", "socket": 18446744073709551615},
               {"type": 2, "id": null, "socket": 1, "channel": 255, "dimm": 3},
               {"type": "pcie", "id": "Slot", "bus": "0xFF", "device": 31, "function": 7},
@@ -25,7 +25,8 @@ TEST (PlatformDescription, HasWhatTheTextSays)
     Processors += Processor.CpuidSet + (Processor.X2Apic ? " x2 " : " x ") +
                   std::to_string (Processor.ApicId) + ", ";
   }
-  EXPECT_EQ (Processors, "A x2 256, A x2 257, B x 7, B x 4294967295, ");
+  EXPECT_EQ (Processors,
+             "amd-naples x2 256, amd-naples x2 257, intel-tulsa x 7, intel-tulsa x 4294967295, ");
   std::string Devices;
   for (const auto &Device : Platform.Devices) {
     Devices += std::to_string (Device.Type) + " " + Device.Id.value_or ("-");
@@ -76,9 +77,10 @@ TEST (PlatformDescription, RefusesEachFaultWithOneLine)
       {R"("count": 2)", R"("count": 1023)",
        "$.processors[1].apicIds[1]: expected at most 1024 processors in all, "
        "found \"0xFFFFFFFF\""},
-      {R"("cpuid": "B", "apicIds": [7, "0xFFFFFFFF"])",
-       R"("cpuid": "B", "apicIds": [], "first": 1)",
+      {R"("cpuid": "intel-tulsa", "apicIds": [7, "0xFFFFFFFF"])",
+       R"("cpuid": "intel-tulsa", "apicIds": [], "first": 1)",
        "$.processors[1].first: expected no such key here, only cpuid, x2apic, apicIds"},
+      {"intel-tulsa", "no-such", "$.processors[1].cpuid: expected one of amd-genoa-kvm-guest, "},
       {R"("type": 4)", R"("type": "fan")", TypeExpected + R"("fan")"},
       {R"("type": 4)", R"("type": 256)", TypeExpected + "256"},
       {R"("id": "Fan")", R"("id": "Fan", "socket": 0)",
@@ -104,7 +106,8 @@ TEST (PlatformDescription, RefusesEachFaultWithOneLine)
       ParsePlatformDescription ("text", Text);
       ADD_FAILURE () << "expected: " << Row.Line;
     } catch (const InputError &Error) {
-      EXPECT_EQ (Error.what (), "text: " + Row.Line);
+      const std::string Start = "text: " + Row.Line;
+      EXPECT_EQ (std::string (Error.what ()).substr (0, Start.size ()), Start);
     }
   }
 }
