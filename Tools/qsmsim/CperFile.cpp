@@ -7,6 +7,7 @@
 
 #include "Guid.h"
 #include "InputFile.h"
+#include "Record/ErrorClass.h"
 #include "Uefi/StatusCode.h"
 
 namespace {
@@ -144,6 +145,10 @@ DescribeCper (const std::vector<UINT8> &Bytes)
   DescribeEnvelope (Record, Bytes.size (), Description);
   if (Description.Section != nullptr) {
     DescribeFields (Record, Bytes.size (), Description);
+    if (Description.Section->ErrorClass == ErrorClassProcessor) {
+      Description.Notes.push_back ("the driver takes the socket of the processor that reports, "
+                                   "whatever the record says");
+    }
   }
   if ((Record.Section.ValidationBits & CPER_FRU_TEXT_VALID) != 0) {
     const CHAR8 *Text = Record.Section.FruText;

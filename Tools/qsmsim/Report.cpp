@@ -20,6 +20,7 @@ struct ReportArguments {
   std::vector<std::string> Records;
   std::string PlatformFile;
   std::string Processor = "0";
+  std::string Driver;
   bool Json = false;
   bool Quiet = false;
   bool Raw = false;
@@ -72,13 +73,15 @@ ReadRecords (const ReportArguments &Arguments, Console &Console)
 /// Makes one call into the platform and judges how it ended.
 template <typename Callable>
 Outcome
-Try (const CperFile *File, Callable &&Call)
+Try (SimulatedPlatform &Platform, const CperFile *File, Callable &&Call)
 {
   Outcome Outcome = {.File = File, .Result = {}, .Fault = {}};
+  Platform.World.Forget ();
   try {
     Outcome.Result = Call ();
   } catch (const std::exception &Fault) {
     Outcome.Fault = Fault.what ();
+    Outcome.Result.Log = Platform.World.Log;
     return Outcome;
   }
   if (!Outcome.Result.Stopped.empty ()) {
@@ -90,26 +93,28 @@ Try (const CperFile *File, Callable &&Call)
 }
 
 /// Boots the platform and reports the records one after the other, up to the first fault: a
-/// processor that stopped does not come back. Hands each outcome to Take.
+/// processor that stopped does not come back. Hands the outcome of each record to Take, or the
+/// outcome of the boot if that failed.
 template <typename Consumer>
 void
 Run (const PlatformDescription &Description,
+     const fs::path &Driver,
      std::span<const CperFile> Records,
      const ReportOptions &Options,
      Consumer &&Take)
 {
   SimulatedPlatform Platform (Description);
-  for (const auto &Step :
-       {+[] (SimulatedPlatform &Booting) { return Booting.LoadDriver (); },
-        +[] (SimulatedPlatform &Booting) { return Booting.SignalReadyToLock (); }}) {
-    const Outcome Booted = Try (nullptr, [&] { return Step (Platform); });
-    if (!Booted.Fault.empty ()) {
-      Take (Booted);
-      return;
-    }
+  Outcome Boot = Try (Platform, nullptr, [&] { return Platform.LoadDriver (Driver); });
+  if (Boot.Fault.empty ()) {
+    Boot = Try (Platform, nullptr, [&] { return Platform.SignalReadyToLock (); });
+  }
+  if (!Boot.Fault.empty ()) {
+    Take (Boot);
+    return;
   }
   for (const CperFile &Record : Records) {
-    const Outcome Reported = Try (&Record, [&] { return Platform.Report (Record.Bytes, Options); });
+    const Outcome Reported =
+        Try (Platform, &Record, [&] { return Platform.Report (Record.Bytes, Options); });
     Take (Reported);
     if (!Reported.Fault.empty ()) {
       return;
@@ -117,11 +122,25 @@ Run (const PlatformDescription &Description,
   }
 }
 
+fs::path
+DriverOption (const std::string &File)
+{
+  if (File.empty ()) {
+    return BuiltDriver ();
+  }
+  std::error_code Error;
+  if (!fs::is_regular_file (File, Error)) {
+    throw InputError (fmt::format ("{}: expected a driver's shared object", File));
+  }
+  return File;
+}
+
 int
 RunReport (const ReportArguments &Arguments, Console &Console)
 {
   const std::vector<CperFile> Records = ReadRecords (Arguments, Console);
   const PlatformDescription Description = PlatformOption (Arguments.PlatformFile);
+  const fs::path Driver = DriverOption (Arguments.Driver);
   ReportOptions Options;
   Options.Processor =
       NumberOption ("--cpu", Arguments.Processor, 0, Description.Processors.size () - 1);
@@ -134,7 +153,7 @@ RunReport (const ReportArguments &Arguments, Console &Console)
                                  {"records", nlohmann::ordered_json::array ()}};
   {
     Progress Progress (Console, "reporting", Records.size (), !Arguments.Json);
-    Run (Description, Records, Options, [&] (const Outcome &Outcome) {
+    Run (Description, Driver, Records, Options, [&] (const Outcome &Outcome) {
       Summary.Add (Outcome);
       if (!Arguments.Json) {
         PrintOutcome (Console, Outcome, !Arguments.Quiet);
@@ -172,6 +191,10 @@ AddReportCommand (CLI::App &App, Console &Console, int &ExitCode)
   Report->add_option ("--cpu", Arguments->Processor, "Index of the processor that reports")
       ->type_name ("N")
       ->capture_default_str ();
+  Report
+      ->add_option ("--driver", Arguments->Driver,
+                    "Shared object of another build of the driver; this build's unless given")
+      ->type_name ("FILE");
   Report->add_flag ("--json", Arguments->Json, "Print one JSON document");
   Report->add_flag ("--quiet", Arguments->Quiet, "Leave the driver's log out");
   Report->add_flag ("--raw", Arguments->Raw,

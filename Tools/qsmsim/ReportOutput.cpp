@@ -70,7 +70,7 @@ FieldsText (const CperDescription &Description)
   std::string Text;
   for (const auto &[Field, Value] : Description.Fields) {
     const std::string Number = Field->Shown == Notation::Decimal ? fmt::format ("{}", Value)
-                                                                 : fmt::format ("{:#X}", Value);
+                                                                 : fmt::format ("0x{:X}", Value);
     Text += fmt::format ("{}{} {}", Text.empty () ? "" : ", ", Field->Name, Number);
   }
   return Text;

@@ -64,6 +64,7 @@ TEST_F (BadInput, GivesCodeTwoAndOneLineAndDoesNothing)
       {"report good.cper --platform one.json --cpu 2",
        "--cpu: expected a number from 0 to 1, found \"2\""},
       {"report good.cper --cpu first", "--cpu: expected a number from 0 to 15, found \"first\""},
+      {"report good.cper --driver nosuch", "nosuch: expected a driver's shared object"},
       {"show", "A subcommand is required (see --help)"},
       {"show inventory --platform bad.json",
        "bad.json: $.processors: expected a value, found none"},

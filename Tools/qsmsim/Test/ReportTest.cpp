@@ -17,6 +17,18 @@ public:
     EXPECT_EQ (Result.Err, "");
     return Json::parse (Result.Out);
   }
+
+  /// What came of one record: the decoded event, or why it was dropped.
+  static std::string
+  Outcome (const Json &Record)
+  {
+    if (!Record["dropped"].is_null ()) {
+      return Record["dropped"];
+    }
+    const Json &Event = Record["events"][0];
+    return Event["class"].get<std::string> () + " " + Event["severity"].get<std::string> () + " " +
+           Event["id"].get<std::string> ();
+  }
 };
 
 TEST_F (Report, ReadsAsOneStoryFromRecordToEvent)
@@ -42,7 +54,16 @@ TEST_F (Report, ReadsAsOneStoryFromRecordToEvent)
 TEST_F (Report, SaysWhatBecomesOfEachSample)
 {
   const std::map<std::string, std::string> Expected = {
+      {"dropped-firmware-section.cper", "the driver knows no such section, and logs nothing"},
+      {"dropped-informational.cper", "no device of the inventory gives an event for it"},
+      {"dropped-no-such-dimm.cper", "no device of the inventory gives an event for it"},
       {"memory-corrected.cper", "memory Warning CPU1_C2_D0"},
+      {"memory-fatal.cper", "memory Critical CPU0_C7_D1"},
+      {"memory-recoverable.cper", "memory Critical CPU0_C0_D0"},
+      {"pcie-corrected.cper", "pcie Warning Slot3_NVMe0"},
+      {"pcie-fatal.cper", "pcie Critical Slot5_GPU_Audio"},
+      {"processor-corrected.cper", "processor Warning CPU0"},
+      {"processor-fatal.cper", "processor Critical CPU0"},
   };
   std::ifstream List (QSM_SAMPLE_LIST);
   for (std::string Line; std::getline (List, Line);) {
@@ -50,19 +71,136 @@ TEST_F (Report, SaysWhatBecomesOfEachSample)
       Make (Line);
     }
   }
-  const Json Result = ReportJson (".");
   std::map<std::string, std::string> Found;
+  const Json Result = ReportJson (".");
   for (const Json &Record : Result["records"]) {
-    std::string &Text = Found[std::filesystem::path (Record["file"]).filename ()];
-    for (const Json &Event : Record["events"]) {
-      Text += Event["class"].get<std::string> () + " " + Event["severity"].get<std::string> () +
-              " " + Event["id"].get<std::string> ();
-    }
-    if (!Record["dropped"].is_null ()) {
-      Text += Record["dropped"];
-    }
+    Found[std::filesystem::path (Record["file"]).filename ()] = Outcome (Record);
   }
   EXPECT_EQ (Json (Found).dump (1), Json (Expected).dump (1));
+  EXPECT_EQ (Result["summary"].dump (),
+             R"({"dropped":3,"events":7,"faults":0,"records":10,"reported":10})");
+  EXPECT_TRUE (
+      Run ("report --quiet . memory-fatal.cper")
+          .Out.ends_with ("\n11 records: 8 events, 3 dropped, 0 faults, 0 not reported\n"));
+}
+
+TEST_F (Report, TakesThePlatformFromItsFile)
+{
+  Write ("platform.json", R"({"name": "test", "processors": [
+      {"cpuid": "amd-naples", "first": 62, "count": 4}], "devices": [
+      {"type": "pcie", "id": "abc", "bus": "0x12", "device": 3, "function": 4},
+      {"type": "processor", "id": null, "socket": 1}, {"type": "processor", "id": "CPU0", "socket": 0}]})");
+  Make ("pcie --severity fatal --bus 0x12 --device 3 --function 4 -o pcie.cper");
+  Make ("processor --severity recoverable -o processor.cper");
+  const struct {
+    const char *Line, *Bytes;
+  } Rows[] = {
+      {"pcie.cper", "00 03 02 61 62 63 00"},
+      {"processor.cper --cpu 0", "00 01 01 43 50 55 30 00"},
+      {"processor.cper --cpu 1", "00 01 01 43 50 55 30 00"},
+      {"processor.cper --cpu 2", "00 01 01 3C 6E 75 6C 6C 20 73 74 72 69 6E 67 3E 00"},
+  };
+  for (const auto &Row : Rows) {
+    const Json Result = ReportJson (std::string (Row.Line) + " --platform platform.json");
+    EXPECT_EQ (Result["platform"], "test");
+    EXPECT_EQ (Result["records"][0]["events"][0]["bytes"], Row.Bytes) << Row.Line;
+  }
+}
+
+TEST_F (Report, PointsOutWhatTheDriverReadsDifferently)
+{
+  Make ("memory --socket 0x101 --channel 2 --dimm 0 -o record");
+  std::string Record = Read ("record");
+  Record[10] = 2;   // SectionCount
+  Record[128] = 24; // low byte of SectionOffset
+  Record[176] = 1;  // SectionSeverity
+  Record[200] = 0;  // ValidationBits
+  Write ("record", Record + "more");
+  const Json Result = ReportJson ("record")["records"][0];
+  EXPECT_EQ (Result["notes"].dump (1), R"([
+ "RecordLength is 280, the file has 284 bytes",
+ "SectionCount is 2, the driver reads one section",
+ "the section's body is at 24, the driver reads it at 200",
+ "the section is fatal, the driver goes by the record",
+ "socket is not declared valid, the driver reads it all the same",
+ "of socket 257 the driver compares the low 8 bits, 1",
+ "channel is not declared valid, the driver reads it all the same",
+ "dimm is not declared valid, the driver reads it all the same"
+])");
+  EXPECT_EQ (Outcome (Result), "memory Warning CPU1_C2_D0");
+}
+
+TEST_F (Report, HandsOverRawBytesInAPageOfZeros)
+{
+  Make ("memory --socket 1 --channel 2 --dimm 0 -o record");
+  Write ("cut", Read ("record").substr (0, 234));
+  Write ("empty", "");
+  const Json Result = ReportJson ("--raw cut empty")["records"];
+  EXPECT_EQ (Outcome (Result[0]), "memory Warning CPU1_C0_D0");
+  EXPECT_EQ (Outcome (Result[1]), "the driver knows no such section, and logs nothing");
+}
+
+TEST_F (Report, SaysThatTheInventoryIsNotReady)
+{
+  Write ("platform.json", R"({"name": "early", "inventoryReady": false, "devices": [],
+      "processors": [{"cpuid": "intel-pentium", "apicIds": [0]}]})");
+  Make ("processor -o record");
+  const ToolResult Result = Run ("report record --platform platform.json");
+  EXPECT_EQ (Result.ExitCode, 0);
+  EXPECT_TRUE (
+      Result.Out.ends_with ("  dropped: the inventory is not ready "
+                            "(\"[System Inventory Information] Protocol Data NOT Ready yet\")\n"))
+      << Result.Out;
+}
+
+TEST_F (Report, EndsAtAFaultWithCodeOne)
+{
+  // The test driver does what the record's first letter says: a stops it, e sends one byte.
+  Write ("a", "a");
+  Write ("e", "e");
+  Write ("driver.so", "no shared object");
+  const ToolResult Stopped =
+      Run (std::string ("report --quiet --raw e a e --driver ") + TEST_DRIVER);
+  EXPECT_EQ (Stopped.ExitCode, 1);
+  EXPECT_TRUE (Stopped.Out.ends_with ("  fault: processor stopped at Test/Driver:12\n"
+                                      "3 records: 1 events, 0 dropped, 1 faults, 1 not reported\n"))
+      << Stopped.Out;
+  const Json NotLoaded = ReportJson ("--raw e --driver driver.so", 1);
+  EXPECT_NE (NotLoaded["boot"]["fault"].get<std::string> ().find ("driver"), std::string::npos);
+  EXPECT_EQ (NotLoaded["records"].size (), 0U);
+}
+
+TEST_F (Report, IsColouredAndCountedOnATerminalOnly)
+{
+  Make ("processor -o record");
+  std::vector<const char *> Arguments (25, "record");
+  Arguments[0] = "qsmsim";
+  Arguments[1] = "report";
+  for (const bool IsTerminal : {false, true}) {
+    std::ostringstream Out, Err;
+    Console Console = {
+        .Out = Out, .Err = Err, .OutIsTerminal = IsTerminal, .ErrIsTerminal = IsTerminal};
+    EXPECT_EQ (QsmsimMain (static_cast<int> (Arguments.size ()), Arguments.data (), Console), 0);
+    EXPECT_EQ (Out.str ().find ('\x1B') != std::string::npos, IsTerminal);
+    EXPECT_EQ (Err.str ().find ("reading 23 of 23") != std::string::npos, IsTerminal);
+    EXPECT_EQ (Err.str ().find ("reporting"), std::string::npos);
+  }
+}
+
+TEST_F (Report, HasTheInventoryThatShowPrints)
+{
+  Write ("platform.json",
+         R"({"name": "test", "processors": [{"cpuid": "intel-tulsa", "apicIds": [0]}],
+      "devices": [{"type": "memory", "id": "D", "socket": 1, "channel": 2, "dimm": 3},
+      {"type": "pcie", "id": null, "bus": 18, "device": 3, "function": 4}, {"type": 9, "id": "F"}]})");
+  EXPECT_EQ (Run ("show inventory --platform platform.json").Out,
+             "test: 3 devices, inventory ready\n"
+             "    0  memory     socket 1, channel 2, dimm 3  D\n"
+             "    1  pcie       12:03.4                      (null)\n"
+             "    2  type 9                                  F\n");
+  const Json Shown = Json::parse (Run ("show inventory --json --platform platform.json").Out);
+  EXPECT_EQ (Shown["devices"], Json::parse (Read ("platform.json"))["devices"]);
+  EXPECT_EQ (Shown["inventoryReady"], true);
 }
 
 } // namespace
