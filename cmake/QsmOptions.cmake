@@ -14,7 +14,27 @@ target_compile_options (
             -ffreestanding -fno-delete-null-pointer-checks
             $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>
             $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
-if (QSM_HOST)
+if (NOT QSM_HOST)
+  # No operating system and no run-time library stands behind the image: nothing below the stack
+  # pointer is safe, nobody probes or guards the stack, unwinds or runs start-up code, and no
+  # vector register is used unasked.
+  target_compile_options (
+    qsm_driver_options
+    INTERFACE --target=x86_64-unknown-windows-msvc
+              $<$<COMPILE_LANGUAGE:CXX>:-Os>
+              $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>
+              $<$<COMPILE_LANGUAGE:CXX>:-fno-asynchronous-unwind-tables>
+              $<$<COMPILE_LANGUAGE:CXX>:-fno-stack-protector>
+              $<$<COMPILE_LANGUAGE:CXX>:-fno-ident>
+              $<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections>
+              $<$<COMPILE_LANGUAGE:CXX>:-fdata-sections>
+              $<$<COMPILE_LANGUAGE:CXX>:-mno-red-zone>
+              $<$<COMPILE_LANGUAGE:CXX>:-mno-stack-arg-probe>
+              $<$<COMPILE_LANGUAGE:CXX>:-mno-implicit-float>
+              $<$<COMPILE_LANGUAGE:CXX>:-Wframe-larger-than=1024>
+              $<$<COMPILE_LANGUAGE:CXX>:-Wglobal-constructors>
+              $<$<COMPILE_LANGUAGE:CXX>:-Wexit-time-destructors>)
+else ()
   target_compile_options (
     qsm_driver_options INTERFACE -fPIC -fexceptions -fasynchronous-unwind-tables
                                  $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)

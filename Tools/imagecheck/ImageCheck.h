@@ -1,0 +1,18 @@
+/// What the production image promises to firmware that has no linker, no C run-time and no
+/// exception handling, tested on the bytes of the file.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Base.h"
+
+/// The most that the file may take of the flash, in bytes.
+inline constexpr UINTN ImageFileSizeMax = 24 * 1024;
+
+/// Returns one sentence for each promise that the image File breaks, none for a sound one.
+/// RelinkedFile holds the same objects linked for another base address: loaded to one address the
+/// two must not differ, or an absolute pointer is without its relocation.
+std::vector<std::string> CheckImage (std::span<const UINT8> File,
+                                     std::span<const UINT8> RelinkedFile);
