@@ -78,8 +78,7 @@ TEST (LostInventory, IsSearchedAgainByTheNextError)
     LoadedPlatform Platform (TwoSockets (Devices), Debug);
     *Platform.Drivers[0]->Symbol<const InventoryInfo *> ("mInventoryInfo") = nullptr;
     // Without a service each of the two messages ahead of the search searches too.
-    FaultPlanFail (
-        ServiceSmmLocateProtocol, Debug == DebugWorld::Present ? 1 : 3, EFI_NOT_FOUND);
+    FaultPlanFail (ServiceSmmLocateProtocol, Debug == DebugWorld::Present ? 1 : 3, EFI_NOT_FOUND);
     const CallResult Result = Platform.Report (Classes[2].Record);
     EXPECT_EQ (EventText (Result), "");
     if (Debug == DebugWorld::Present) {

@@ -89,7 +89,8 @@ TEST_F (Report, TakesThePlatformFromItsFile)
   Write ("platform.json", R"({"name": "test", "processors": [
       {"cpuid": "amd-naples", "first": 62, "count": 4}], "devices": [
       {"type": "pcie", "id": "abc", "bus": "0x12", "device": 3, "function": 4},
-      {"type": "processor", "id": null, "socket": 1}, {"type": "processor", "id": "CPU0", "socket": 0}]})");
+      {"type": "processor", "id": null, "socket": 1},
+      {"type": "processor", "id": "CPU0", "socket": 0}]})");
   Make ("pcie --severity fatal --bus 0x12 --device 3 --function 4 -o pcie.cper");
   Make ("processor --severity recoverable -o processor.cper");
   const struct {
@@ -192,7 +193,8 @@ TEST_F (Report, HasTheInventoryThatShowPrints)
   Write ("platform.json",
          R"({"name": "test", "processors": [{"cpuid": "intel-tulsa", "apicIds": [0]}],
       "devices": [{"type": "memory", "id": "D", "socket": 1, "channel": 2, "dimm": 3},
-      {"type": "pcie", "id": null, "bus": 18, "device": 3, "function": 4}, {"type": 9, "id": "F"}]})");
+      {"type": "pcie", "id": null, "bus": 18, "device": 3, "function": 4},
+      {"type": 9, "id": "F"}]})");
   EXPECT_EQ (Run ("show inventory --platform platform.json").Out,
              "test: 3 devices, inventory ready\n"
              "    0  memory     socket 1, channel 2, dimm 3  D\n"
