@@ -208,6 +208,14 @@ SteppedProcessor::Perform (SteppedInstruction Instruction,
 UINTN
 SteppedProcessor::Play (const UINT8 *Code, GeneralRegisters &General)
 {
+  const auto Address = reinterpret_cast<UINTN> (Code);
+  if (Address >= Watch.Begin && Address < Watch.End) {
+    if (Watch.Instructions++ == 0) {
+      Watch.EntryStackPointer = Watch.LowestStackPointer = General[RSP];
+    }
+    Watch.LowestStackPointer = std::min<UINTN> (Watch.LowestStackPointer, General[RSP]);
+  }
+
   constexpr UINT8 RexMask = 0xF0;
   constexpr UINT8 Rex = 0x40;
   for (const auto &Known : Instructions) {

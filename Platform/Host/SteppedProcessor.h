@@ -58,6 +58,15 @@ bool HaveSamePreservedRegisters (const RegisterFile &Left, const RegisterFile &R
 
 enum SteppedInstruction : UINTN;
 
+/// What has been seen of one stretch of code. Begin and End are set by who watches it.
+struct CodeWatch {
+  UINTN Begin = 0; ///< Address of the first byte.
+  UINTN End = 0;   ///< Address behind the last byte.
+  UINTN Instructions = 0;
+  UINTN EntryStackPointer = 0;  ///< Ahead of the first instruction.
+  UINTN LowestStackPointer = 0; ///< Ahead of any of them.
+};
+
 /// There may be one at a time, since it takes the traps of the process.
 class SteppedProcessor {
 public:
@@ -88,6 +97,8 @@ public:
   UINT64 ShadowStackPointer = 0;
   /// The host of a TDX guest: sees the registers at TDCALL and changes them.
   std::function<void (GeneralRegisters &)> VmCallHost;
+
+  CodeWatch Watch;
 
   /// The played instructions since the last call, and each MFENCE and MOVNTDQ, with their operands
   /// in hexadecimal: "mov cr4; incssp 1; ". Further ones than fit Steps are left out.

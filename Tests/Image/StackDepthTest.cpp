@@ -1,0 +1,97 @@
+/// How deep one call of the listener goes into the stack of System Management Mode, and how many
+/// instructions of the image it takes.
+
+#include <iostream>
+
+#include <gtest/gtest.h>
+
+#include "BuiltImage.h"
+#include "DebugService.h"
+#include "Firmware.h"
+#include "ImageInstance.h"
+#include "Protocol/SmmRscHandler.h"
+#include "ProtocolDatabase.h"
+#include "Record/ErrorClass.h"
+#include "Record/ErrorRecord.h"
+#include "SimulatedPlatform.h"
+#include "SteppedProcessor.h"
+
+namespace {
+
+constexpr UINTN StackDepthMax = 1536;
+
+const PlatformDescription OneOfEach = {
+    .Name = "one of each",
+    .Processors = {{.CpuidSet = "intel-sapphire-rapids", .ApicId = 0, .X2Apic = true}},
+    .Devices = {{.Type = ErrorClassProcessor, .Id = "CPU1", .Socket = 0},
+                {.Type = ErrorClassMemory, .Id = "CPU1_C2_D0"},
+                {.Type = ErrorClassPcie, .Id = "Slot3_NVMe0"}}};
+
+EFI_SMM_RSC_HANDLER_CALLBACK mListener = nullptr;
+
+EFI_STATUS EFIAPI
+KeepListener (EFI_SMM_RSC_HANDLER_CALLBACK Callback)
+{
+  mListener = Callback;
+  return EFI_SUCCESS;
+}
+
+/// Expanding the messages would be most of what is stepped through.
+EFI_STATUS EFIAPI
+DiscardMessage (UINTN, const CHAR8 *, const CHAR8 *, VA_LIST)
+{
+  return EFI_SUCCESS;
+}
+
+TEST (ListenerCall, StaysWithinItsShareOfTheStack)
+{
+  SimulatedPlatform Platform (OneOfEach);
+  gHostMachine = &Platform.Machine;
+  EFI_SMM_RSC_HANDLER_PROTOCOL Router = {.Register = KeepListener, .Unregister = nullptr};
+  EFI_HANDLE Handle = nullptr;
+  ProtocolRemove (ProtocolSmm, &gEfiSmmRscHandlerProtocolGuid);
+  ASSERT_EQ (ProtocolInstall (&Handle, &gEfiSmmRscHandlerProtocolGuid, &Router), EFI_SUCCESS);
+
+  gDebugService.PrintWithName = DiscardMessage;
+
+  ImageInstance Image (ReadBuiltFile (ImageName));
+  EFI_STATUS Status = EFI_NOT_STARTED;
+  Image.Run ([&] { Status = Image.Entry (&Router, FirmwareSystemTable ()); });
+  ASSERT_EQ (Status, EFI_SUCCESS);
+
+  const struct {
+    const char *Name;
+    EFI_GUID SectionType;
+  } Classes[] = {{"processor", gEfiProcessorGenericErrorSectionGuid},
+                 {"memory", gEfiPlatformMemoryErrorSectionGuid},
+                 {"PCIe", gEfiPcieErrorSectionGuid}};
+  for (const auto &Class : Classes) {
+    SCOPED_TRACE (Class.Name);
+    struct {
+      EFI_STATUS_CODE_DATA Header;
+      ErrorRecord Record;
+    } Data = {};
+    Data.Record.Section.SectionType = Class.SectionType;
+    Data.Record.Header.ErrorSeverity = CperSeverityCorrected;
+
+    SteppedProcessor Processor;
+    Processor.Watch.Begin = reinterpret_cast<UINTN> (Image.Base);
+    Processor.Watch.End = Processor.Watch.Begin + Image.Size;
+    // IA32_APIC_BASE with the local APIC on and in x2APIC mode; no HTT, so package 0.
+    Processor.Answer = 0xC00;
+    const UINTN Requests = Platform.World.Requests.size ();
+    const RegisterFile Exit =
+        Processor.Run (mListener, RegisterFile (0, {EFI_ERROR_CODE, HARDWARE_ERROR_STATUS_CODE, 0,
+                                                    0, reinterpret_cast<UINTN> (&Data.Header)}));
+    // The return address belongs to the call.
+    const UINTN Depth =
+        Processor.Watch.EntryStackPointer - Processor.Watch.LowestStackPointer + sizeof (UINTN);
+    EXPECT_EQ (Exit.General[RAX], EFI_SUCCESS);
+    EXPECT_EQ (Platform.World.Requests.size (), Requests + 1);
+    EXPECT_LT (Depth, StackDepthMax);
+    std::cout << Class.Name << ": " << Depth << " bytes of stack, " << Processor.Watch.Instructions
+              << " instructions\n";
+  }
+}
+
+} // namespace
