@@ -1,19 +1,52 @@
-/// The commands of the tool. Each adds itself to the command line; it runs when the line is parsed,
-/// and sets the exit code if that is not 0. Bad input is thrown as InputError.
+/// The commands of the tool, behind the command line. Arguments stand as they were given; each
+/// command checks all of them before it does anything, and throws InputError for bad input.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "Console.h"
+#include "CperLayout.h"
 
 inline constexpr int EXIT_DONE = 0;
 inline constexpr int EXIT_FAULT = 1; ///< The run found a fault.
 inline constexpr int EXIT_INPUT = 2; ///< Usage or bad input; also output that cannot be written.
 
-/// Help of --platform.
-inline constexpr const char *PLATFORM_HELP =
-    "Description of the platform, as docs/platform.md has it; a two-socket server unless given";
+/// Ending of record files in a directory.
+inline constexpr const char *RECORD_SUFFIX = ".cper";
 
-void AddMakeCommand (CLI::App &App);
-void AddReportCommand (CLI::App &App, Console &Console, int &ExitCode);
-void AddShowCommand (CLI::App &App, Console &Console);
+struct MakeArguments {
+  CperSection Section; ///< Of error class 0: one whose type and size are arguments.
+  std::string SectionType, BodySize = "0";
+  std::vector<std::optional<std::string>> Fields; ///< One for each of the section's fields.
+
+  std::string Severity = "corrected";
+  std::optional<std::string> Notification;
+  std::string Revision = "0x0101";
+  std::string RecordId = "1";
+  std::string FruText;
+  std::string File; ///< Where the record goes. Not left behind if it cannot be written.
+};
+
+void RunMake (const MakeArguments &Arguments);
+
+struct ReportArguments {
+  std::vector<std::string> Records; ///< Files and directories.
+  std::string PlatformFile;
+  std::string Processor = "0";
+  std::string Driver;
+  bool Json = false;
+  bool Quiet = false;
+  bool Raw = false;
+};
+
+/// Returns the exit code.
+int RunReport (const ReportArguments &Arguments, Console &Console);
+
+struct ShowArguments {
+  std::string PlatformFile;
+  bool Json = false;
+};
+
+void RunShowInventory (const ShowArguments &Arguments, Console &Console);

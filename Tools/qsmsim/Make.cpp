@@ -4,8 +4,6 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
-#include <memory>
-#include <optional>
 
 #include <fmt/format.h>
 
@@ -16,24 +14,7 @@
 
 namespace {
 
-/// A section whose type is an option.
-constexpr CperSection OtherSection = {.Name = "other"};
 constexpr UINTN BODY_SIZE_MAX = 4096;
-
-/// The options of one kind of record, as they stand on the command line.
-struct MakeArguments {
-  CperSection Section;
-  std::vector<std::optional<std::string>> Fields; ///< One for each of the section's fields.
-  std::string SectionType;                        ///< Of a section that the driver does not know.
-  std::string BodySize = "0";                     ///< Likewise.
-
-  std::string Severity = "corrected";
-  std::optional<std::string> Notification;
-  std::string Revision = "0x0101";
-  std::string RecordId = "1";
-  std::string FruText;
-  std::string File;
-};
 
 /// What usually triggers such a record.
 std::string
@@ -96,74 +77,16 @@ WriteFile (const std::filesystem::path &File, const std::vector<UINT8> &Bytes)
   }
 }
 
-void
-RunMake (MakeArguments &Arguments)
-{
-  if (Arguments.Section.ErrorClass == 0) {
-    Arguments.Section.Type = GuidOption ("--section-type", Arguments.SectionType);
-    Arguments.Section.BodySize = NumberOption ("--body-size", Arguments.BodySize, 0, BODY_SIZE_MAX);
-  }
-  const CperEnvelope Envelope = ReadEnvelope (Arguments);
-  WriteFile (Arguments.File, MakeCper (Arguments.Section, Envelope, ReadFields (Arguments)));
-}
-
-void
-AddEnvelopeOptions (CLI::App &App, MakeArguments &Arguments)
-{
-  App.add_option ("--severity", Arguments.Severity,
-                  "Severity of record and section: " + NamesText (CperSeverities ()) +
-                      ", or a number")
-      ->type_name ("SEVERITY")
-      ->capture_default_str ();
-  App.add_option ("--notification", Arguments.Notification,
-                  "What triggered the record: " + NamesText (CperNotifications ()) +
-                      "; the usual one of its kind unless given")
-      ->type_name ("NAME");
-  App.add_option ("--revision", Arguments.Revision, "Revision of the record, 0x0100 or 0x0101")
-      ->type_name ("NUMBER")
-      ->capture_default_str ();
-  App.add_option ("--record-id", Arguments.RecordId, "Record id")
-      ->type_name ("NUMBER")
-      ->capture_default_str ();
-  App.add_option ("--fru-text", Arguments.FruText, "Name of the replaceable unit, for people")
-      ->type_name ("TEXT");
-  App.add_option ("-o,--output", Arguments.File, "File to write")->type_name ("FILE")->required ();
-}
-
-void
-AddSection (CLI::App &Make, const CperSection &Section, const std::string &Help)
-{
-  const auto Arguments = std::make_shared<MakeArguments> ();
-  Arguments->Section = Section;
-  Arguments->Fields.resize (Section.Fields.size ());
-  CLI::App *App = Make.add_subcommand (Section.Name, Help);
-  for (UINTN Index = 0; Index < Section.Fields.size (); ++Index) {
-    const CperField &Field = Section.Fields[Index];
-    App->add_option (fmt::format ("--{}", Field.Name), Arguments->Fields[Index], Field.Help)
-        ->type_name ("NUMBER")
-        ->required (Field.TellsDevice);
-  }
-  if (Section.ErrorClass == 0) {
-    App->add_option ("--section-type", Arguments->SectionType, "Type of the section")
-        ->type_name ("GUID")
-        ->required ();
-    App->add_option ("--body-size", Arguments->BodySize, "Size in bytes of its body, all zeros")
-        ->type_name ("NUMBER")
-        ->capture_default_str ();
-  }
-  AddEnvelopeOptions (*App, *Arguments);
-  App->callback ([=] { RunMake (*Arguments); });
-}
-
 } // namespace
 
 void
-AddMakeCommand (CLI::App &App)
+RunMake (const MakeArguments &Arguments)
 {
-  CLI::App *Make = App.add_subcommand ("make", "Write an error record (CPER) from fields");
-  Make->require_subcommand (1);
-  for (const CperSection &Section : CperSections ()) {
-    AddSection (*Make, Section, fmt::format ("A record of a {} error", Section.Name));
+  CperSection Section = Arguments.Section;
+  if (Section.ErrorClass == 0) {
+    Section.Type = GuidOption ("--section-type", Arguments.SectionType);
+    Section.BodySize = NumberOption ("--body-size", Arguments.BodySize, 0, BODY_SIZE_MAX);
   }
-  AddSection (*Make, OtherSection, "A record of a section that the driver does not know");
+  const CperEnvelope Envelope = ReadEnvelope (Arguments);
+  WriteFile (Arguments.File, MakeCper (Section, Envelope, ReadFields (Arguments)));
 }

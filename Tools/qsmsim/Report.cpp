@@ -1,30 +1,16 @@
 #include "Commands.h"
 
 #include <algorithm>
-#include <memory>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "InputFile.h"
 #include "Options.h"
-#include "ReportOutput.h"
+#include "ReportWriter.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char *RECORD_SUFFIX = ".cper";
-
-struct ReportArguments {
-  std::vector<std::string> Records;
-  std::string PlatformFile;
-  std::string Processor = "0";
-  std::string Driver;
-  bool Json = false;
-  bool Quiet = false;
-  bool Raw = false;
-};
 
 /// A directory stands for its record files, in the order of their names.
 std::vector<fs::path>
@@ -75,21 +61,12 @@ template <typename Callable>
 Outcome
 Try (SimulatedPlatform &Platform, const CperFile *File, Callable &&Call)
 {
-  Outcome Outcome = {.File = File, .Result = {}, .Fault = {}};
   Platform.World.Forget ();
   try {
-    Outcome.Result = Call ();
+    return JudgeCall (File, Call ());
   } catch (const std::exception &Fault) {
-    Outcome.Fault = Fault.what ();
-    Outcome.Result.Log = Platform.World.Log;
-    return Outcome;
+    return JudgeFault (File, Fault.what (), Platform.World.Log);
   }
-  if (!Outcome.Result.Stopped.empty ()) {
-    Outcome.Fault = Outcome.Result.Stopped;
-  } else if (EFI_ERROR (Outcome.Result.Status)) {
-    Outcome.Fault = fmt::format ("the driver returned status 0x{:X}", Outcome.Result.Status);
-  }
-  return Outcome;
 }
 
 /// Boots the platform and reports the records one after the other, up to the first fault: a
@@ -135,6 +112,8 @@ DriverOption (const std::string &File)
   return File;
 }
 
+} // namespace
+
 int
 RunReport (const ReportArguments &Arguments, Console &Console)
 {
@@ -148,57 +127,17 @@ RunReport (const ReportArguments &Arguments, Console &Console)
   Options.CodeType = EFI_ERROR_CODE | EFI_ERROR_MINOR;
 
   Summary Summary = {.Given = Records.size ()};
-  nlohmann::ordered_json Json = {{"platform", Description.Name},
-                                 {"cpu", Options.Processor},
-                                 {"records", nlohmann::ordered_json::array ()}};
+  const auto Writer =
+      Arguments.Json ? JsonReport (Console, !Arguments.Quiet, Description.Name, Options.Processor)
+                     : TextReport (Console, !Arguments.Quiet);
   {
     Progress Progress (Console, "reporting", Records.size (), !Arguments.Json);
     Run (Description, Driver, Records, Options, [&] (const Outcome &Outcome) {
       Summary.Add (Outcome);
-      if (!Arguments.Json) {
-        PrintOutcome (Console, Outcome, !Arguments.Quiet);
-      } else if (Outcome.File == nullptr) {
-        Json["boot"] = OutcomeJson (Outcome, !Arguments.Quiet);
-      } else {
-        Json["records"].push_back (OutcomeJson (Outcome, !Arguments.Quiet));
-      }
+      Writer->Take (Outcome);
       Progress.Step ();
     });
   }
-  if (Arguments.Json) {
-    Json["summary"] = SummaryJson (Summary);
-    Console.Out << Json.dump (2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
-  } else if (Records.size () > 1) {
-    PrintSummary (Console, Summary);
-  }
+  Writer->Close (Summary);
   return Summary.Faults == 0 ? EXIT_DONE : EXIT_FAULT;
-}
-
-} // namespace
-
-void
-AddReportCommand (CLI::App &App, Console &Console, int &ExitCode)
-{
-  CLI::App *Report = App.add_subcommand (
-      "report", "Report error records to the driver and print what the BMC gets");
-  const auto Arguments = std::make_shared<ReportArguments> ();
-  Report
-      ->add_option (
-          "RECORD", Arguments->Records,
-          fmt::format ("Files of one CPER each; of a directory, those named *{}", RECORD_SUFFIX))
-      ->required ();
-  Report->add_option ("--platform", Arguments->PlatformFile, PLATFORM_HELP)->type_name ("FILE");
-  Report->add_option ("--cpu", Arguments->Processor, "Index of the processor that reports")
-      ->type_name ("N")
-      ->capture_default_str ();
-  Report
-      ->add_option ("--driver", Arguments->Driver,
-                    "Shared object of another build of the driver; this build's unless given")
-      ->type_name ("FILE");
-  Report->add_flag ("--json", Arguments->Json, "Print one JSON document");
-  Report->add_flag ("--quiet", Arguments->Quiet, "Leave the driver's log out");
-  Report->add_flag ("--raw", Arguments->Raw,
-                    "Look at nothing and refuse nothing: hand the bytes over in a page of zeros, "
-                    "as a careless reporter would");
-  Report->callback ([=, &Console, &ExitCode] { ExitCode = RunReport (*Arguments, Console); });
 }

@@ -1,7 +1,5 @@
 #include "Commands.h"
 
-#include <memory>
-
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -10,11 +8,6 @@
 #include "Record/ErrorClass.h"
 
 namespace {
-
-struct ShowArguments {
-  std::string PlatformFile;
-  bool Json = false;
-};
 
 std::string
 LocationText (const PlatformDescription::Device &Device)
@@ -62,8 +55,10 @@ DeviceJson (const PlatformDescription::Device &Device)
   return Json;
 }
 
+} // namespace
+
 void
-ShowInventory (const ShowArguments &Arguments, Console &Console)
+RunShowInventory (const ShowArguments &Arguments, Console &Console)
 {
   const PlatformDescription Platform = PlatformOption (Arguments.PlatformFile);
   if (Arguments.Json) {
@@ -84,18 +79,4 @@ ShowInventory (const ShowArguments &Arguments, Console &Console)
     Console.Out << fmt::format ("{:>5}  {:<9}  {:<27}  {}\n", Index, ErrorClassText (Device.Type),
                                 LocationText (Device), Device.Id.value_or ("(null)"));
   }
-}
-
-} // namespace
-
-void
-AddShowCommand (CLI::App &App, Console &Console)
-{
-  CLI::App *Show = App.add_subcommand ("show", "Print what a boot of the platform has built");
-  Show->require_subcommand (1);
-  CLI::App *Inventory = Show->add_subcommand ("inventory", "The devices and their Redfish ids");
-  const auto Arguments = std::make_shared<ShowArguments> ();
-  Inventory->add_option ("--platform", Arguments->PlatformFile, PLATFORM_HELP)->type_name ("FILE");
-  Inventory->add_flag ("--json", Arguments->Json, "Print JSON");
-  Inventory->callback ([=, &Console] { ShowInventory (*Arguments, Console); });
 }

@@ -191,7 +191,8 @@ TEST_F (Report, IsColouredAndCountedOnATerminalOnly)
 TEST_F (Report, HasTheInventoryThatShowPrints)
 {
   Write ("platform.json",
-         R"({"name": "test", "processors": [{"cpuid": "intel-tulsa", "apicIds": [0]}],
+         R"({"name": "test",
+      "processors": [{"cpuid": "intel-tulsa", "apicIds": [0]}],
       "devices": [{"type": "memory", "id": "D", "socket": 1, "channel": 2, "dimm": 3},
       {"type": "pcie", "id": null, "bus": 18, "device": 3, "function": 4},
       {"type": 9, "id": "F"}]})");

@@ -1,0 +1,176 @@
+#include "Qsmsim.h"
+
+#include <algorithm>
+#include <list>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "Commands.h"
+#include "InputFile.h"
+#include "Options.h"
+
+namespace {
+
+constexpr const char *Description =
+    "What does the BMC get for this error record on that platform? Runs the driver "
+    "VelmoraQsmErrorHandler on a simulated platform.";
+
+constexpr const char *PLATFORM_HELP =
+    "Description of the platform, as docs/platform.md has it; a two-socket server unless given";
+
+void
+AddFieldOptions (CLI::App &App, MakeArguments &Arguments)
+{
+  const CperSection &Section = Arguments.Section;
+  Arguments.Fields.resize (Section.Fields.size ());
+  for (UINTN Index = 0; Index < Section.Fields.size (); ++Index) {
+    const CperField &Field = Section.Fields[Index];
+    App.add_option (fmt::format ("--{}", Field.Name), Arguments.Fields[Index], Field.Help)
+        ->type_name ("NUMBER")
+        ->required (Field.TellsDevice);
+  }
+  if (Section.ErrorClass == 0) {
+    App.add_option ("--section-type", Arguments.SectionType, "Type of the section")
+        ->type_name ("GUID")
+        ->required ();
+    App.add_option ("--body-size", Arguments.BodySize, "Size in bytes of its body, all zeros")
+        ->type_name ("NUMBER")
+        ->capture_default_str ();
+  }
+}
+
+void
+AddEnvelopeOptions (CLI::App &App, MakeArguments &Arguments)
+{
+  App.add_option ("--severity", Arguments.Severity,
+                  "Severity of record and section: " + NamesText (CperSeverities ()) +
+                      ", or a number")
+      ->type_name ("SEVERITY")
+      ->capture_default_str ();
+  App.add_option ("--notification", Arguments.Notification,
+                  "What triggered the record: " + NamesText (CperNotifications ()) +
+                      "; the usual one of its kind unless given")
+      ->type_name ("NAME");
+  App.add_option ("--revision", Arguments.Revision, "Revision of the record, 0x0100 or 0x0101")
+      ->type_name ("NUMBER")
+      ->capture_default_str ();
+  App.add_option ("--record-id", Arguments.RecordId, "Record id")
+      ->type_name ("NUMBER")
+      ->capture_default_str ();
+  App.add_option ("--fru-text", Arguments.FruText, "Name of the replaceable unit, for people")
+      ->type_name ("TEXT");
+  App.add_option ("-o,--output", Arguments.File, "File to write")->type_name ("FILE")->required ();
+}
+
+CLI::App *
+AddReport (CLI::App &App, ReportArguments &Arguments)
+{
+  CLI::App *Report = App.add_subcommand (
+      "report", "Report error records to the driver and print what the BMC gets");
+  Report
+      ->add_option (
+          "RECORD", Arguments.Records,
+          fmt::format ("Files of one CPER each; of a directory, those named *{}", RECORD_SUFFIX))
+      ->required ();
+  Report->add_option ("--platform", Arguments.PlatformFile, PLATFORM_HELP)->type_name ("FILE");
+  Report->add_option ("--cpu", Arguments.Processor, "Index of the processor that reports")
+      ->type_name ("N")
+      ->capture_default_str ();
+  Report
+      ->add_option ("--driver", Arguments.Driver,
+                    "Shared object of another build of the driver; this build's unless given")
+      ->type_name ("FILE");
+  Report->add_flag ("--json", Arguments.Json, "Print one JSON document");
+  Report->add_flag ("--quiet", Arguments.Quiet, "Leave the driver's log out");
+  Report->add_flag ("--raw", Arguments.Raw,
+                    "Look at nothing and refuse nothing: hand the bytes over in a page of zeros, "
+                    "as a careless reporter would");
+  return Report;
+}
+
+/// Adds the command that makes records of one section.
+void
+AddSection (CLI::App &Make, MakeArguments &Arguments, const std::string &Help)
+{
+  CLI::App *Section = Make.add_subcommand (Arguments.Section.Name, Help);
+  AddFieldOptions (*Section, Arguments);
+  AddEnvelopeOptions (*Section, Arguments);
+  Section->callback ([&] { RunMake (Arguments); });
+}
+
+/// Adds make with its sections. Their arguments are new elements of Arguments.
+void
+AddMake (CLI::App &App, std::list<MakeArguments> &Arguments)
+{
+  CLI::App *Make = App.add_subcommand ("make", "Write an error record (CPER) from fields");
+  Make->require_subcommand (1);
+  for (const CperSection &Section : CperSections ()) {
+    Arguments.emplace_back ().Section = Section;
+    AddSection (*Make, Arguments.back (), fmt::format ("A record of a {} error", Section.Name));
+  }
+  Arguments.emplace_back ().Section.Name = "other";
+  AddSection (*Make, Arguments.back (), "A record of a section that the driver does not know");
+}
+
+CLI::App *
+AddShowInventory (CLI::App &App, ShowArguments &Arguments)
+{
+  CLI::App *Show = App.add_subcommand ("show", "Print what a boot of the platform has built");
+  Show->require_subcommand (1);
+  CLI::App *Inventory = Show->add_subcommand ("inventory", "The devices and their Redfish ids");
+  Inventory->add_option ("--platform", Arguments.PlatformFile, PLATFORM_HELP)->type_name ("FILE");
+  Inventory->add_flag ("--json", Arguments.Json, "Print JSON");
+  return Inventory;
+}
+
+/// Complains of whatever is wrong in one line.
+int
+Complain (Console &Console, std::string Text)
+{
+  std::ranges::replace (Text, '\n', ' ');
+  Console.Err << "qsmsim: " << Text << std::endl;
+  return EXIT_INPUT;
+}
+
+int
+Run (int ArgumentCount, const char *const *Arguments, Console &Console)
+{
+  CLI::App App (Description, "qsmsim");
+  App.require_subcommand (1);
+  int ExitCode = EXIT_DONE;
+  ReportArguments Report;
+  AddReport (App, Report)->callback ([&] { ExitCode = RunReport (Report, Console); });
+  std::list<MakeArguments> Make;
+  AddMake (App, Make);
+  ShowArguments Inventory;
+  AddShowInventory (App, Inventory)->callback ([&] { RunShowInventory (Inventory, Console); });
+  try {
+    App.parse (ArgumentCount, Arguments);
+    return ExitCode;
+  } catch (const CLI::CallForHelp &) {
+    Console.Out << App.help ();
+    return EXIT_DONE;
+  } catch (const CLI::ParseError &Error) {
+    // A misspelt name explains a missing one, and not the other way round.
+    const std::vector<std::string> Unknown = App.remaining (true);
+    return Complain (Console, (Unknown.empty () ? Error.what ()
+                                                : "There is no \"" + Unknown.front () + "\" here") +
+                                  std::string (" (see --help)"));
+  } catch (const InputError &Error) {
+    return Complain (Console, Error.what ());
+  }
+}
+
+} // namespace
+
+int
+QsmsimMain (int ArgumentCount, const char *const *Arguments, Console &Console)
+{
+  const int ExitCode = Run (ArgumentCount, Arguments, Console);
+  Console.Out.flush ();
+  if (!Console.Out) {
+    return Complain (Console, "standard output: expected to be writable");
+  }
+  return ExitCode;
+}
