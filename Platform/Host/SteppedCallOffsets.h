@@ -2,7 +2,7 @@
 #pragma once
 
 #define REGISTER_FILE_SIZE              0x290
-#define REGISTER_FILE_GENERAL(Register) (0x200 + 8 * Register)
+#define REGISTER_FILE_GENERAL(Register) (0x200 + 8 * (Register))
 #define REGISTER_FILE_STACK_ARGUMENTS   0x280
 
 #define STEPPED_CALL_ENTRY              0x000

@@ -12,5 +12,5 @@
 #define JUMP_BUFFER_R15         0x40
 #define JUMP_BUFFER_RIP         0x48
 #define JUMP_BUFFER_MXCSR       0x50
-#define JUMP_BUFFER_XMM(Number) (0x54 + 0x10 * (Number - 6))
+#define JUMP_BUFFER_XMM(Number) (0x54 + 0x10 * ((Number)-6))
 #define JUMP_BUFFER_SSP         0xF8
