@@ -1,7 +1,6 @@
 /// The driver's fixed lists: what runs at load and at the end, in which order.
 #pragma once
 
-#include "BaseLib.h"
 #include "Uefi/SystemTable.h"
 
 extern "C" {

@@ -1,22 +1,13 @@
 #include "AutoGen.h"
 
 #include "ErrorReportLib.h"
+#include "LibraryCall.h"
 #include "MmServicesTableLib.h"
-#include "SmmDebugServiceLib.h"
 #include "SmmServicesTableLib.h"
 #include "UefiBootServicesTableLib.h"
 #include "UefiRuntimeServicesTableLib.h"
 
 namespace {
-
-/// A library constructor or destructor. One of the two call forms is set.
-struct LibraryFunction {
-  /// Gets both arguments; asserts as ASSERT_EFI_ERROR.
-  EFI_STATUS (EFIAPI *FormA) (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) = nullptr;
-
-  /// Gets nothing; asserts as ASSERT_RETURN_ERROR.
-  RETURN_STATUS (EFIAPI *FormB) () = nullptr;
-};
 
 /// The constructor of a library that has nothing to construct.
 RETURN_STATUS EFIAPI
@@ -68,46 +59,25 @@ constexpr LibraryFunction Destructors[] = {
     ToComeA, // SmmMemoryAllocationLib
 };
 
-/// The reported lines of a list rise by a fixed step.
-constexpr UINTN LineStep = 3;
 constexpr UINTN FirstConstructorLine = 902;
 constexpr UINTN FirstDestructorLine = 1004;
 
 static_assert (ArrayCount (Constructors) == 25);
-static_assert (FirstConstructorLine + LineStep * (ArrayCount (Constructors) - 1) == 974);
-static_assert (FirstDestructorLine + LineStep * (ArrayCount (Destructors) - 1) == 1007);
-
-/// Calls one list, each function once. Line is that of the first assertion.
-template <UINTN Count>
-VOID
-CallEach (const LibraryFunction (&List)[Count],
-          UINTN Line,
-          EFI_HANDLE ImageHandle,
-          EFI_SYSTEM_TABLE *SystemTable)
-{
-  for (const LibraryFunction &Library : List) {
-    const AssertionSite Site = {AutoGenSourceFile, Line};
-    if (Library.FormA != nullptr) {
-      const EFI_STATUS Status = Library.FormA (ImageHandle, SystemTable);
-      ASSERT_EFI_ERROR (Status, Site);
-    } else {
-      const RETURN_STATUS Status = Library.FormB ();
-      ASSERT_RETURN_ERROR (Status, Site);
-    }
-    Line += LineStep;
-  }
-}
+static_assert (LibraryLine (FirstConstructorLine, ArrayCount (Constructors) - 1) == 974);
+static_assert (LibraryLine (FirstDestructorLine, ArrayCount (Destructors) - 1) == 1007);
 
 } // namespace
 
 VOID EFIAPI
 ProcessLibraryConstructorList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable)
 {
-  CallEach (Constructors, FirstConstructorLine, ImageHandle, SystemTable);
+  CallLibraries (Constructors, ArrayCount (Constructors), FirstConstructorLine, ImageHandle,
+                 SystemTable);
 }
 
 VOID EFIAPI
 ProcessLibraryDestructorList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable)
 {
-  CallEach (Destructors, FirstDestructorLine, ImageHandle, SystemTable);
+  CallLibraries (Destructors, ArrayCount (Destructors), FirstDestructorLine, ImageHandle,
+                 SystemTable);
 }

@@ -1,5 +1,6 @@
 #include "AutoGen.h"
 
+#include "BaseLib.h"
 #include "SmmDebugServiceLib.h"
 #include "VelmoraQsmErrorHandler.h"
 
@@ -7,8 +8,8 @@ constinit EFI_STATUS mDriverEntryPointStatus = EFI_LOAD_ERROR;
 
 namespace {
 
-constexpr AssertionSite JumpReturned = {AutoGenSourceFile, 1027, UnreachableAssertionText};
-constexpr AssertionSite ExitReturned = {AutoGenSourceFile, 1042, UnreachableAssertionText};
+constexpr AssertionSite LongJumpReturned = {AutoGenSourceFile, 1027, UnreachableAssertionText};
+constexpr AssertionSite ExitDriverReturned = {AutoGenSourceFile, 1042, UnreachableAssertionText};
 
 /// The point in ProcessModuleEntryPointList to which ExitDriver returns.
 constinit JumpBuffer mJumpContext = {};
@@ -21,7 +22,7 @@ ProcessModuleEntryPointList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTab
   mDriverEntryPointStatus = EFI_LOAD_ERROR;
   if (SetJump (&mJumpContext) == 0) {
     ExitDriver (QsmErrorHandlerEntryPoint (ImageHandle, SystemTable));
-    ASSERT (false, ExitReturned);
+    ASSERT (false, ExitDriverReturned);
   }
   return mDriverEntryPointStatus;
 }
@@ -33,7 +34,7 @@ ExitDriver (EFI_STATUS Status)
     mDriverEntryPointStatus = Status;
   }
   LongJump (&mJumpContext, ~UINTN{0});
-  ASSERT (false, JumpReturned);
+  ASSERT (false, LongJumpReturned);
 }
 
 EFI_STATUS EFIAPI
