@@ -1,7 +1,7 @@
 /// Base types, calling convention, status codes and layout checks of every world.
 ///
-/// This is the only header that includes standard headers. The compiler for the production image
-/// brings no C++ library, so traits come from built-ins.
+/// This is the only header of the driver that includes standard headers. The compiler for the
+/// production image brings no C++ library, so traits come from built-ins.
 #pragma once
 
 #include <stddef.h>

@@ -3,13 +3,17 @@
 /// The image has one definition of each (MdePkg/Library/BaseLib/X64), the host has another
 /// (Platform/Host); the linker chooses. Each operation is the smallest that the machine has:
 /// polling, masking and index-then-data sequences stay in the modules that need them.
+///
+/// Reading CR4 and moving the shadow stack are not here: a call would move the shadow stack too, so
+/// they stand in the assembly of SetJump and LongJump, behind
+/// PcdControlFlowEnforcementPropertyMask.
 #pragma once
 
 #include "Base.h"
 
 extern "C" {
 
-/// CPUID of leaf Index. Stores each register through its pointer; a null pointer is skipped.
+/// CPUID of leaf Index, sub-leaf 0. Stores each register through its pointer; a null pointer is skipped.
 /// Returns Index. (Intel SDM, volume 2, CPUID.)
 UINT32 EFIAPI AsmCpuid (UINT32 Index, UINT32 *Eax, UINT32 *Ebx, UINT32 *Ecx, UINT32 *Edx);
 

@@ -85,6 +85,9 @@ ReportDevice (const ErrorClassRules *Rules, const InventoryDevice *Device, UINT8
   if (EFI_ERROR (Status)) {
     return Status;
   }
+  if (Pool == nullptr) {
+    return EFI_OUT_OF_RESOURCES;
+  }
 
   auto *RedfishIdBuffer = static_cast<CHAR8 *> (ZeroMem (Pool, REDFISH_ID_SIZE_MAX));
   const EventMessages &Messages =
@@ -121,7 +124,8 @@ FindRedFishId (UINT8 Class, const ErrorRecord *Record)
   if (Inventory == nullptr) {
     return;
   }
-  if (Inventory->DataReady == 0) {
+  // The list is read on the strength of this flag, so not before it.
+  if (__atomic_load_n (&Inventory->DataReady, __ATOMIC_ACQUIRE) == 0) {
     DEBUG (DEBUG_INFO, "[System Inventory Information] Protocol Data NOT Ready yet\n");
     return;
   }

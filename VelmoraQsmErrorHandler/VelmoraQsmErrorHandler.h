@@ -14,7 +14,8 @@
 extern "C" {
 
 /// The system inventory; null until bound. The entry point binds it, and FindRedFishId does if it
-/// finds it null; every processor writes the same value, so it is read and written atomically.
+/// finds it null. Several processors may write it at once, always with the same value; hence all
+/// access is atomic.
 extern const InventoryInfo *mInventoryInfo;
 
 /// The way to the BMC; null until the entry point has bound it, constant from then on.
@@ -25,7 +26,7 @@ extern SmmIpmiTransportProtocol *mIpmiTransport;
 /// warning, which counts as success.
 EFI_STATUS EFIAPI QsmErrorHandlerEntryPoint (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable);
 
-/// The listener: an EFI_SMM_RSC_HANDLER_CALLBACK (PI 1.8, volume 4, 5.8), called on the processor
+/// The listener: an EFI_SMM_RSC_HANDLER_CALLBACK (PI 1.8, volume 3, 7), called on the processor
 /// that reports the status code.
 ///
 /// Takes up error codes of the value HARDWARE_ERROR_STATUS_CODE whose data is a header of 20 bytes

@@ -1,4 +1,4 @@
-/// EFI_SMM_BASE2_PROTOCOL, which leads to the SMM services table (PI 1.8, volume 4, 4.5).
+/// EFI_SMM_BASE2_PROTOCOL, which leads to the SMM services table (PI 1.8, volume 4).
 #pragma once
 
 #include "Uefi/SmmSystemTable.h"

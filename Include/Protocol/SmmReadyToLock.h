@@ -1,5 +1,5 @@
 /// The SmmReadyToLock protocol: its installation, without an interface, says that no more drivers
-/// will be loaded and that the boot services are about to end (PI 1.8, volume 4, 5.6).
+/// will be loaded and that SMM drivers may no longer use the boot services (PI 1.8, volume 4).
 #pragma once
 
 #include "Base.h"

@@ -1,4 +1,4 @@
-/// EFI_SMM_RSC_HANDLER_PROTOCOL, the status-code router in SMM (PI 1.8, volume 4, 5.8).
+/// EFI_SMM_RSC_HANDLER_PROTOCOL, the status-code router in SMM (PI 1.8, volume 3, 7).
 #pragma once
 
 #include "Uefi/StatusCode.h"

@@ -1,7 +1,11 @@
 /// Common platform error records, CPER (UEFI 2.10, appendix N).
 #pragma once
 
-#include "Base.h"
+#include "Uefi/StatusCode.h"
+
+/// Class software (0x03), subclass SMM driver (0x07), operation 0x1008: a hardware error whose
+/// data is a CPER record.
+inline constexpr EFI_STATUS_CODE_VALUE HARDWARE_ERROR_STATUS_CODE = 0x03071008;
 
 /// ErrorSeverity of a record header and SectionSeverity of a section descriptor.
 enum CperSeverity : UINT32 {

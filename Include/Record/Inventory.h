@@ -13,7 +13,7 @@ inline constexpr EFI_GUID gOrvSmmSystemInventoryInfoProtocolGuid = {
 struct [[gnu::packed]] InventoryDevice {
   UINT8 Reserved0[16];
   UINT64 ProcessorSocket;
-  UINT8 DeviceType; ///< An enum ErrorClass; devices of any other type never have errors.
+  UINT8 DeviceType; ///< An enum ErrorClass; devices of any other type match no error.
   UINT8 Reserved1[27];
   UINT8 PciBus;
   UINT8 Reserved2[39];

@@ -13,10 +13,6 @@ inline constexpr EFI_STATUS_CODE_TYPE EFI_ERROR_CODE = 0x00000002;
 inline constexpr EFI_STATUS_CODE_TYPE EFI_ERROR_MINOR = 0x40000000;
 inline constexpr EFI_STATUS_CODE_TYPE EFI_ERROR_MAJOR = 0x80000000;
 
-/// Class software (0x03), subclass SMM driver (0x07), operation 0x1008: a hardware error whose
-/// data is a CPER record.
-inline constexpr EFI_STATUS_CODE_VALUE HARDWARE_ERROR_STATUS_CODE = 0x03071008;
-
 /// Header of the data of a status code. The data itself follows it.
 struct [[gnu::packed]] EFI_STATUS_CODE_DATA {
   UINT16 HeaderSize;

@@ -39,7 +39,7 @@ public:
   StoppedAt (Callable &&Call)
   {
     try {
-      Call ();
+      CallOut (Call);
       return "";
     } catch (const ProcessorStopped &) {
       return Assertions.empty () ? "no assertion" : Assertions.back ();
@@ -55,5 +55,13 @@ public:
   EFI_SMM_SYSTEM_TABLE2 Smst = {};
 
 private:
+  /// A frame of its own for what the exception of a stop passes, as CallDriver has one.
+  template <typename Callable>
+  [[gnu::noinline]] static void
+  CallOut (Callable &Call)
+  {
+    Call ();
+  }
+
   StoppingMachine DefaultMachine;
 };

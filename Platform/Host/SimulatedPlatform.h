@@ -10,7 +10,7 @@
 #include "HostWorld.h"
 #include "PlatformDescription.h"
 #include "SimulatedMachine.h"
-#include "Uefi/StatusCode.h"
+#include "Record/ErrorRecord.h"
 
 /// How a record lies in memory when the listener reads it.
 enum class RecordPlacement {

@@ -21,7 +21,7 @@ inline constexpr CHAR8 UnreachableAssertionText[] = "((BOOLEAN)(0==1))";
 struct AssertionSite {
   const CHAR8 *FileName;
   UINTN LineNumber;
-  const CHAR8 *Description = StatusAssertionText;
+  const CHAR8 *Description = nullptr; ///< Of an expression; all statuses have the same text.
 };
 
 extern "C" {
@@ -61,6 +61,9 @@ DebugPrintLevelEnabled (UINTN ErrorLevel)
 }
 }
 
+// The forms below may evaluate what they are given more than once, or not at all: pass no side
+// effects.
+
 /// A message. The arguments are not evaluated when a gate is closed.
 #define DEBUG(Level, Format, ...)                                 \
   do {                                                            \
@@ -77,14 +80,13 @@ DebugPrintLevelEnabled (UINTN ErrorLevel)
     }                                                                       \
   } while (false)
 
-/// An assertion on a status, at an AssertionSite without a text of its own: a message with the
-/// status, then the assertion.
-#define ASSERT_STATUS(Status, Message, Site)                                \
-  do {                                                                      \
-    if (DebugAssertEnabled () && EFI_ERROR (Status)) {                      \
-      DEBUG (DEBUG_ERROR, Message, Status);                                 \
-      DebugAssert ((Site).FileName, (Site).LineNumber, (Site).Description); \
-    }                                                                       \
+/// An assertion on a status: a message with the status, then the assertion.
+#define ASSERT_STATUS(Status, Message, Site)                                 \
+  do {                                                                       \
+    if (DebugAssertEnabled () && EFI_ERROR (Status)) {                       \
+      DEBUG (DEBUG_ERROR, Message, Status);                                  \
+      DebugAssert ((Site).FileName, (Site).LineNumber, StatusAssertionText); \
+    }                                                                        \
   } while (false)
 
 /// For every status but that of a constructor without arguments.

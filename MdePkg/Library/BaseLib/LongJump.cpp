@@ -12,7 +12,7 @@ LongJump (JumpBuffer *Buffer, UINTN Value)
 {
   InternalAssertJumpBuffer (Buffer);
   ASSERT (Value != 0, ValueNotZero);
-  if (Buffer == nullptr) {
+  while (Buffer == nullptr) {
     CpuDeadLoop ();
   }
   InternalLongJump (Buffer, Value);

@@ -5,7 +5,7 @@
 
 extern "C" {
 
-/// Each returns the buffer that it writes. Length is in bytes and is not 0.
+/// Each returns the buffer that it writes. Length is in bytes; only InternalMemSetMem may get 0.
 VOID *EFIAPI InternalMemCopyMem (VOID *DestinationBuffer, const VOID *SourceBuffer, UINTN Length);
 VOID *EFIAPI InternalMemZeroMem (VOID *Buffer, UINTN Length);
 VOID *EFIAPI InternalMemSetMem (VOID *Buffer, UINTN Length, UINT8 Value);

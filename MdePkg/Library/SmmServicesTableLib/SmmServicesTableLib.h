@@ -1,4 +1,4 @@
-/// Binds the SMM services table.
+/// Binds the SMM services table, and locates SMM protocols by it.
 #pragma once
 
 #include "SmmDebugServiceLib.h"
