@@ -22,23 +22,18 @@ TEST (CompilerIntrinsics, CopiesMovesAndSetsEverySize)
   std::vector<UINT8> Original (120);
   std::iota (Original.begin (), Original.end (), UINT8{1});
   for (UINTN Length = 0; Length <= 32; ++Length) {
-    const auto Changed = [&] (auto Change) {
-      std::vector<UINT8> Bytes = Original;
-      EXPECT_EQ (Change (&Bytes[Middle]), &Bytes[Middle]);
-      return Bytes;
-    };
     for (UINTN From = 0; From <= 2 * Middle; ++From) {
-      std::vector<UINT8> Expected = Original;
+      std::vector<UINT8> Copied = Original, Moved = Original, Set = Original, Expected = Original;
       std::copy_n (&Original[From], Length, &Expected[Middle]);
-      EXPECT_EQ (Changed ([&] (UINT8 *To) { return QsmMemcpy (To, &Original[From], Length); }),
-                 Expected);
-      EXPECT_EQ (Changed ([&] (UINT8 *To) { return QsmMemmove (To, To + From - Middle, Length); }),
-                 Expected)
-          << Length << " bytes from " << From;
+      EXPECT_EQ (QsmMemcpy (&Copied[Middle], &Original[From], Length), &Copied[Middle]);
+      EXPECT_EQ (QsmMemmove (&Moved[Middle], &Moved[From], Length), &Moved[Middle]);
+      EXPECT_EQ (Copied, Expected) << Length << " bytes from " << From;
+      EXPECT_EQ (Moved, Expected) << Length << " bytes from " << From;
+      Expected = Original;
+      std::fill_n (&Expected[From], Length, 0xFE);
+      EXPECT_EQ (QsmMemset (&Set[From], -2, Length), &Set[From]);
+      EXPECT_EQ (Set, Expected) << Length << " bytes at " << From;
     }
-    std::vector<UINT8> Expected = Original;
-    std::fill_n (&Expected[Middle], Length, 0xFE);
-    EXPECT_EQ (Changed ([&] (UINT8 *To) { return QsmMemset (To, -2, Length); }), Expected);
   }
 }
 

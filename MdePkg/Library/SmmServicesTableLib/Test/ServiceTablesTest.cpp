@@ -12,7 +12,7 @@ namespace {
 EFI_STATUS mLocateStatus = EFI_SUCCESS;
 EFI_SMM_SYSTEM_TABLE2 *mTable = nullptr;
 EFI_SMM_BASE2_PROTOCOL mBase = {};
-bool mBaseIsNull = false;
+VOID *mInterface = &mBase;
 
 EFI_STATUS EFIAPI
 GetSmstLocation (const EFI_SMM_BASE2_PROTOCOL *This, EFI_SMM_SYSTEM_TABLE2 **Smst)
@@ -26,10 +26,7 @@ EFI_STATUS EFIAPI
 LocateProtocol (const EFI_GUID *Guid, VOID *, VOID **Interface)
 {
   EXPECT_EQ (Guid->Data1, 0xF4CCBFB7U);
-  *Interface = EFI_ERROR (mLocateStatus) ? reinterpret_cast<VOID *> (0xBAD) : &mBase;
-  if (mBaseIsNull) {
-    *Interface = nullptr;
-  }
+  *Interface = mInterface;
   return mLocateStatus;
 }
 
@@ -44,16 +41,26 @@ public:
     SystemTable.RuntimeServices = reinterpret_cast<EFI_RUNTIME_SERVICES *> (this);
   }
 
+  /// Binds everything from one system table; each constructor succeeds whatever it finds.
+  void
+  BindAll (EFI_SYSTEM_TABLE *Table)
+  {
+    EXPECT_EQ (UefiBootServicesTableLibConstructor (Handle, Table), EFI_SUCCESS);
+    EXPECT_EQ (UefiRuntimeServicesTableLibConstructor (Handle, Table), EFI_SUCCESS);
+    EXPECT_EQ (SmmServicesTableLibConstructor (Handle, Table), EFI_SUCCESS);
+    EXPECT_EQ (MmServicesTableLibConstructor (Handle, Table), EFI_SUCCESS);
+  }
+
+  EFI_HANDLE Handle = nullptr;
   EFI_BOOT_SERVICES BootServices = {};
   EFI_SYSTEM_TABLE SystemTable = {};
+  EFI_SYSTEM_TABLE Empty = {};
 };
 
 TEST_F (ServiceTables, BindWhatTheArgumentsLeadTo)
 {
-  EXPECT_EQ (UefiBootServicesTableLibConstructor (this, &SystemTable), EFI_SUCCESS);
-  EXPECT_EQ (UefiRuntimeServicesTableLibConstructor (nullptr, &SystemTable), EFI_SUCCESS);
-  EXPECT_EQ (SmmServicesTableLibConstructor (nullptr, &SystemTable), EFI_SUCCESS);
-  EXPECT_EQ (MmServicesTableLibConstructor (nullptr, &SystemTable), EFI_SUCCESS);
+  Handle = this;
+  BindAll (&SystemTable);
   EXPECT_EQ (gImageHandle, this);
   EXPECT_EQ (gST, &SystemTable);
   EXPECT_EQ (gBS, &BootServices);
@@ -64,19 +71,15 @@ TEST_F (ServiceTables, BindWhatTheArgumentsLeadTo)
 
 TEST_F (ServiceTables, GoOnWithoutAnyOfThem)
 {
-  EFI_SYSTEM_TABLE Empty = {};
-  for (EFI_SYSTEM_TABLE *Table : {&Empty, static_cast<EFI_SYSTEM_TABLE *> (nullptr)}) {
-    EXPECT_EQ (UefiBootServicesTableLibConstructor (nullptr, Table), EFI_SUCCESS);
-    EXPECT_EQ (UefiRuntimeServicesTableLibConstructor (nullptr, Table), EFI_SUCCESS);
-    EXPECT_EQ (SmmServicesTableLibConstructor (nullptr, Table), EFI_SUCCESS);
-    EXPECT_EQ (MmServicesTableLibConstructor (nullptr, Table), EFI_SUCCESS);
+  mInterface = reinterpret_cast<VOID *> (0xBAD);
+  mLocateStatus = EFI_NOT_FOUND;
+  for (EFI_SYSTEM_TABLE *Table :
+       {&SystemTable, &Empty, static_cast<EFI_SYSTEM_TABLE *> (nullptr)}) {
+    BindAll (Table);
+    EXPECT_EQ (gSmst, nullptr);
+    EXPECT_EQ (gMmst, nullptr);
   }
   EXPECT_EQ (gBS, nullptr);
-  EXPECT_EQ (gSmst, nullptr);
-
-  mLocateStatus = EFI_NOT_FOUND;
-  EXPECT_EQ (SmmServicesTableLibConstructor (nullptr, &SystemTable), EFI_SUCCESS);
-  EXPECT_EQ (gSmst, nullptr);
   VOID *Interface = this;
   EXPECT_EQ (LocateSmmProtocol (&gEfiSmmBase2ProtocolGuid, &Interface), EFI_UNSUPPORTED);
   EXPECT_EQ (Interface, nullptr);
@@ -85,37 +88,34 @@ TEST_F (ServiceTables, GoOnWithoutAnyOfThem)
 TEST_F (ServiceTables, AssertEachBindingOnceThereIsADebugService)
 {
   InstallDebugService ();
-  const auto BootServicesLib = [] (EFI_HANDLE Handle, EFI_SYSTEM_TABLE *Table) {
-    return [=] { (void)UefiBootServicesTableLibConstructor (Handle, Table); };
+  const auto ExpectStop = [this] (auto Constructor, EFI_SYSTEM_TABLE *Table, std::string Library,
+                                  std::string Stop) {
+    Library += "ServicesTableLib";
+    EXPECT_EQ (StoppedAt ([&] { (void)Constructor (Handle, Table); }),
+               "MdePkg/Library/" + Library + "/" + Library + ":" + Stop);
   };
-  const auto MmLib = [this] { (void)MmServicesTableLibConstructor (nullptr, &SystemTable); };
-  const auto SmmLib = [this] { (void)SmmServicesTableLibConstructor (nullptr, &SystemTable); };
-  const std::string Uefi = "MdePkg/Library/UefiBootServicesTableLib/UefiBootServicesTableLib:";
-  const std::string Smm = "MdePkg/Library/SmmServicesTableLib/SmmServicesTableLib:";
-  const std::string Mm = "MdePkg/Library/MmServicesTableLib/MmServicesTableLib:";
-  const std::string StatusText = " !(((INTN)(RETURN_STATUS)(Status)) < 0)";
-  EFI_SYSTEM_TABLE Empty = {};
+  const auto Boot = UefiBootServicesTableLibConstructor;
+  const auto Runtime = UefiRuntimeServicesTableLibConstructor;
+  ExpectStop (Boot, &Empty, "UefiBoot", "44 gImageHandle != ((void *) 0)");
+  Handle = this;
+  ExpectStop (Boot, nullptr, "UefiBoot", "50 gST != ((void *) 0)");
+  ExpectStop (Boot, &Empty, "UefiBoot", "56 gBS != ((void *) 0)");
+  ExpectStop (Runtime, &Empty, "UefiRuntime", "41 gRT != ((void *) 0)");
 
-  EXPECT_EQ (StoppedAt (BootServicesLib (nullptr, &Empty)),
-             Uefi + "44 gImageHandle != ((void *) 0)");
-  EXPECT_EQ (StoppedAt (BootServicesLib (this, nullptr)), Uefi + "50 gST != ((void *) 0)");
-  EXPECT_EQ (StoppedAt (BootServicesLib (this, &Empty)), Uefi + "56 gBS != ((void *) 0)");
-  EXPECT_EQ (StoppedAt ([&] { (void)UefiRuntimeServicesTableLibConstructor (nullptr, &Empty); }),
-             "MdePkg/Library/UefiRuntimeServicesTableLib/UefiRuntimeServicesTableLib:41 "
-             "gRT != ((void *) 0)");
-
+  const auto Smm = SmmServicesTableLibConstructor;
+  const auto Mm = MmServicesTableLibConstructor;
   mLocateStatus = EFI_NOT_FOUND;
-  EXPECT_EQ (StoppedAt (MmLib), Mm + "47" + StatusText);
-  EXPECT_EQ (StoppedAt (SmmLib), Smm + "46" + StatusText);
+  ExpectStop (Mm, &SystemTable, "Mm", "47 !(((INTN)(RETURN_STATUS)(Status)) < 0)");
+  ExpectStop (Smm, &SystemTable, "Smm", "46 !(((INTN)(RETURN_STATUS)(Status)) < 0)");
   mLocateStatus = EFI_SUCCESS;
-  mBaseIsNull = true;
-  EXPECT_EQ (StoppedAt (MmLib), Mm + "48 InternalMmBase != ((void *) 0)");
-  EXPECT_EQ (StoppedAt (SmmLib), Smm + "47 InternalSmmBase2 != ((void *) 0)");
-  mBaseIsNull = false;
+  mInterface = nullptr;
+  ExpectStop (Mm, &SystemTable, "Mm", "48 InternalMmBase != ((void *) 0)");
+  ExpectStop (Smm, &SystemTable, "Smm", "47 InternalSmmBase2 != ((void *) 0)");
+  mInterface = &mBase;
   mTable = nullptr;
-  EXPECT_EQ (StoppedAt (MmLib), Mm + "54 gMmst != ((void *) 0)");
+  ExpectStop (Mm, &SystemTable, "Mm", "54 gMmst != ((void *) 0)");
   // Once found, the service is kept, so that even this one is reported.
-  EXPECT_EQ (StoppedAt (SmmLib), Smm + "53 gSmst != ((void *) 0)");
+  ExpectStop (Smm, &SystemTable, "Smm", "53 gSmst != ((void *) 0)");
 }
 
 } // namespace

@@ -31,17 +31,17 @@ public:
   DriverEntryPoint ()
   {
     BootServices.HandleProtocol = HandleProtocol;
-    SystemTable.Hdr.Revision = 0x20000;
     SystemTable.BootServices = &BootServices;
     gBS = &BootServices;
     gST = &SystemTable;
   }
 
-  EFI_STATUS
-  Enter ()
+  void
+  ExpectEntry (EFI_STATUS Status, const char *Transcript)
   {
     mTranscript.clear ();
-    return CallDriver (_ModuleEntryPoint, EFI_HANDLE{this}, &SystemTable);
+    EXPECT_EQ (CallDriver (_ModuleEntryPoint, EFI_HANDLE{this}, &SystemTable), Status);
+    EXPECT_EQ (mTranscript, Transcript);
   }
 
   EFI_BOOT_SERVICES BootServices = {};
@@ -81,72 +81,43 @@ namespace {
 
 TEST_F (DriverEntryPoint, RunsTheDestructorsAfterAnErrorOnly)
 {
-  const struct {
-    EFI_STATUS Status;
-    const char *Transcript;
-  } Rows[] = {
-      {EFI_SUCCESS, "constructors, entry, "},
-      {5, "constructors, entry, "}, // a warning
-      {EFI_NOT_FOUND, "constructors, entry, destructors, "},
-  };
-  for (const auto &Row : Rows) {
-    mEntryStatus = Row.Status;
-    EXPECT_EQ (Enter (), Row.Status);
-    EXPECT_EQ (mTranscript, Row.Transcript);
-  }
+  ExpectEntry (EFI_SUCCESS, "constructors, entry, ");
+  mEntryStatus = 5; // a warning
+  ExpectEntry (5, "constructors, entry, ");
+  mEntryStatus = EFI_NOT_FOUND;
+  ExpectEntry (EFI_NOT_FOUND, "constructors, entry, destructors, ");
 }
 
 TEST_F (DriverEntryPoint, RefusesASystemTableThatIsTooOld)
 {
-  const struct {
-    UINT32 Required;
-    EFI_STATUS Status;
-    const char *Transcript;
-  } Rows[] = {
-      {0x20001, EFI_INCOMPATIBLE_VERSION, ""},
-      {0x20000, EFI_SUCCESS, "constructors, entry, "},
-  };
-  for (const auto &Row : Rows) {
-    mRevision = Row.Required;
-    EXPECT_EQ (Enter (), Row.Status);
-    EXPECT_EQ (mTranscript, Row.Transcript);
-  }
-
-  // Without the setting nobody looks at the table.
-  mRevision = 0;
-  SystemTable.Hdr.Revision = 0;
-  EXPECT_EQ (Enter (), EFI_SUCCESS);
+  mRevision = 0x20000;
+  SystemTable.Hdr.Revision = 0x1FFFF;
+  ExpectEntry (EFI_INCOMPATIBLE_VERSION, "");
+  SystemTable.Hdr.Revision = 0x20000;
+  ExpectEntry (EFI_SUCCESS, "constructors, entry, ");
 }
 
 TEST_F (DriverEntryPoint, HooksTheUnloadHandlerIfThereIsOne)
 {
   mUnloadCount = 1;
-  EXPECT_EQ (Enter (), EFI_SUCCESS);
-  EXPECT_EQ (mTranscript, "constructors, loaded image, entry, ");
+  ExpectEntry (EFI_SUCCESS, "constructors, loaded image, entry, ");
   ASSERT_EQ (mLoadedImage.Unload, _DriverUnloadHandler);
-
   mTranscript.clear ();
   EXPECT_EQ (CallDriver (mLoadedImage.Unload, EFI_HANDLE{this}), EFI_SUCCESS);
-  EXPECT_EQ (mTranscript, "unload list, destructors, ");
-
-  mTranscript.clear ();
   mEntryStatus = EFI_UNSUPPORTED;
   EXPECT_EQ (CallDriver (mLoadedImage.Unload, EFI_HANDLE{this}), EFI_UNSUPPORTED);
-  EXPECT_EQ (mTranscript, "unload list, ");
+  EXPECT_EQ (mTranscript, "unload list, destructors, unload list, ");
 }
 
 TEST_F (DriverEntryPoint, AssertsOnAnImageWithoutLoadedImageProtocol)
 {
   mUnloadCount = 1;
   mLoadedImageStatus = EFI_UNSUPPORTED;
-  EXPECT_EQ (Enter (), EFI_SUCCESS);
-  EXPECT_EQ (mTranscript, "constructors, loaded image, entry, ");
+  ExpectEntry (EFI_SUCCESS, "constructors, loaded image, entry, ");
   gBS = nullptr;
-  EXPECT_EQ (Enter (), EFI_SUCCESS);
-  EXPECT_EQ (mTranscript, "constructors, entry, ");
-
+  ExpectEntry (EFI_SUCCESS, "constructors, entry, ");
   InstallDebugService ();
-  EXPECT_EQ (StoppedAt ([this] { Enter (); }),
+  EXPECT_EQ (StoppedAt ([this] { ExpectEntry (EFI_SUCCESS, ""); }),
              "MdePkg/Library/UefiDriverEntryPoint/DriverEntryPoint:116 "
              "!(((INTN)(RETURN_STATUS)(Status)) < 0)");
 }
