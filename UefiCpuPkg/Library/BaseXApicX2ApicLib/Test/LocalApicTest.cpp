@@ -6,21 +6,19 @@ using LocalApic = ProcessorTestBench;
 
 TEST_F (LocalApic, PrefersTheInitialIdOnlyWhereItExceedsTheRegister)
 {
-  const struct {
-    UINT32 MaxBasic, Ebx, Edx, ApicId;
-  } Rows[] = {
-      {0x20, 0x2, 0xFF, 0x47},      {0x20, 0x2, 0xFFFFFFFF, 0xFFFFFFFF}, {0xB, 0x2, 0x100, 0x100},
-      {0x20, 0x8000, 0x100, 0x100}, {0x20, 0x10000, 0x100, 0x47},        {0xA, 0x2, 0x100, 0x47},
-  };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (testing::Message () << Row.MaxBasic << " " << Row.Ebx << " " << Row.Edx);
+  const auto IdOf = [this] (UINT32 MaxBasic, UINT32 Ebx, UINT32 Edx) {
     auto &Processor = UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::XApic);
-    Processor.CpuidAnswers[{0, 0}].Eax = Row.MaxBasic;
+    Processor.CpuidAnswers[{0, 0}].Eax = MaxBasic;
     Processor.CpuidAnswers[{1, 0}].Ebx = 0x12800800;
-    Processor.CpuidAnswers[{0xB, 0}].Ebx = Row.Ebx;
-    Processor.CpuidAnswers[{0xB, 0}].Edx = Row.Edx;
-    EXPECT_EQ (GetApicId (), Row.ApicId);
-  }
+    Processor.CpuidAnswers[{0xB, 0}].Ebx = Ebx;
+    Processor.CpuidAnswers[{0xB, 0}].Edx = Edx;
+    return GetApicId ();
+  };
+  EXPECT_EQ (IdOf (0x20, 0x2, 0xFF), 0x47U);
+  EXPECT_EQ (IdOf (0x20, 0x2, 0xFFFFFFFF), 0xFFFFFFFF);
+  EXPECT_EQ (IdOf (0xB, 0x8000, 0x100), 0x100U);
+  EXPECT_EQ (IdOf (0xA, 0x2, 0x100), 0x47U) << "no topology leaf";
+  EXPECT_EQ (IdOf (0x20, 0x10000, 0x100), 0x47U) << "no topology level";
 }
 
 TEST_F (LocalApic, CutsTheX2ApicIdTo32BitsAndLeavesAnXApicRegisterAsItIs)
@@ -33,52 +31,45 @@ TEST_F (LocalApic, CutsTheX2ApicIdTo32BitsAndLeavesAnXApicRegisterAsItIs)
 
 TEST_F (LocalApic, NeverReadsApicBaseOnFamilies4And5)
 {
-  const struct {
-    UINT32 Version;
-    bool Supported;
-  } Rows[] = {
-      {0x000004F3, false}, {0x0FF0F5FF, false}, {0x000003FF, true},
-      {0x00000600, true},  {0x00500FFF, true},  {0x000FF0FF, true},
+  const std::map<UINT32, bool> Rows = {
+      {0x000003FF, true}, {0x000004F3, false}, {0x0FF0F5FF, false},
+      {0x00000600, true}, {0x00500FFF, true},  {0x000FF0FF, true},
   };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (Row.Version);
+  for (const auto &[Version, Supported] : Rows) {
+    SCOPED_TRACE (Version);
     auto &Processor = UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::X2Apic);
     Processor.Msrs[0x1B] = 0xFFFFFFFFFEC00FFF;
-    Processor.CpuidAnswers[{1, 0}].Eax = Row.Version;
-    EXPECT_EQ (LocalApicBaseAddressMsrSupported (), Row.Supported);
-    EXPECT_EQ (GetLocalApicBaseAddress (), Row.Supported ? 0xFFFFFFFFFEC00000 : 0xFEE00000);
-    EXPECT_EQ (GetApicMode (), Row.Supported ? LOCAL_APIC_MODE_X2APIC : LOCAL_APIC_MODE_XAPIC);
-    EXPECT_EQ (Processor.MsrReads.contains (0x1B), Row.Supported);
+    Processor.CpuidAnswers[{1, 0}].Eax = Version;
+    EXPECT_EQ (LocalApicBaseAddressMsrSupported (), Supported);
+    EXPECT_EQ (GetLocalApicBaseAddress (), Supported ? 0xFFFFFFFFFEC00000 : 0xFEE00000);
+    EXPECT_EQ (GetApicMode (), Supported ? LOCAL_APIC_MODE_X2APIC : LOCAL_APIC_MODE_XAPIC);
+    EXPECT_EQ (Processor.MsrReads.contains (0x1B), Supported);
   }
 }
 
 TEST_F (LocalApic, AssertsThatItIsEnabledAndGoesOnByTheModeBit)
 {
-  UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::Disabled);
-  EXPECT_EQ (GetApicId (), 0xFFU); // nobody answers at the register's address
-
   auto &Processor = UseProcessor ("intel-sapphire-rapids", 0x47, ApicMode::X2Apic);
-  Processor.Msrs[0x1B] = 0xFEE00400;
+  Processor.Msrs[0x1B] = 0xFFFFFFFFFFFFF7FF;
   EXPECT_EQ (GetApicMode (), LOCAL_APIC_MODE_X2APIC);
+  Processor.Msrs[0x1B] = 0;
+  EXPECT_EQ (GetApicMode (), LOCAL_APIC_MODE_XAPIC);
 
   InstallDebugService ();
-  const std::string Report =
-      "UefiCpuPkg/Library/BaseXApicX2ApicLib/BaseXApicX2ApicLib:460 ApicBaseMsr.Bits.EN != 0";
-  EXPECT_EQ (StoppedAt ([] { CallDriver (GetApicId); }), Report);
-  Processor.Msrs[0x1B] = 0xFFFFFFFFFFFFF7FF;
-  EXPECT_EQ (StoppedAt ([] { CallDriver (GetApicMode); }), Report);
+  EXPECT_EQ (StoppedAt ([] { CallDriver (GetApicMode); }),
+             "UefiCpuPkg/Library/BaseXApicX2ApicLib/BaseXApicX2ApicLib:460 "
+             "ApicBaseMsr.Bits.EN != 0");
   Processor.Msrs[0x1B] = 0x800;
-  EXPECT_EQ (StoppedAt ([] { EXPECT_EQ (GetApicMode (), LOCAL_APIC_MODE_XAPIC); }), "");
+  EXPECT_EQ (GetApicMode (), LOCAL_APIC_MODE_XAPIC);
 }
 
 TEST_F (LocalApic, RoutesAllButTheVirtualisedMsrsOfATdxGuestThroughTheHost)
 {
   UseProcessor ("intel-tdx-guest", 6, ApicMode::X2Apic);
   for (UINT32 Msr = 0; Msr < 0x900; ++Msr) {
-    SCOPED_TRACE (Msr);
     const bool Direct =
         Msr == 0x808 || Msr == 0x80A || Msr == 0x80B || (Msr >= 0x810 && Msr <= 0x827);
-    ASSERT_EQ (LocalApicMsrUsesTdVmCall (Msr), !Direct);
+    ASSERT_EQ (LocalApicMsrUsesTdVmCall (Msr), !Direct) << Msr;
   }
   EXPECT_TRUE (LocalApicMsrUsesTdVmCall (0xFFFFFFFF));
 }

