@@ -149,7 +149,7 @@ struct Value {
 std::string
 ReadCpuidSet (const Value &Source)
 {
-  const std::string Name = Source.Text ();
+  std::string Name = Source.Text ();
   if (FindCpuidSet (Name) == nullptr) {
     Keys Names;
     for (const CpuidSet &Set : AllCpuidSets ()) {

@@ -1,7 +1,7 @@
 #include "Outcome.h"
 
-#include <ranges>
 #include <span>
+#include <sstream>
 
 #include <fmt/format.h>
 
@@ -20,9 +20,10 @@ LinesOf (std::span<const DebugLine> Log)
 {
   std::vector<std::string> Lines;
   for (const DebugLine &Entry : Log) {
-    for (const auto Line : std::views::split (Entry.Text, '\n')) {
+    std::istringstream Text (Entry.Text);
+    for (std::string Line; std::getline (Text, Line);) {
       if (!Line.empty ()) {
-        Lines.emplace_back (Line.begin (), Line.end ());
+        Lines.push_back (Line);
       }
     }
   }

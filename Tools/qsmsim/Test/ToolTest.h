@@ -1,6 +1,7 @@
 /// The bench for the tool: a directory of its own, and one command line after the other in it.
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -42,10 +43,8 @@ public:
     for (std::string Word; Split >> Word;) {
       Words.push_back (Word);
     }
-    std::vector<const char *> Arguments;
-    for (const std::string &Word : Words) {
-      Arguments.push_back (Word.c_str ());
-    }
+    std::vector<const char *> Arguments (Words.size ());
+    std::ranges::transform (Words, Arguments.begin (), &std::string::c_str);
     std::ostringstream Out, Err;
     Console Console = {.Out = Out, .Err = Err};
     const int ExitCode =
