@@ -55,18 +55,12 @@ TEST (Startup, EndsWithTheStatusOfAMissingProtocol)
     const CallResult Load = Platform.LoadDriver ();
     EXPECT_EQ (Load.Stopped, "");
     EXPECT_EQ (Load.Status, Row.Status);
-    EXPECT_EQ (StatusCodeListenerCount (), 0U);
+    EXPECT_EQ (gFaultPlan.Calls[ServiceRegisterListener], 0U);
+    // Nothing is asked for behind a missing protocol.
+    const auto *Transport =
+        Platform.Drivers[0]->Symbol<SmmIpmiTransportProtocol *> ("mIpmiTransport");
+    EXPECT_EQ (*Transport == nullptr, Row.Status == EFI_NOT_FOUND);
   }
-}
-
-TEST (Startup, AsksForNothingBehindAMissingInventory)
-{
-  SimulatedPlatform Platform (TwoSockets ({}));
-  ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
-  ProtocolRemove (ProtocolSmm, &gOrvSmmSystemInventoryInfoProtocolGuid);
-  Platform.LoadDriver ();
-  EXPECT_EQ (*Platform.Drivers[0]->Symbol<SmmIpmiTransportProtocol *> ("mIpmiTransport"), nullptr);
-  EXPECT_EQ (gFaultPlan.Calls[ServiceRegisterListener], 0U);
 }
 
 TEST (Startup, GivesUpWithoutAServicesTable)
@@ -92,10 +86,8 @@ TEST (Startup, TakesAWarningForASuccess)
 TEST (Startup, SurvivesTheFailureOfAnyCall)
 {
   for (const DebugWorld Debug : {DebugWorld::Present, DebugWorld::Absent}) {
-    UINTN Nth = 0;
     bool Reached = true;
-    while (Reached) {
-      ++Nth;
+    for (UINTN Nth = 1; Reached; ++Nth) {
       SCOPED_TRACE (Nth);
       ASSERT_LT (Nth, 1000U);
       SimulatedPlatform Platform (TwoSockets ({}));
@@ -105,6 +97,7 @@ TEST (Startup, SurvivesTheFailureOfAnyCall)
       gFaultPlan.AnyService = {.Call = Nth, .Status = EFI_DEVICE_ERROR};
       const CallResult Load = Platform.LoadDriver ();
       Reached = gFaultPlan.AllCalls >= Nth;
+      EXPECT_TRUE (Reached || Nth > 6) << "the load path makes more calls than this";
       if (Debug == DebugWorld::Absent) {
         EXPECT_EQ (Load.Stopped, "");
       }
@@ -114,7 +107,6 @@ TEST (Startup, SurvivesTheFailureOfAnyCall)
         EXPECT_EQ (gPools[PoolBoot].LiveBlocks, 0U);
       }
     }
-    EXPECT_GT (Nth, 6U) << "the load path makes more calls than this";
   }
 }
 

@@ -10,46 +10,36 @@
 PlatformDescription
 TwoSockets (std::vector<PlatformDescription::Device> Devices)
 {
-  PlatformDescription Description;
-  Description.Name = "two sockets";
-  Description.Processors = {{"intel-sapphire-rapids", 0x00, true},
-                            {"intel-sapphire-rapids", 0x80, true}};
-  Description.Devices = std::move (Devices);
-  return Description;
+  return {
+      .Name = "two sockets",
+      .Processors = {{"intel-sapphire-rapids", 0x00, true}, {"intel-sapphire-rapids", 0x80, true}},
+      .Devices = std::move (Devices)};
 }
 
 PlatformDescription::Device
 ProcessorDevice (std::optional<std::string> Id, UINT64 Socket)
 {
-  PlatformDescription::Device Row = {};
-  Row.Type = ErrorClassProcessor;
-  Row.Id = std::move (Id);
-  Row.Socket = Socket;
-  return Row;
+  return {.Type = ErrorClassProcessor, .Id = std::move (Id), .Socket = Socket};
 }
 
 PlatformDescription::Device
 MemoryDevice (std::optional<std::string> Id, UINT8 Socket, UINT8 Channel, UINT8 Dimm)
 {
-  PlatformDescription::Device Row = {};
-  Row.Type = ErrorClassMemory;
-  Row.Id = std::move (Id);
-  Row.Socket = Socket;
-  Row.Channel = Channel;
-  Row.Dimm = Dimm;
-  return Row;
+  return {.Type = ErrorClassMemory,
+          .Id = std::move (Id),
+          .Socket = Socket,
+          .Channel = Channel,
+          .Dimm = Dimm};
 }
 
 PlatformDescription::Device
 PcieDevice (std::optional<std::string> Id, UINT8 Bus, UINT8 Device, UINT8 Function)
 {
-  PlatformDescription::Device Row = {};
-  Row.Type = ErrorClassPcie;
-  Row.Id = std::move (Id);
-  Row.Bus = Bus;
-  Row.Device = Device;
-  Row.Function = Function;
-  return Row;
+  return {.Type = ErrorClassPcie,
+          .Id = std::move (Id),
+          .Bus = Bus,
+          .Device = Device,
+          .Function = Function};
 }
 
 std::string
