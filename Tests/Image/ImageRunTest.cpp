@@ -1,4 +1,5 @@
-#include <gtest/gtest.h>
+#include "TestPlatform.h"
+#include "TestRecords.h"
 
 #include "BuiltImage.h"
 #include "Firmware.h"
@@ -6,22 +7,10 @@
 #include "Pool.h"
 #include "Protocol/SmmDebugService.h"
 #include "ProtocolDatabase.h"
-#include "Record/ErrorClass.h"
-#include "Record/ErrorRecord.h"
 #include "Record/Inventory.h"
-#include "SimulatedPlatform.h"
 #include "StatusCodeRouter.h"
 
 namespace {
-
-/// The CPUID of the image is that of the machine on which the test runs: the instruction does not
-/// trap. On every machine APIC id 0 lies in package 0.
-const PlatformDescription SmallPlatform = {
-    .Name = "small",
-    .Processors = {{.CpuidSet = "intel-sapphire-rapids", .ApicId = 0, .X2Apic = true}},
-    .Devices = {{.Type = ErrorClassMemory, .Id = "DIMM_C0", .Socket = 0, .Channel = 2},
-                {.Type = ErrorClassMemory, .Id = "DIMM_G0", .Socket = 1, .Channel = 2},
-                {.Type = ErrorClassProcessor, .Id = "CPU_0", .Socket = 0}}};
 
 VOID (*mRecordDebugOutput) (VOID *Context, const DebugEntry *Entry);
 
@@ -51,45 +40,31 @@ public:
     return Status;
   }
 
-  /// Reports a corrected error. Returns the request that the BMC got: "NetFn Lun Cmd: class
-  /// severity id".
+  /// Reports an error and returns the event that the BMC got.
   std::string
-  Report (const EFI_GUID &SectionType, UINT16 Node, UINT16 Card)
+  Report (const std::vector<UINT8> &Record)
   {
-    ErrorRecord Record = {};
-    Record.Header.ErrorSeverity = CperSeverityCorrected;
-    Record.Section.SectionType = SectionType;
-    Record.Memory.Node = Node;
-    Record.Memory.Card = Card;
-    const std::span Bytes (reinterpret_cast<const UINT8 *> (&Record), sizeof (Record));
     CallResult Result;
-    Image.Run ([&] { Result = Platform.Report (Bytes); });
+    Image.Run ([&] { Result = Platform.Report (Record); });
     EXPECT_EQ (Result.Status, EFI_SUCCESS);
-    std::string Text;
-    for (const BmcRequest &Event : Result.Events) {
-      Text += std::to_string (Event.NetFunction) + " " + std::to_string (Event.Lun) + " " +
-              std::to_string (Event.Command) + ":";
-      for (const UINT8 Byte : Event.Data) {
-        Text +=
-            Byte < ' ' ? " " + std::to_string (Byte) : std::string (1, static_cast<char> (Byte));
-      }
-    }
-    return Text;
+    return EventText (Result);
   }
 
-  SimulatedPlatform Platform{SmallPlatform};
+  /// The CPUID of the image is that of the machine on which the test runs: the instruction does not
+  /// trap. On every machine APIC id 0 lies in package 0.
+  SimulatedPlatform Platform{TwoSockets (
+      {MemoryDevice ("C0", 0, 2, 0), MemoryDevice ("G0", 1, 2, 0), ProcessorDevice ("P0", 0)})};
   ImageInstance Image{ReadBuiltFile (ImageName)};
 };
-
-} // namespace
 
 TEST_F (ImageRun, ForwardsErrors)
 {
   ASSERT_EQ (Start (), EFI_SUCCESS);
   EXPECT_EQ (StatusCodeListenerCount (), 1U);
-  EXPECT_EQ (Report (gEfiPlatformMemoryErrorSectionGuid, 1, 2), "50 0 44: 0 2 1DIMM_G0 0");
-  EXPECT_EQ (Report (gEfiProcessorGenericErrorSectionGuid, 0, 0), "50 0 44: 0 1 1CPU_0 0");
-  EXPECT_EQ (Report (gEfiPlatformMemoryErrorSectionGuid, 0, 7), "");
+  EXPECT_EQ (Report (MemoryRecord (CperSeverityCorrected, 1, 2, 0)),
+             "32 0 2C: 00 02 01 47 30 00\n");
+  EXPECT_EQ (Report (ProcessorRecord (CperSeverityFatal)), "32 0 2C: 00 01 02 50 30 00\n");
+  EXPECT_EQ (Report (MemoryRecord (CperSeverityCorrected, 0, 7, 0)), "");
 }
 
 TEST_F (ImageRun, ReturnsTheStatusOfAMissingProtocol)
@@ -111,3 +86,5 @@ TEST_F (ImageRun, StopsInAnAssertion)
   EXPECT_EQ (Last.LineNumber, 377U);
   EXPECT_EQ (Last.ModuleName, "VelmoraQsmErrorHandler");
 }
+
+} // namespace

@@ -1,9 +1,9 @@
 /// How deep one call of the listener goes into the stack of System Management Mode, and how many
 /// instructions of the image it takes.
 
-#include <iostream>
+#include "TestPlatform.h"
 
-#include <gtest/gtest.h>
+#include <iostream>
 
 #include "BuiltImage.h"
 #include "DebugService.h"
@@ -11,21 +11,12 @@
 #include "ImageInstance.h"
 #include "Protocol/SmmRscHandler.h"
 #include "ProtocolDatabase.h"
-#include "Record/ErrorClass.h"
 #include "Record/ErrorRecord.h"
-#include "SimulatedPlatform.h"
 #include "SteppedProcessor.h"
 
 namespace {
 
 constexpr UINTN StackDepthMax = 1536;
-
-const PlatformDescription OneOfEach = {
-    .Name = "one of each",
-    .Processors = {{.CpuidSet = "intel-sapphire-rapids", .ApicId = 0, .X2Apic = true}},
-    .Devices = {{.Type = ErrorClassProcessor, .Id = "CPU1", .Socket = 0},
-                {.Type = ErrorClassMemory, .Id = "CPU1_C2_D0"},
-                {.Type = ErrorClassPcie, .Id = "Slot3_NVMe0"}}};
 
 EFI_SMM_RSC_HANDLER_CALLBACK mListener = nullptr;
 
@@ -45,7 +36,9 @@ DiscardMessage (UINTN, const CHAR8 *, const CHAR8 *, VA_LIST)
 
 TEST (ListenerCall, StaysWithinItsShareOfTheStack)
 {
-  SimulatedPlatform Platform (OneOfEach);
+  SimulatedPlatform Platform (
+      TwoSockets ({ProcessorDevice ("CPU1", 0), MemoryDevice ("CPU1_C2_D0", 0, 0, 0),
+                   PcieDevice ("Slot3_NVMe0", 0, 0, 0)}));
   gHostMachine = &Platform.Machine;
   EFI_SMM_RSC_HANDLER_PROTOCOL Router = {.Register = KeepListener, .Unregister = nullptr};
   EFI_HANDLE Handle = nullptr;
