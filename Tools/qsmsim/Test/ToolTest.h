@@ -1,9 +1,9 @@
 /// The bench for the tool: a directory of its own, and one command line after the other in it.
 #pragma once
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -38,13 +38,12 @@ public:
   static ToolResult
   Run (const std::string &Line)
   {
-    std::vector<std::string> Words = {"qsmsim"};
-    std::istringstream Split (Line);
-    for (std::string Word; Split >> Word;) {
-      Words.push_back (Word);
+    std::istringstream Text ("qsmsim " + Line);
+    const std::vector<std::string> Words (std::istream_iterator<std::string> (Text), {});
+    std::vector<const char *> Arguments;
+    for (const std::string &Word : Words) {
+      Arguments.push_back (Word.c_str ());
     }
-    std::vector<const char *> Arguments (Words.size ());
-    std::ranges::transform (Words, Arguments.begin (), &std::string::c_str);
     std::ostringstream Out, Err;
     Console Console = {.Out = Out, .Err = Err};
     const int ExitCode =
