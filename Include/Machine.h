@@ -13,8 +13,8 @@
 
 extern "C" {
 
-/// CPUID of leaf Index, sub-leaf 0. Stores each register through its pointer; a null pointer is skipped.
-/// Returns Index. (Intel SDM, volume 2, CPUID.)
+/// CPUID of leaf Index, sub-leaf 0. Stores each register through its pointer; a null pointer is
+/// skipped. Returns Index. (Intel SDM, volume 2, CPUID.)
 UINT32 EFIAPI AsmCpuid (UINT32 Index, UINT32 *Eax, UINT32 *Ebx, UINT32 *Ecx, UINT32 *Edx);
 
 /// CPUID of leaf Index, sub-leaf SubIndex; otherwise as AsmCpuid.

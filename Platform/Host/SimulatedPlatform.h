@@ -9,8 +9,8 @@
 #include "DriverInstance.h"
 #include "HostWorld.h"
 #include "PlatformDescription.h"
-#include "SimulatedMachine.h"
 #include "Record/ErrorRecord.h"
+#include "SimulatedMachine.h"
 
 /// How a record lies in memory when the listener reads it.
 enum class RecordPlacement {

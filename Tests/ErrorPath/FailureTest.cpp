@@ -52,9 +52,11 @@ TEST (EventPool, DropsTheErrorWhenItIsExhausted)
       SCOPED_TRACE (Class.Name);
       LoadedPlatform Platform (TwoSockets (Devices), Debug);
       FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
+      const UINTN Calls = gFaultPlan.Calls[ServiceSmmAllocatePool];
       const CallResult Result = Platform.Report (Class.Record);
       EXPECT_EQ (EventText (Result), "");
-      EXPECT_EQ (gFaultPlan.Planned[ServiceSmmAllocatePool], 1U) << "no second device is tried";
+      EXPECT_EQ (gFaultPlan.Calls[ServiceSmmAllocatePool], Calls + 1)
+          << "no second device is tried";
       if (Debug == DebugWorld::Absent) {
         EXPECT_EQ (Result.Stopped, "");
         EXPECT_EQ (Result.Status, EFI_SUCCESS);
@@ -67,6 +69,15 @@ TEST (EventPool, DropsTheErrorWhenItIsExhausted)
       EXPECT_EQ (Platform.Report (Class.Record).Events.size (), 1U);
     }
   }
+}
+
+TEST (EventPool, ShowsAFailedReleaseInTheClosingLine)
+{
+  LoadedPlatform Platform (TwoSockets (Devices));
+  FaultPlanFail (ServiceSmmFreePool, 1, EFI_DEVICE_ERROR);
+  const CallResult Result = Platform.Report (Classes[0].Record);
+  EXPECT_EQ (Result.Status, EFI_SUCCESS);
+  EXPECT_EQ (Result.Log.back ().Text, "FindRedFishId() Exiting - Status: Device Error\n");
 }
 
 TEST (LostInventory, IsSearchedAgainByTheNextError)

@@ -72,6 +72,25 @@ TEST (Startup, GivesUpWithoutAServicesTable)
   EXPECT_EQ (Load.Status, EFI_UNSUPPORTED);
 }
 
+TEST (Startup, EndsWithTheStatusOfAFailedRegistration)
+{
+  for (const bool WithDebugService : {true, false}) {
+    SimulatedPlatform Platform (TwoSockets ({}));
+    if (!WithDebugService) {
+      ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+    }
+    FaultPlanFail (ServiceRegisterListener, 1, EFI_OUT_OF_RESOURCES);
+    const CallResult Load = Platform.LoadDriver ();
+    EXPECT_EQ (Load.Stopped, WithDebugService
+                                 ? "processor stopped at ServerRasPkg/Library/LibraryGen2/"
+                                   "ErrorReportLib/ErrorReportLib:179"
+                                 : "");
+    if (!WithDebugService) {
+      EXPECT_EQ (Load.Status, EFI_OUT_OF_RESOURCES);
+    }
+  }
+}
+
 TEST (Startup, TakesAWarningForASuccess)
 {
   SimulatedPlatform Platform (TwoSockets ({}));
