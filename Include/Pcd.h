@@ -33,3 +33,6 @@ inline constexpr UINT32 PcdCpuLocalApicBaseAddress = 0xFEE00000;
 extern "C" {
 extern const UINT32 PcdControlFlowEnforcementPropertyMask;
 }
+
+/// Longest wait for a spin lock, in microseconds. 0 waits for ever.
+inline constexpr UINT32 PcdSpinLockTimeout = 20000000;
