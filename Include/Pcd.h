@@ -36,3 +36,30 @@ extern const UINT32 PcdControlFlowEnforcementPropertyMask;
 
 /// Longest wait for a spin lock, in microseconds. 0 waits for ever.
 inline constexpr UINT32 PcdSpinLockTimeout = 20000000;
+
+/// I/O port of the serial port's register 0. 0 means that there is no serial port.
+inline constexpr UINT16 PcdSerialRegisterBase = 0x3F8;
+
+/// Register n lies at the base plus n times this.
+inline constexpr UINT16 PcdSerialRegisterStride = 1;
+
+/// Whether the registers are memory-mapped, and the width in bits of an access then. The driver
+/// has no code for that.
+inline constexpr BOOLEAN PcdSerialUseMmio = FALSE;
+inline constexpr UINT8 PcdSerialRegisterAccessWidth = 8;
+
+/// Baud rate, and the UART's input clock in hertz.
+inline constexpr UINT32 PcdSerialBaudRate = 115200;
+inline constexpr UINT32 PcdSerialClockRate = 1843200;
+
+/// Line control register: 8 data bits, no parity, one stop bit.
+inline constexpr UINT8 PcdSerialLineControl = 0x03;
+
+/// Bit 0 turns the FIFOs on, bit 5 makes them as deep as the size below, in bytes. No other bit
+/// counts.
+inline constexpr UINT8 PcdSerialFifoControl = 0x07;
+inline constexpr UINT8 PcdSerialExtendedTxFifoSize = 64;
+
+/// Whether the transmitter waits for the other side, and whether a cable has to be seen for that.
+inline constexpr BOOLEAN PcdSerialUseHardwareFlowControl = FALSE;
+inline constexpr BOOLEAN PcdSerialDetectCable = FALSE;

@@ -1,0 +1,30 @@
+/// The CMOS RAM with its two port pairs, the NMI mask, and the chipset register that shows it.
+#pragma once
+
+#include <array>
+
+#include "AccessTranscript.h"
+
+class SimulatedCmos {
+public:
+  static constexpr UINTN NmiReadbackControlAddress = 0xFDC431FC;
+
+  /// The bus face. Throws MachineFault for a direction that a port does not have, and for an access
+  /// of the chipset register that is not 4 bytes wide.
+  static bool OwnsPort (UINT16 Port);
+  UINT8 IoRead8 (UINT16 Port);
+  void IoWrite8 (UINT16 Port, UINT8 Value);
+  static bool OwnsAddress (UINTN Address);
+  UINT32 MmioRead (UINTN Address, UINTN Width);
+  void MmioWrite (UINTN Address, UINTN Width, UINT32 Value);
+
+  std::array<UINT8, 256> Bytes = {};
+  UINT32 NmiReadbackControl = 0;
+  bool NmiMasked = false;
+  UINTN NmiMaskChanges = 0;               ///< By writes of the index port.
+  AccessTranscript *Transcript = nullptr; ///< Receives every access, unless null.
+
+private:
+  UINT8 LowIndex = 0;
+  UINT8 HighIndex = 0x80;
+};

@@ -1,0 +1,49 @@
+/// A 16550-compatible UART at the first serial port's addresses.
+#pragma once
+
+#include "AccessTranscript.h"
+
+class SimulatedUart {
+public:
+  /// The bus face. Throws MachineFault for a register that does not exist in that direction, and
+  /// for a byte that the transmit FIFO has no room for: on a real part it would be lost.
+  static bool OwnsPort (UINT16 Port);
+  UINT8 IoRead8 (UINT16 Port);
+  void IoWrite8 (UINT16 Port, UINT8 Value);
+
+  /// Once AfterBytes more bytes have been sent, the transmitter is full for the next Reads reads
+  /// of the line status.
+  void StayBusyForReads (UINTN Reads, UINTN AfterBytes = 0);
+
+  /// The next Reads reads of the modem status show Value in the place of ModemStatus.
+  void HoldModemStatus (UINT8 Value, UINTN Reads);
+
+  /// The registers, as after a reset; a test may set them as an earlier boot phase would.
+  UINT16 Divisor = 0;
+  UINT8 InterruptEnable = 0;
+  UINT8 FifoControl = 0;
+  UINT8 LineControl = 0;
+  UINT8 ModemControl = 0;
+  UINT8 ModemStatus = 0xB0; ///< Carrier, data set ready, clear to send.
+
+  UINT8 BusyLineStatus = 0x00; ///< What the line status shows of a full transmitter.
+  UINT8 FifoFlags = 0xC0;      ///< What register 2 shows while the FIFOs are on.
+
+  std::string Sent;                       ///< All bytes sent.
+  std::vector<UINTN> Bursts;              ///< How many of them from one idle status to the next.
+  AccessTranscript *Transcript = nullptr; ///< Receives every access, unless null.
+
+private:
+  UINTN BytesInFifo = 0;
+  UINTN BusyReads = 0;
+  UINTN BusyFromByte = 0;
+  UINTN HeldModemReads = 0;
+  UINT8 HeldModemStatus = 0;
+
+  [[nodiscard]] bool IsLatchOpen () const;
+  [[nodiscard]] UINTN FifoDepth () const;
+  UINT8 ReadRegister (UINT16 Register);
+  UINT8 ReadLineStatus ();
+  UINT8 ReadModemStatus ();
+  void Transmit (UINT8 Byte);
+};
