@@ -47,6 +47,12 @@ AssertWithName (const CHAR8 *ModuleName,
 }
 
 EFI_STATUS EFIAPI
+LocateNothing (const EFI_GUID *, VOID *, VOID **)
+{
+  return EFI_NOT_FOUND;
+}
+
+EFI_STATUS EFIAPI
 LocateDebugService (const EFI_GUID *Protocol, VOID *, VOID **Interface)
 {
   if (std::memcmp (Protocol, &gSmmDebugServiceProtocolGuid, sizeof (EFI_GUID)) != 0) {
@@ -68,6 +74,7 @@ ModuleTestBench::ModuleTestBench ()
 {
   mBench = this;
   gHostMachine = &DefaultMachine;
+  Smst.SmmLocateProtocol = LocateNothing;
 }
 
 ModuleTestBench::~ModuleTestBench ()

@@ -51,7 +51,8 @@ public:
   std::vector<std::string> Messages;
   std::vector<std::string> Assertions;
 
-  /// The services table behind gSmst; entries that a test does not set are null.
+  /// The services table behind gSmst. There is no protocol in it, and the other entries are null,
+  /// until a test sets them.
   EFI_SMM_SYSTEM_TABLE2 Smst = {};
 
 private:

@@ -1,0 +1,15 @@
+/// One range of the SMRAM map (PI 1.8, volume 4, EFI_MMRAM_DESCRIPTOR).
+#pragma once
+
+#include "Base.h"
+
+struct EFI_SMRAM_DESCRIPTOR {
+  EFI_PHYSICAL_ADDRESS PhysicalStart; ///< As it appears in the memory map.
+  EFI_PHYSICAL_ADDRESS CpuStart;      ///< As a processor addresses it.
+  UINT64 PhysicalSize;                ///< In bytes.
+  UINT64 RegionState;
+};
+LAYOUT_OFFSET (EFI_SMRAM_DESCRIPTOR, CpuStart, 8);
+LAYOUT_OFFSET (EFI_SMRAM_DESCRIPTOR, PhysicalSize, 16);
+LAYOUT_OFFSET (EFI_SMRAM_DESCRIPTOR, RegionState, 24);
+LAYOUT_SIZE (EFI_SMRAM_DESCRIPTOR, 32);
