@@ -1,0 +1,25 @@
+/// The hand-off block list, as the earlier boot phases leave it.
+#pragma once
+
+#include "Uefi/Hob.h"
+
+/// Bytes for the list and its free memory: more than the longest block needs.
+inline constexpr UINTN HobListSize = 0x20000;
+
+extern "C" {
+
+/// An empty list: the phase hand-off block and the end. Everything behind it is free memory.
+VOID HobListReset ();
+
+/// The list's first block. A test may change any block as another boot phase would.
+EFI_HOB_HANDOFF_INFO_TABLE *HobListHead ();
+
+/// Each appends one block and returns it. Bytes that no argument gives hold garbage; addresses and
+/// lengths are in bytes. A list without room for the block is a fault.
+EFI_HOB_GUID_TYPE *HobListAddGuid (const EFI_GUID *Name, const VOID *Data, UINTN DataSize);
+EFI_HOB_MEMORY_ALLOCATION *
+HobListAddAllocation (EFI_PHYSICAL_ADDRESS Base, UINT64 Length, EFI_MEMORY_TYPE Type);
+EFI_HOB_RESOURCE_DESCRIPTOR *HobListAddMemory (EFI_PHYSICAL_ADDRESS Start, UINT64 Length);
+EFI_HOB_FIRMWARE_VOLUME *HobListAddVolume (EFI_PHYSICAL_ADDRESS Base, UINT64 Length);
+EFI_HOB_CPU *HobListAddCpu (UINT8 MemoryAddressBits, UINT8 IoAddressBits);
+}
