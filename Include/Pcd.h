@@ -24,6 +24,9 @@ inline constexpr UINT32 PcdDebugPrintErrorLevel = 0x80000046;
 /// Longest 8-bit text, in characters. 0 turns the test off.
 inline constexpr UINTN PcdMaximumAsciiStringLength = 100000000;
 
+/// Longest 16-bit text, in characters. 0 turns the test off.
+inline constexpr UINTN PcdMaximumUnicodeStringLength = 100000000;
+
 /// Address of the local APIC's registers where IA32_APIC_BASE does not exist.
 inline constexpr UINT32 PcdCpuLocalApicBaseAddress = 0xFEE00000;
 
