@@ -98,17 +98,27 @@ const EFI_GUID Guid = {
     0x7739F24C, 0x93D7, 0x11D4, {0x9A, 0x3A, 0x00, 0x90, 0x27, 0x3F, 0xC1, 0x4D}};
 const EFI_TIME Time = {2026, 11, 19, 2, 5, 0, 0, 0, 0, 0, 0};
 
-TEST (Print, FormatsEveryDirectiveAndCutsItAtEverySize)
+constexpr const CHAR8 *Hello = "hello";
+constexpr const CHAR16 *WideHello = u"h\u00E9llo";
+
+struct PrintRow {
+  std::u16string Format;
+  std::vector<UINT64> Slots;
+  std::u16string Expected;
+};
+
+void
+ExpectRows (const std::vector<PrintRow> &Rows)
 {
-  const char *Hello = "hello";
-  const char16_t *Wide = u"h\u00E9llo";
-  const UINT64 Error = EfiErrorCode (0);
-  const struct {
-    std::u16string Format;
-    std::vector<UINT64> Slots;
-    std::u16string Expected;
-  } Rows[] = {
-      // Numbers.
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (Encode (Row.Format, false));
+    ExpectPrints (Row.Format, Row.Slots, Row.Expected);
+  }
+}
+
+TEST (Print, FormatsNumbersAndCutsThemAtEverySize)
+{
+  ExpectRows ({
       {u"%05d", {Slot (-42)}, u"-0042"},
       {u"%+ d|% +d|% d", {5, 5, 5}, u"+5|+5| 5"},
       {u"%.3d", {Slot (-5)}, u"-005"},
@@ -131,7 +141,13 @@ TEST (Print, FormatsEveryDirectiveAndCutsItAtEverySize)
       {u"%*.*d|%*d|%*d|", {8, 4, 42, Slot (-8), 7, 3, 7}, u"    0042|7|  7|"},
       {u"%.*d|%+.*d|%.*a", {~0ULL, 7, ~0ULL, 7, ~0ULL, Slot (Hello)}, u"7|+7|hello"},
       {u"%l5d|%5ld|%L5d|%-05d|%0-5d|", {42, 42, 42, 42, 42}, u"   42|   42|   42|42   |42   |"},
-      // Texts.
+  });
+}
+
+TEST (Print, FormatsTextsAndCutsThemAtEverySize)
+{
+  const UINT64 Error = EfiErrorCode (0);
+  ExpectRows ({
       {u"%.8a|%10.3a|%-7a|%08a",
        {Slot (Hello), Slot (Hello), Slot (Hello), Slot (Hello)},
        u"   hello|       hel|hello  |   hello"},
@@ -140,7 +156,7 @@ TEST (Print, FormatsEveryDirectiveAndCutsItAtEverySize)
        u"h|||     h| "},
       {u"% a|%la|%+,a", {Slot (Hello), Slot (Hello), Slot (Hello)}, u"hello|hello|hello"},
       {u"%s|%S|%.2s|%8s",
-       {Slot (Wide), Slot (Wide), Slot (Wide), Slot (Wide)},
+       {Slot (WideHello), Slot (WideHello), Slot (WideHello), Slot (WideHello)},
        u"h\u00E9llo|h\u00E9llo|h\u00E9|   h\u00E9llo"},
       {u"%a|%s|%.3S|%g|%t",
        {0, 0, 0, 0, 0},
@@ -168,11 +184,7 @@ TEST (Print, FormatsEveryDirectiveAndCutsItAtEverySize)
       {u"%-*", {4}, u"    "},
       {u"%.5", {}, u""},
       {u"%", {}, u""},
-  };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (Encode (Row.Format, false));
-    ExpectPrints (Row.Format, Row.Slots, Row.Expected);
-  }
+  });
 }
 
 TEST (Print, TellsSixteenBitCharactersFromTheirLowBytes)
