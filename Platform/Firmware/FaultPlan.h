@@ -17,8 +17,14 @@ enum FirmwareService : UINT8 {
   ServiceGetSmstLocation,
   ServiceRegisterListener,
   ServiceSendIpmiCommand,
+  ServiceGetVariable,
+  ServiceSetVariable,
+  ServiceRegisterPolicy,
+  ServiceWhoAmI,
+  ServiceGetProcessorInfo,
+  ServiceGetCapabilities,
 };
-inline constexpr UINTN FirmwareServiceCount = 12;
+inline constexpr UINTN FirmwareServiceCount = 18;
 
 /// The Call-th call since power-on ends in Status. Call 0 plans nothing.
 struct PlannedFault {

@@ -1,16 +1,20 @@
 #include "Firmware.h"
 
 #include "BootServices.h"
+#include "CpuService.h"
 #include "DebugService.h"
 #include "FaultPlan.h"
 #include "IpmiTransport.h"
 #include "LoadedImages.h"
+#include "LocatedProtocols.h"
 #include "Pool.h"
 #include "Protocol/SmmReadyToLock.h"
 #include "ProtocolDatabase.h"
 #include "SmmServices.h"
 #include "StatusCodeRouter.h"
 #include "SystemInventory.h"
+#include "VariablePolicy.h"
+#include "VariableStore.h"
 
 constinit FirmwareWorld gWorld = {};
 
@@ -23,6 +27,8 @@ constexpr VOID (*ResetSubject[]) () = {
     SmmServicesReset,      LoadedImagesReset,
     DebugServiceReset,     StatusCodeRouterReset,
     IpmiTransportReset,    SystemInventoryReset,
+    VariableStoreReset,    VariablePolicyReset,
+    CpuServiceReset,       LocatedProtocolsReset,
 };
 
 } // namespace

@@ -41,11 +41,23 @@ struct DebugEntry {
   const CHAR8 *Description;
 };
 
+/// Where a processor stands, each number counted from 0 within the one before.
+struct ProcessorPlace {
+  UINT64 ProcessorId; ///< The APIC id.
+  UINT32 Package;
+  UINT32 Core;
+  UINT32 Thread;
+};
+
 /// The functions that each world fills. Context goes back to each of them as it is. They may be
 /// called by several processors at once.
 struct FirmwareWorld {
   VOID *Context;
   UINTN NumberOfProcessors;
+
+  /// The range of addresses in which all blocks of the SMM pool lie.
+  UINT64 SmramStart;
+  UINT64 SmramSize;
 
   /// Gives a block of Size bytes, aligned to 8, out of one pool's memory; null when that is
   /// exhausted. The block's content is undefined.
@@ -64,6 +76,9 @@ struct FirmwareWorld {
 
   /// Index of the processor that executes the call, below NumberOfProcessors.
   UINTN (*ExecutingProcessor) (VOID *Context);
+
+  /// Where a processor stands. Index is below NumberOfProcessors.
+  ProcessorPlace (*PlaceOfProcessor) (VOID *Context, UINTN Index);
 
   /// Ends the run: somebody broke a rule of the platform, and Text says which. Does not return. It
   /// may throw: the firmware holds nothing while it calls its world or a driver.

@@ -2,6 +2,7 @@
 
 #include "FaultPlan.h"
 #include "FirmwareWorld.h"
+#include "Identity.h"
 
 namespace {
 
@@ -32,12 +33,6 @@ constexpr FirmwareService LocateService[] = {ServiceSmmLocateProtocol, ServiceBo
 constinit ProtocolTable mTables[ProtocolSpaceCount] = {};
 constinit Notification mNotifications[NotificationMax] = {};
 constinit UINTN mNotificationCount = 0;
-
-bool
-IsSameGuid (const EFI_GUID &Left, const EFI_GUID &Right)
-{
-  return __builtin_memcmp (&Left, &Right, sizeof (EFI_GUID)) == 0;
-}
 
 /// Returns the first entry of the protocol, on any handle when Handle is null; or null.
 const InstalledProtocol *

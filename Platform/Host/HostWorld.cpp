@@ -35,9 +35,12 @@ OfProcessor (const std::vector<Element> &List, std::size_t Start, UINTN Processo
 
 } // namespace
 
-HostWorld::HostWorld (UINTN Processors)
-    : NumberOfProcessors (Processors), Arenas{BlockArena (SmmPoolSize), BlockArena (BootPoolSize)}
+HostWorld::HostWorld (UINTN NumberOfProcessors)
+    : Arenas{BlockArena (SmmPoolSize), BlockArena (BootPoolSize)}
 {
+  for (UINT32 Index = 0; Index < NumberOfProcessors; ++Index) {
+    Processors.push_back ({.ProcessorId = Index, .Package = Index, .Core = 0, .Thread = 0});
+  }
 }
 
 FirmwareWorld
@@ -45,7 +48,9 @@ HostWorld::Table ()
 {
   return {
       .Context = this,
-      .NumberOfProcessors = NumberOfProcessors,
+      .NumberOfProcessors = Processors.size (),
+      .SmramStart = reinterpret_cast<UINTN> (Arenas[PoolSmm].Begin ()),
+      .SmramSize = Arenas[PoolSmm].Size (),
       .TakeBlock = [] (void *Context, PoolKind Kind, UINTN Size) -> void * {
         return WorldOf (Context).Arenas[Kind].Take (Size);
       },
@@ -58,6 +63,9 @@ HostWorld::Table ()
         return WorldOf (Context).Answer (*Request, Response, *ResponseSize);
       },
       .ExecutingProcessor = [] (void *) -> UINTN { return ::ExecutingProcessor (); },
+      .PlaceOfProcessor = [] (void *Context, UINTN Index) -> ProcessorPlace {
+        return WorldOf (Context).Processors.at (Index);
+      },
       .Fault = [] (void *, const CHAR8 *Text) { throw PlatformFault (Text); },
   };
 }

@@ -46,6 +46,7 @@ struct BmcAnswer {
 
 class HostWorld {
 public:
+  /// Processors that stand each in a package of its own, with its index for an APIC id.
   explicit HostWorld (UINTN NumberOfProcessors);
 
   /// The table for FirmwareReset; valid while this object lives.
@@ -71,8 +72,10 @@ public:
 
   BmcAnswer Bmc;
 
+  /// Where each processor stands. Change it while no driver runs, and keep their number.
+  std::vector<ProcessorPlace> Processors;
+
 private:
-  UINTN NumberOfProcessors;
   BlockArena Arenas[PoolKindCount];
   std::mutex Lock; ///< Of the two lists.
 

@@ -19,6 +19,29 @@ constexpr EFI_GUID gEfiStatusCodeSpecificDataGuid = {
 /// Whether a platform exists: the firmware has one state.
 bool PlatformExists = false;
 
+/// The CPUID leaf that tells how an APIC id divides: its first sub-leaf the bits of the thread, its
+/// second the bits of all below the package (Intel SDM, volume 2, CPUID).
+constexpr UINT32 TopologyLeaf = 0xB;
+constexpr UINT32 ShiftMask = 0x1F;
+
+/// Where a processor stands by its APIC id. One that has no topology leaf stands in a package of
+/// its own.
+ProcessorPlace
+PlaceOf (const SimulatedProcessor &Processor, UINT32 ApicId)
+{
+  const auto ShiftOf = [&] (UINT32 SubLeaf) {
+    const auto Found = Processor.CpuidAnswers.find ({TopologyLeaf, SubLeaf});
+    return Found == Processor.CpuidAnswers.end () ? 0 : Found->second.Eax & ShiftMask;
+  };
+  const UINT32 ThreadBits = ShiftOf (0);
+  const UINT32 PackageShift = std::max (ShiftOf (1), ThreadBits);
+  const UINT32 InPackage = ApicId & ((1U << PackageShift) - 1);
+  return {.ProcessorId = ApicId,
+          .Package = ApicId >> PackageShift,
+          .Core = InPackage >> ThreadBits,
+          .Thread = InPackage & ((1U << ThreadBits) - 1)};
+}
+
 /// A record with its header, as the listener is handed it.
 std::unique_ptr<UINT8[]>
 StatusCodeData (std::span<const UINT8> Record, RecordPlacement Placement)
@@ -65,6 +88,10 @@ SimulatedPlatform::SimulatedPlatform (const PlatformDescription &Plan)
 {
   if (PlatformExists) {
     throw std::logic_error ("there is a platform in this process already");
+  }
+  for (UINTN Index = 0; Index < Machine.ProcessorCount (); ++Index) {
+    World.Processors[Index] =
+        PlaceOf (Machine.Processor (Index), Description.Processors[Index].ApicId);
   }
   const FirmwareWorld Table = World.Table ();
   FirmwareReset (&Table);

@@ -1,9 +1,6 @@
-#include "Firmware.h"
-
-#include <gtest/gtest.h>
+#include "FirmwareFixture.h"
 
 #include "DebugFormat.h"
-#include "HostWorld.h"
 #include "Pool.h"
 #include "Protocol/SmmReadyToLock.h"
 #include "Protocol/SmmRscHandler.h"
@@ -11,18 +8,6 @@
 #include "SmmServices.h"
 
 namespace {
-
-/// A firmware after power-on, on the host.
-class Firmware : public testing::Test {
-public:
-  Firmware ()
-  {
-    const FirmwareWorld Table = World.Table ();
-    FirmwareReset (&Table);
-  }
-
-  HostWorld World{1};
-};
 
 TEST_F (Firmware, KnowsEveryPoolBlock)
 {
