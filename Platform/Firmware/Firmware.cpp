@@ -1,15 +1,18 @@
 #include "Firmware.h"
 
 #include "BootServices.h"
+#include "ConfigurationTables.h"
 #include "CpuService.h"
 #include "DebugService.h"
 #include "FaultPlan.h"
+#include "HobList.h"
 #include "IpmiTransport.h"
 #include "LoadedImages.h"
 #include "LocatedProtocols.h"
 #include "Pool.h"
 #include "Protocol/SmmReadyToLock.h"
 #include "ProtocolDatabase.h"
+#include "SmmAccess.h"
 #include "SmmServices.h"
 #include "StatusCodeRouter.h"
 #include "SystemInventory.h"
@@ -29,6 +32,8 @@ constexpr VOID (*ResetSubject[]) () = {
     IpmiTransportReset,    SystemInventoryReset,
     VariableStoreReset,    VariablePolicyReset,
     CpuServiceReset,       LocatedProtocolsReset,
+    HobListReset,          ConfigurationTablesReset,
+    SmmAccessReset,
 };
 
 } // namespace

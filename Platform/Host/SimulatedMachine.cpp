@@ -63,12 +63,49 @@ SimulatedMachine::ReadTsc ()
   return Tsc += TscStep;
 }
 
+UINT8
+SimulatedMachine::IoRead8 (UINT16 Port)
+{
+  (void)Executing ();
+  if (SimulatedUart::OwnsPort (Port)) {
+    return Uart.IoRead8 (Port);
+  }
+  return SimulatedCmos::OwnsPort (Port) ? Cmos.IoRead8 (Port) : HostMachine::IoRead8 (Port);
+}
+
+void
+SimulatedMachine::IoWrite8 (UINT16 Port, UINT8 Value)
+{
+  (void)Executing ();
+  if (SimulatedUart::OwnsPort (Port)) {
+    Uart.IoWrite8 (Port, Value);
+  } else if (SimulatedCmos::OwnsPort (Port)) {
+    Cmos.IoWrite8 (Port, Value);
+  } else {
+    HostMachine::IoWrite8 (Port, Value);
+  }
+}
+
 UINT32
 SimulatedMachine::MmioRead (UINTN Address, UINTN Width)
 {
   SimulatedProcessor &Acting = Executing ();
-  return Acting.OwnsAddress (Address) ? Acting.MmioRead (Address, Width)
-                                      : HostMachine::MmioRead (Address, Width);
+  if (Acting.OwnsAddress (Address)) {
+    return Acting.MmioRead (Address, Width);
+  }
+  return SimulatedCmos::OwnsAddress (Address) ? Cmos.MmioRead (Address, Width)
+                                              : HostMachine::MmioRead (Address, Width);
+}
+
+void
+SimulatedMachine::MmioWrite (UINTN Address, UINTN Width, UINT32 Value)
+{
+  (void)Executing ();
+  if (SimulatedCmos::OwnsAddress (Address)) {
+    Cmos.MmioWrite (Address, Width, Value);
+  } else {
+    HostMachine::MmioWrite (Address, Width, Value);
+  }
 }
 
 void

@@ -7,7 +7,9 @@
 
 #include "HostMachine.h"
 #include "PlatformDescription.h"
+#include "SimulatedCmos.h"
 #include "SimulatedProcessor.h"
+#include "SimulatedUart.h"
 
 /// An operation goes to the processor that executes (ExecutingProcessor.h), and from there to the
 /// chipset. What neither has throws MachineFault. Time is simulated: each read of the time-stamp
@@ -25,7 +27,10 @@ public:
   UINT64 ReadMsr (UINT32 Index) override;
   UINT64 TdVmCall (UINT64 Leaf, const UINT64 (&Args)[4], UINT64 &Result) override;
   UINT64 ReadTsc () override;
+  UINT8 IoRead8 (UINT16 Port) override;
+  void IoWrite8 (UINT16 Port, UINT8 Value) override;
   UINT32 MmioRead (UINTN Address, UINTN Width) override;
+  void MmioWrite (UINTN Address, UINTN Width, UINT32 Value) override;
 
   /// Throws ProcessorStopped at the PauseLimit-th pause in a row: a processor that waits for
   /// something looks at the clock or at a device in between.
@@ -36,6 +41,10 @@ public:
   UINT64 TscStep = 1000;
 
   UINTN PauseLimit = 1000;
+
+  /// The chipset's devices. Drivers that use them from several processors at once bring a lock.
+  SimulatedUart Uart;
+  SimulatedCmos Cmos;
 
 private:
   /// One thread at a time acts as a processor, so nothing here is shared.

@@ -1,0 +1,74 @@
+#include "SmmAccess.h"
+
+#include "FaultPlan.h"
+#include "FirmwareWorld.h"
+#include "ProtocolDatabase.h"
+#include "UnprovidedService.h"
+
+constinit EFI_SMRAM_DESCRIPTOR gSmramMap[SmramRangeCount] = {};
+constinit EFI_SMM_ACCESS2_PROTOCOL gSmmAccess = {};
+
+namespace {
+
+/// State of a range that is open to its owner and in use (PI 1.8, volume 4, 5.4).
+constexpr UINT64 EFI_SMRAM_OPEN = 0x00000001;
+constexpr UINT64 EFI_ALLOCATED = 0x00000010;
+
+/// Where the SMM core has its own memory.
+constexpr UINT64 CoreStart = 0x30000;
+constexpr UINT64 CoreSize = 0x10000;
+
+/// The chipset's addresses are not the processor's: no driver may mix them up.
+constexpr UINT64 ChipsetOffset = 0x100000000000;
+
+EFI_SMRAM_DESCRIPTOR
+Range (UINT64 Start, UINT64 Size)
+{
+  return {.PhysicalStart = Start + ChipsetOffset,
+          .CpuStart = Start,
+          .PhysicalSize = Size,
+          .RegionState = EFI_SMRAM_OPEN | EFI_ALLOCATED};
+}
+
+EFI_STATUS EFIAPI
+GetCapabilities (const EFI_SMM_ACCESS2_PROTOCOL *This,
+                 UINTN *SmramMapSize,
+                 EFI_SMRAM_DESCRIPTOR *SmramMap)
+{
+  if (This != &gSmmAccess || SmramMapSize == nullptr) {
+    FirmwareFault ("GetCapabilities of an unknown interface, or without a size");
+  }
+  const EFI_STATUS Planned = FaultPlanCount (ServiceGetCapabilities);
+  if (EFI_ERROR (Planned)) {
+    return Planned;
+  }
+  const UINTN Room = *SmramMapSize;
+  *SmramMapSize = sizeof gSmramMap;
+  if (Room < sizeof gSmramMap) {
+    return EFI_BUFFER_TOO_SMALL;
+  }
+  __builtin_memcpy (SmramMap, gSmramMap, sizeof gSmramMap);
+  return Planned;
+}
+
+} // namespace
+
+#define UNPROVIDED(Entry) UnprovidedService<"the SMM access protocol has no " #Entry>
+
+VOID
+SmmAccessReset ()
+{
+  const UINT64 Middle = gWorld.SmramSize / 2;
+  gSmramMap[0] = Range (CoreStart, CoreSize);
+  gSmramMap[1] = Range (gWorld.SmramStart, Middle);
+  gSmramMap[2] = Range (gWorld.SmramStart + Middle, gWorld.SmramSize - Middle);
+  gSmmAccess = {
+      .Open = UNPROVIDED (Open),
+      .Close = UNPROVIDED (Close),
+      .Lock = UNPROVIDED (Lock),
+      .GetCapabilities = GetCapabilities,
+      .LockState = FALSE,
+      .OpenState = TRUE,
+  };
+  ProtocolPublish (ProtocolBoot, &gEfiSmmAccess2ProtocolGuid, &gSmmAccess);
+}

@@ -1,0 +1,75 @@
+#include "FirmwareTestBench.h"
+
+#include "DebugService.h"
+#include "Firmware.h"
+#include "SmmServices.h"
+#include "SmmServicesTableLib.h"
+#include "UefiBootServicesTableLib.h"
+
+namespace {
+
+PlatformDescription
+TwoProcessors ()
+{
+  PlatformDescription Description;
+  Description.Processors = {{"intel-sapphire-rapids", 0x00, true},
+                            {"intel-sapphire-rapids", 0x80, true}};
+  return Description;
+}
+
+} // namespace
+
+FirmwareTestBench::FirmwareTestBench ()
+    : Machine (TwoProcessors ()), World (Machine.ProcessorCount ())
+{
+  PowerOn ();
+  gHostMachine = &Machine;
+  gSmst = &gSmmSystemTable;
+  gST = FirmwareSystemTable ();
+  gBS = gST->BootServices;
+}
+
+FirmwareTestBench::~FirmwareTestBench ()
+{
+  gHostMachine = nullptr;
+  gSmst = nullptr;
+  gST = nullptr;
+  gBS = nullptr;
+}
+
+void
+FirmwareTestBench::PowerOn ()
+{
+  const FirmwareWorld Table = World.Table ();
+  FirmwareReset (&Table);
+  if (!HasDebugService) {
+    ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+  }
+}
+
+void
+FirmwareTestBench::InstallDebugService ()
+{
+  ProtocolPublish (ProtocolSmm, &gSmmDebugServiceProtocolGuid, &gDebugService);
+  HasDebugService = true;
+}
+
+std::string
+FirmwareTestBench::Messages () const
+{
+  std::string Text;
+  for (const DebugLine &Line : World.Log) {
+    Text += Line.Kind == DebugMessage ? Line.Text : "";
+  }
+  return Text;
+}
+
+std::string
+FirmwareTestBench::LastAssertion (std::size_t Start) const
+{
+  if (World.Log.size () == Start || World.Log.back ().Kind != DebugAssertion) {
+    return "no assertion";
+  }
+  const DebugLine &Last = World.Log.back ();
+  return Last.FileName + ":" + std::to_string (Last.LineNumber) + " " + Last.Description;
+}
