@@ -66,3 +66,6 @@ inline constexpr UINT8 PcdSerialExtendedTxFifoSize = 64;
 /// Whether the transmitter waits for the other side, and whether a cable has to be seen for that.
 inline constexpr BOOLEAN PcdSerialUseHardwareFlowControl = FALSE;
 inline constexpr BOOLEAN PcdSerialDetectCable = FALSE;
+
+/// First of the four CMOS bytes, low byte first, that hold the RAS debug log's mask.
+inline constexpr UINT8 RasLevelCmosOffset = 0x4C;

@@ -1,0 +1,73 @@
+#include "SmmMpExtensionLib.h"
+
+#include "RasDebugLib.h"
+#include "SmmDebugServiceLib.h"
+#include "SmmMemoryAllocationLib.h"
+#include "SmmServicesTableLib.h"
+
+constinit EFI_SMM_CPU_SERVICE_PROTOCOL *mSmmCpuService = nullptr;
+
+namespace {
+
+constexpr CHAR8 SourceFile[] = "ServerRasPkg/Library/SmmMpExtensionLib/SmmMpExtensionLib";
+constexpr AssertionSite ServiceLocated = {SourceFile, 52};
+constexpr AssertionSite ServiceNotNull = {SourceFile, 53};
+constexpr AssertionSite TableNotNull = {SourceFile, 58};
+constexpr AssertionSite IndexKnown = {SourceFile, 87};
+constexpr AssertionSite InformationKnown = {SourceFile, 94};
+
+constexpr UINTN MaxLogicalProcessors = 1024;
+
+/// What the table of processors holds of each is not fixed: nothing in this driver fills it.
+struct ProcessorEntry {
+  UINT8 Reserved[24];
+};
+LAYOUT_SIZE (ProcessorEntry, 24);
+
+constinit VOID *mMpExtensionBuffer = nullptr;
+
+} // namespace
+
+EFI_STATUS EFIAPI
+SmmMpExtensionLibConstructor (EFI_HANDLE, EFI_SYSTEM_TABLE *)
+{
+  VOID *Interface = nullptr;
+  const EFI_STATUS Status = LocateSmmProtocol (&gEfiSmmCpuServiceProtocolGuid, &Interface);
+  mSmmCpuService = static_cast<EFI_SMM_CPU_SERVICE_PROTOCOL *> (Interface);
+  ASSERT_EFI_ERROR (Status, ServiceLocated);
+  RAS_ASSERT (mSmmCpuService != nullptr, ServiceNotNull);
+
+  mMpExtensionBuffer = AllocatePool (MaxLogicalProcessors * sizeof (ProcessorEntry));
+  RAS_ASSERT (mMpExtensionBuffer != nullptr, TableNotNull);
+  return EFI_SUCCESS;
+}
+
+UINTN
+GetCurrentProcessorLocation (CpuLocation *Location)
+{
+  const EFI_SMM_CPU_SERVICE_PROTOCOL *Service = mSmmCpuService;
+  UINTN Index = 0;
+  EFI_STATUS Status = Service != nullptr ? Service->WhoAmI (Service, &Index) : EFI_NOT_READY;
+  ASSERT_EFI_ERROR (Status, IndexKnown);
+  if (EFI_ERROR (Status)) {
+    Index = 0;
+  }
+  if (Location == nullptr) {
+    return Index;
+  }
+
+  // Without an index there is nobody to ask about.
+  EFI_PROCESSOR_INFORMATION Information = {};
+  if (!EFI_ERROR (Status)) {
+    Status = Service->GetProcessorInfo (Service, Index, &Information);
+    ASSERT_EFI_ERROR (Status, InformationKnown);
+  }
+  if (EFI_ERROR (Status)) {
+    Information = {};
+  }
+  Location->ProcessorId = static_cast<UINT32> (Information.ProcessorId);
+  Location->Package = Information.Location.Package;
+  Location->Core = Information.Location.Core;
+  Location->Thread = Information.Location.Thread;
+  return Index;
+}
