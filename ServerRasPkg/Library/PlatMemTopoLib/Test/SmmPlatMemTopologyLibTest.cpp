@@ -1,0 +1,30 @@
+#include "SmmPlatMemTopologyLib.h"
+
+#include "RasTestBench.h"
+#include "Record/PlatMemTopology.h"
+
+namespace {
+
+using PlatMemTopoLib = RasTestBench;
+
+TEST_F (PlatMemTopoLib, StartsTheStoreOnce)
+{
+  EXPECT_EQ (SmmPlatMemTopologyLibConstructor (nullptr, nullptr), EFI_SUCCESS);
+  auto *Store = SharedBuffer<PlatMemTopology> (PlatMemTopologyName);
+  EXPECT_EQ (Store->FirstByte, 0);
+  Store->FirstByte = 7;
+  EXPECT_EQ (SmmPlatMemTopologyLibConstructor (nullptr, nullptr), EFI_SUCCESS);
+  EXPECT_EQ (Store->FirstByte, 7);
+}
+
+TEST_F (PlatMemTopoLib, StopsForGoodWithoutAStore)
+{
+  SetLevelMask (0x08000000);
+  FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ (StoppedAt ([] { SmmPlatMemTopologyLibConstructor (nullptr, nullptr); }),
+             "no assertion");
+  EXPECT_EQ (TakeSent (), "RAS ASSERT ERROR found -- "
+                          "ServerRasPkg/Library/PlatMemTopoLib/SmmPlatMemTopologyLib line 55!\r\n");
+}
+
+} // namespace

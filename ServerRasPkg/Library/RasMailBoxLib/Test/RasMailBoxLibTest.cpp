@@ -1,0 +1,33 @@
+#include "RasMailBoxLib.h"
+
+#include "RasTestBench.h"
+#include "Record/RasMailBox.h"
+
+namespace {
+
+using RasMailBoxLib = RasTestBench;
+
+TEST_F (RasMailBoxLib, StartsTheMailboxOnce)
+{
+  EXPECT_EQ (RasMailBoxConstructor (nullptr, nullptr), EFI_SUCCESS);
+  auto *MailBox = SharedBuffer<RasMailBox> (RasMailBoxName);
+  EXPECT_EQ (+MailBox->MailBoxWord, 3U);
+  const LIST_ENTRY *Head = MailBox->ListHead;
+  EXPECT_EQ (Head->ForwardLink, Head);
+  EXPECT_EQ (Head->BackLink, Head);
+
+  MailBox->MailBoxWord = 7;
+  MailBox->ListHead = nullptr;
+  EXPECT_EQ (RasMailBoxConstructor (nullptr, nullptr), EFI_SUCCESS);
+  EXPECT_EQ (+MailBox->MailBoxWord, 7U);
+  EXPECT_EQ (+MailBox->ListHead, nullptr);
+}
+
+TEST_F (RasMailBoxLib, SucceedsWithoutAMailbox)
+{
+  FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ (RasMailBoxConstructor (nullptr, nullptr), EFI_SUCCESS);
+  EXPECT_EQ (SharedBuffer<RasMailBox> (RasMailBoxName), nullptr);
+}
+
+} // namespace
