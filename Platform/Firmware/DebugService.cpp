@@ -1,7 +1,7 @@
 #include "DebugService.h"
 
-#include "DebugFormat.h"
 #include "FirmwareWorld.h"
+#include "PrintLib.h"
 #include "ProtocolDatabase.h"
 #include "UnprovidedService.h"
 
@@ -18,6 +18,29 @@ RequireForm (bool Named)
   }
 }
 
+/// Composes a text of the log, which keeps plain line ends where the print engine writes CR LF.
+VOID
+ComposeText (CHAR8 (&Text)[DebugTextMax], const CHAR8 *Format, VA_LIST Args)
+{
+  BasePrintLibSPrintMarker (Text, sizeof Text, 0, Format, Args);
+  CHAR8 *End = Text;
+  for (const CHAR8 *Next = Text; *Next != '\0'; ++Next) {
+    if (Next[0] != '\r' || Next[1] != '\n') {
+      *End++ = *Next;
+    }
+  }
+  *End = '\0';
+}
+
+VOID EFIAPI
+ComposeTextOf (CHAR8 (&Text)[DebugTextMax], const CHAR8 *Format, ...)
+{
+  VA_LIST Args;
+  VA_START (Args, Format);
+  ComposeText (Text, Format, Args);
+  VA_END (Args);
+}
+
 VOID
 Output (DebugEntry Entry)
 {
@@ -29,7 +52,7 @@ EFI_STATUS
 RecordMessage (UINTN ErrorLevel, const CHAR8 *ModuleName, const CHAR8 *Format, VA_LIST Args)
 {
   CHAR8 Text[DebugTextMax];
-  DebugFormat (Text, sizeof Text, Format, Args);
+  ComposeText (Text, Format, Args);
   DebugEntry Entry = {};
   Entry.Kind = DebugMessage;
   Entry.ModuleName = ModuleName;
@@ -40,15 +63,6 @@ RecordMessage (UINTN ErrorLevel, const CHAR8 *ModuleName, const CHAR8 *Format, V
   return EFI_SUCCESS;
 }
 
-VOID EFIAPI
-FormatText (CHAR8 *Buffer, UINTN Size, const CHAR8 *Format, ...)
-{
-  VA_LIST Args;
-  VA_START (Args, Format);
-  DebugFormat (Buffer, Size, Format, Args);
-  VA_END (Args);
-}
-
 EFI_STATUS
 RecordAssertion (const CHAR8 *ModuleName,
                  const CHAR8 *FileName,
@@ -56,7 +70,8 @@ RecordAssertion (const CHAR8 *ModuleName,
                  const CHAR8 *Description)
 {
   CHAR8 Text[DebugTextMax];
-  FormatText (Text, sizeof Text, "ASSERT %a:%d %a\n", FileName, LineNumber, Description);
+  ComposeTextOf (Text, "ASSERT %a:%d %a\n", FileName, static_cast<UINT32> (LineNumber),
+                 Description);
   DebugEntry Entry = {};
   Entry.Kind = DebugAssertion;
   Entry.ModuleName = ModuleName;

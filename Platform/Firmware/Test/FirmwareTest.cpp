@@ -1,6 +1,5 @@
 #include "FirmwareFixture.h"
 
-#include "DebugFormat.h"
 #include "Pool.h"
 #include "Protocol/SmmReadyToLock.h"
 #include "Protocol/SmmRscHandler.h"
@@ -65,49 +64,6 @@ TEST_F (Firmware, AnswersWithTheFirstSuccessOfItsListeners)
   EXPECT_EQ (Report (8), EFI_UNSUPPORTED);
   EXPECT_EQ (Router.Unregister (TakesSeven), EFI_SUCCESS);
   EXPECT_EQ (Report (7), EFI_UNSUPPORTED);
-}
-
-std::string EFIAPI
-Expand (UINTN Size, const CHAR8 *Format, ...)
-{
-  std::string Text (Size, '?');
-  VA_LIST Args;
-  VA_START (Args, Format);
-  const UINTN Length = DebugFormat (Text.data (), Size, Format, Args);
-  VA_END (Args);
-  EXPECT_EQ (Text[Length], 0);
-  return Text.substr (0, Length);
-}
-
-TEST_F (Firmware, ExpandsDebugMessages)
-{
-  const struct {
-    const char *Format;
-    UINT64 Argument;
-    const char *Text;
-  } Rows[] = {
-      {"100%%\n", 0, "100%\n"},
-      {"<%d>", 0xFFFFFFFE, "<-2>"},
-      {"%ld", 0x8000000000000000, "-9223372036854775808"},
-      {"%05d|", static_cast<UINT64> (-42), "-0042|"},
-      {"%-5d|", 42, "42   |"},
-      {"0x%X", 0xABC, "0xABC"},
-      {"%4X|", 0xAB, "00AB|"},
-      {"%x", 0x1FFFFFFFF, "FFFFFFFF"},
-      {"%a", 0, "<null string>"},
-      {"%s", reinterpret_cast<UINT64> (u"Name"), "Name"},
-      {"%r", 5, "Warning Stale Data"},
-      {"%r", 6, "00000006"},
-      {"%r", EfiErrorCode (33), "Compromised Data"},
-      {"%r", EfiErrorCode (34), "00000022"},
-  };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (Row.Format);
-    EXPECT_EQ (Expand (40, Row.Format, Row.Argument), Row.Text);
-  }
-  EXPECT_EQ (Expand (5, "ab%dcd", 123456), "ab12");
-  EXPECT_EQ (Expand (40, "%a %d", "two", 2), "two 2");
-  EXPECT_THROW (Expand (40, "%q", 0), PlatformFault);
 }
 
 } // namespace
