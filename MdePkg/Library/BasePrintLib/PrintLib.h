@@ -9,7 +9,7 @@
 ///   blank    a blank in that place, unless there is a "+"
 ///   ,        a comma ahead of each group of three decimal digits
 ///   l L      the number has 64 bits
-///   0        a width fills with zeros
+///   0        a number without precision, "-" or "," fills its width with zeros
 ///   *        the width or precision is the next argument, 64 bits
 ///   .        what follows is the precision: the fewest digits of a number, the most characters of
 ///            a text, which stands right-aligned in it; 1 when no number follows
@@ -48,8 +48,9 @@ UINTN EFIAPI AsciiSPrint (CHAR8 *StartOfBuffer, UINTN BufferSize, const CHAR8 *F
 /// The same in the modes that Flags combines, with the arguments as a list, each in a slot of 8
 /// bytes.
 ///
-/// BufferSize counts characters of the output, and 16-bit characters, which may stand at any
-/// address, have the limit PcdMaximumUnicodeStringLength. With COUNT_ONLY_NO_PRINT the result is
+/// BufferSize counts characters of the output; 16-bit characters have the limit
+/// PcdMaximumUnicodeStringLength and may stand at any address, but for a 16-bit format, whose
+/// alignment is asserted. With COUNT_ONLY_NO_PRINT the result is
 /// the number of characters of the whole text, and neither Buffer nor BufferSize bounds it; Buffer
 /// may then be null.
 UINTN EFIAPI BasePrintLibSPrintMarker (

@@ -31,7 +31,7 @@ CopySmramMap ()
     Status = gBS->LocateProtocol (&gEfiSmmAccess2ProtocolGuid, nullptr, &Interface);
   }
   ASSERT_EFI_ERROR (Status, AccessLocated);
-  if (EFI_ERROR (Status)) {
+  if (EFI_ERROR (Status) || Interface == nullptr) {
     return;
   }
 

@@ -53,7 +53,7 @@ AllocateOutsideSmm (UINTN Size, EFI_MEMORY_TYPE MemoryType)
   VOID *Data = nullptr;
   const EFI_STATUS Status =
       gBS != nullptr ? gBS->AllocatePool (MemoryType, Size, &Data) : EFI_UNSUPPORTED;
-  if (EFI_ERROR (Status)) {
+  if (EFI_ERROR (Status) || Data == nullptr) {
     DEBUG (DEBUG_ERROR, "Failed to allocate pool for MemoryType %d!\n", MemoryType);
     return nullptr;
   }
