@@ -26,6 +26,7 @@ OneError (benchmark::State &State)
   EFI_STATUS_CODE_DATA *Data = Platform ().Record (Class);
 
   const UINTN AllocationsBefore = gPools[PoolSmm].Allocations;
+  const UINTN BlocksBefore = gPools[PoolSmm].LiveBlocks;
   for ([[maybe_unused]] const auto Iteration : State) {
     Platform ().Report (Data);
   }
@@ -36,7 +37,7 @@ OneError (benchmark::State &State)
       Errors * LookedAt, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
   State.counters["pool_calls"] =
       static_cast<double> (gPools[PoolSmm].Allocations - AllocationsBefore) / Errors;
-  State.counters["blocks_left"] = static_cast<double> (gPools[PoolSmm].LiveBlocks);
+  State.counters["blocks_left"] = static_cast<double> (gPools[PoolSmm].LiveBlocks - BlocksBefore);
 }
 
 void

@@ -15,6 +15,9 @@ namespace {
 constexpr UINT32 AccessAttributes = EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS;
 constexpr UINT32 KnownAttributes = EFI_VARIABLE_NON_VOLATILE | AccessAttributes;
 
+/// What a call that fails leaves where the value belongs.
+constexpr int UndefinedDataPattern = 0xAF;
+
 VOID
 RequireIdentity (const CHAR16 *Name, const EFI_GUID *Namespace)
 {
@@ -90,6 +93,8 @@ SmmGetVariable (const CHAR16 *VariableName,
                 VOID *Data)
 {
   RequireIdentity (VariableName, VendorGuid);
+  const UINTN Room = *DataSize;
+  __builtin_memset (Data, UndefinedDataPattern, Room);
   const EFI_STATUS Planned = FaultPlanCount (ServiceGetVariable);
   if (EFI_ERROR (Planned)) {
     return Planned;
@@ -98,7 +103,6 @@ SmmGetVariable (const CHAR16 *VariableName,
   if (Found == nullptr) {
     return EFI_NOT_FOUND;
   }
-  const UINTN Room = *DataSize;
   *DataSize = Found->DataSize;
   if (Attributes != nullptr) {
     *Attributes = Found->Attributes;

@@ -110,7 +110,7 @@ const struct {
     {"the entry point lies in no executable section",
      [] (auto &Image) { Image.Pe ().EntryPoint = Image.Section (".rdata").Address; }},
     {"the file goes on behind its last section", [] (auto &Image) { Image.Bytes.push_back (0); }},
-    {"the file has 24577 bytes, more than 24576", [] (auto &Image) { Image.Bytes.resize (24577); }},
+    {"the file has 49153 bytes, more than 49152", [] (auto &Image) { Image.Bytes.resize (49153); }},
     {"a block of relocations has a wrong size", [] (auto &Image) { Image.FirstBlock ().Size = 7; }},
     {"a block of relocations has a wrong size",
      [] (auto &Image) { Image.FirstBlock ().Size = 0x10000; }},

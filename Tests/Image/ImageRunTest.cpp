@@ -4,7 +4,6 @@
 #include "BuiltImage.h"
 #include "Firmware.h"
 #include "ImageInstance.h"
-#include "Pool.h"
 #include "Protocol/SmmDebugService.h"
 #include "ProtocolDatabase.h"
 #include "Record/Inventory.h"
@@ -73,7 +72,6 @@ TEST_F (ImageRun, ReturnsTheStatusOfAMissingProtocol)
   ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
   EXPECT_EQ (Start (), EFI_NOT_FOUND);
   EXPECT_EQ (StatusCodeListenerCount (), 0U);
-  EXPECT_EQ (gPools[PoolSmm].LiveBlocks, 0U);
 }
 
 TEST_F (ImageRun, StopsInAnAssertion)

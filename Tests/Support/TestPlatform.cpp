@@ -1,11 +1,16 @@
 #include "TestPlatform.h"
 
+#include <cstring>
 #include <iomanip>
 #include <sstream>
 
+#include "Pool.h"
 #include "Protocol/SmmDebugService.h"
 #include "ProtocolDatabase.h"
 #include "Record/ErrorClass.h"
+#include "SmmAccess.h"
+#include "VariablePolicy.h"
+#include "VariableStore.h"
 
 PlatformDescription
 TwoSockets (std::vector<PlatformDescription::Device> Devices)
@@ -57,6 +62,46 @@ EventText (const CallResult &Result)
   return Text.str ();
 }
 
+std::string
+StoreText ()
+{
+  std::ostringstream Text;
+  for (const Variable &Entry : gVariables) {
+    if (!Entry.InUse) {
+      continue;
+    }
+    UINT8 *Buffer = nullptr;
+    std::memcpy (&Buffer, Entry.Data, sizeof Buffer);
+    for (const PoolKind Kind : {PoolSmm, PoolBoot}) {
+      for (const PoolBlock &Block : gPools[Kind].Blocks) {
+        if (Block.Live && Block.Address == Buffer) {
+          const std::u16string Name = Entry.Name;
+          Text << std::string (Name.begin (), Name.end ()) << ' ' << Block.Size
+               << (Kind == PoolSmm ? " in SMM, " : " outside, ")
+               << (VariablePolicyLocks (Entry.Name, &Entry.Namespace) ? "locked\n" : "open\n");
+        }
+      }
+    }
+  }
+  return Text.str ();
+}
+
+CallResult
+LoadWithFailingCalls (SimulatedPlatform &Platform)
+{
+  try {
+    return Platform.LoadDriver ();
+  } catch (const PlatformFault &Fault) {
+    EXPECT_STREQ (Fault.what (), "freed a pointer that is no block of this pool");
+    for (const PoolBlock &Block : gPools[PoolSmm].Blocks) {
+      EXPECT_FALSE (Block.Live && Block.Size == sizeof gSmramMap) << "there is a copy of the map";
+    }
+    CallResult Result;
+    Result.Stopped = Fault.what ();
+    return Result;
+  }
+}
+
 LoadedPlatform::LoadedPlatform (const PlatformDescription &Platform, DebugWorld Debug)
     : SimulatedPlatform (Platform)
 {
@@ -66,4 +111,5 @@ LoadedPlatform::LoadedPlatform (const PlatformDescription &Platform, DebugWorld 
   const CallResult Load = LoadDriver ();
   EXPECT_EQ (Load.Status, EFI_SUCCESS);
   EXPECT_EQ (Load.Stopped, "");
+  SmmBlocks = gPools[PoolSmm].LiveBlocks;
 }

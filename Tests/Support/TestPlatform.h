@@ -21,6 +21,14 @@ PcieDevice (std::optional<std::string> Id, UINT8 Bus, UINT8 Device, UINT8 Functi
 /// The events of a call: "NETFN LUN CMD: bytes" each, in hexadecimal, a line each.
 std::string EventText (const CallResult &Result);
 
+/// The store of shared buffers, in the order in which they were made: "NAME SIZE in SMM, locked"
+/// each, or "outside" and "open", a line each.
+std::string StoreText ();
+
+/// Loads a driver while calls fail. Without its copy of the SMRAM map the driver gives its blocks
+/// back to the boot services, which do not know them: this fault, and no other, counts as a stop.
+CallResult LoadWithFailingCalls (SimulatedPlatform &Platform);
+
 /// Whether the platform has a debug service. Without one all assertions return.
 enum class DebugWorld {
   Present,
@@ -32,4 +40,6 @@ class LoadedPlatform : public SimulatedPlatform {
 public:
   explicit LoadedPlatform (const PlatformDescription &Platform,
                            DebugWorld Debug = DebugWorld::Present);
+
+  UINTN SmmBlocks; ///< What the driver keeps of the SMM pool.
 };

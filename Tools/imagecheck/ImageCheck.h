@@ -9,7 +9,7 @@
 #include "Base.h"
 
 /// The most that the file may take of the flash, in bytes.
-inline constexpr UINTN ImageFileSizeMax = 24 * 1024;
+inline constexpr UINTN ImageFileSizeMax = 48 * 1024;
 
 /// Returns one sentence for each promise that the image File breaks, none for a sound one.
 /// RelinkedFile holds the same objects linked for another base address: loaded to one address the

@@ -1,8 +1,18 @@
 #include "AutoGen.h"
 
+#include "AcpiTableClient.h"
+#include "DxeSmmStandaloneMmHobLib.h"
 #include "ErrorReportLib.h"
 #include "LibraryCall.h"
 #include "MmServicesTableLib.h"
+#include "RasAcpiParamLib.h"
+#include "RasDebugLib.h"
+#include "RasMailBoxLib.h"
+#include "SmmMemoryAllocationLib.h"
+#include "SmmMpExtensionLib.h"
+#include "SmmOrvBufferValidationLib.h"
+#include "SmmPlatMemTopologyLib.h"
+#include "SmmRasGlobalDataLib.h"
 #include "SmmServicesTableLib.h"
 #include "UefiBootServicesTableLib.h"
 #include "UefiRuntimeServicesTableLib.h"
@@ -23,40 +33,39 @@ EmptyConstructorWithArguments (EFI_HANDLE, EFI_SYSTEM_TABLE *)
 }
 
 /// A position whose library is still to come.
-constexpr LibraryFunction ToComeA = {.FormA = EmptyConstructorWithArguments};
-constexpr LibraryFunction ToComeB = {.FormB = EmptyConstructor};
+constexpr LibraryFunction ToCome = {.FormA = EmptyConstructorWithArguments};
 
 constexpr LibraryFunction Constructors[] = {
     {.FormA = UefiBootServicesTableLibConstructor},
     {.FormA = UefiRuntimeServicesTableLibConstructor},
     {.FormA = SmmServicesTableLibConstructor},
-    ToComeA, // SmmMemoryAllocationLib
+    {.FormA = SmmMemoryAllocationLibConstructor},
     {.FormB = EmptyConstructor},
-    ToComeA, // SmmRasGlobalDataLib
-    ToComeA, // SmmMpExtensionLib
-    ToComeB, // BaseRasDebugLibSerialPort
-    ToComeA, // RasMailBoxConstructor
+    {.FormA = InitializeSmmRasGlobalData},
+    {.FormA = SmmMpExtensionLibConstructor},
+    {.FormB = RasDebugLibConstructor},
+    {.FormA = RasMailBoxConstructor},
     {.FormA = EmptyConstructorWithArguments},
-    ToComeA, // DxeSmmStandaloneMmHobLib
-    ToComeA, // SystemInfoLibSmm
-    ToComeA, // RasAcpiParamConstructor
-    ToComeA, // CsrPseudoOffsetConvertLibSmm
-    ToComeA, // SmmPciExpressLib
-    ToComeA, // SysHostPointerLib
-    ToComeA, // EmulationConfigurationSmmLib
-    ToComeA, // UpiHostDataLibSmm
-    ToComeA, // DxeRasRcDataLib
-    ToComeA, // SmmPlatMemTopologyLib
-    ToComeA, // IioTopologyLibSpr
+    {.FormA = HobLibConstructor},
+    ToCome, // SystemInfoLibSmm
+    {.FormA = RasAcpiParamConstructor},
+    ToCome, // CsrPseudoOffsetConvertLibSmm
+    ToCome, // SmmPciExpressLib
+    ToCome, // SysHostPointerLib
+    ToCome, // EmulationConfigurationSmmLib
+    ToCome, // UpiHostDataLibSmm
+    ToCome, // DxeRasRcDataLib
+    {.FormA = SmmPlatMemTopologyLibConstructor},
+    ToCome, // IioTopologyLibSpr
     {.FormA = MmServicesTableLibConstructor},
-    ToComeA, // ACPI table client
+    {.FormA = AcpiTableClientConstructor},
     {.FormA = InitializeErrorReportLib},
-    ToComeA, // SmmOrvBufferValidationLib
+    {.FormA = SmmOrvBufferValidationLibConstructor},
 };
 
 constexpr LibraryFunction Destructors[] = {
-    ToComeA, // SysHostPointerLib
-    ToComeA, // SmmMemoryAllocationLib
+    ToCome, // SysHostPointerLib
+    {.FormA = SmmMemoryAllocationLibDestructor},
 };
 
 constexpr UINTN FirstConstructorLine = 902;

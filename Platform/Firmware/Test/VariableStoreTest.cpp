@@ -1,8 +1,5 @@
 #include "VariableStore.h"
 
-#include <cstring>
-
-#include "CpuService.h"
 #include "FirmwareFixture.h"
 #include "VariablePolicy.h"
 
@@ -12,147 +9,71 @@ constexpr EFI_GUID Space = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
 constexpr UINT32 Volatile = EFI_VARIABLE_BOOTSERVICE_ACCESS;
 constexpr UINT32 Kept = Volatile | EFI_VARIABLE_NON_VOLATILE;
 
-class VariableStore : public Firmware {
-public:
-  static EFI_STATUS
-  Set (const CHAR16 *Name, UINT64 Value, UINT32 Attributes = Volatile)
-  {
-    return gSmmVariable.SmmSetVariable (Name, &Space, Attributes, sizeof Value, &Value);
-  }
+/// Writes a value of 8 bytes, or deletes it with 0.
+EFI_STATUS
+Set (const CHAR16 *Name, UINT64 Value, UINT32 Attributes = Volatile)
+{
+  return gSmmVariable.SmmSetVariable (Name, &Space, Attributes, Value != 0 ? 8 : 0, &Value);
+}
 
-  static EFI_STATUS
-  Delete (const CHAR16 *Name)
-  {
-    return gSmmVariable.SmmSetVariable (Name, &Space, Volatile, 0, nullptr);
-  }
+/// The variable's value, or its status in the place of one.
+UINT64
+Get (const CHAR16 *Name, UINTN Room = 8)
+{
+  UINT64 Value = 0;
+  const EFI_STATUS Status = gSmmVariable.SmmGetVariable (Name, &Space, nullptr, &Room, &Value);
+  return EFI_ERROR (Status) ? Status : Value;
+}
 
-  /// The variable's value, or its status in place of one.
-  static UINT64
-  Get (const CHAR16 *Name)
-  {
-    UINT64 Value = 0;
-    UINTN Size = sizeof Value;
-    const EFI_STATUS Status = gSmmVariable.SmmGetVariable (Name, &Space, nullptr, &Size, &Value);
-    return EFI_ERROR (Status) ? Status : Value;
-  }
-
-  /// A rule's record, as a client would make it.
-  struct Record {
-    VARIABLE_POLICY_ENTRY Entry;
-    CHAR16 Name[80];
-  };
-
-  static Record
-  LockRecord (const CHAR16 *Name)
-  {
-    Record Made = {.Entry = {.Version = VARIABLE_POLICY_ENTRY_REVISION,
-                             .Size = sizeof (VARIABLE_POLICY_ENTRY),
-                             .OffsetToName = sizeof (VARIABLE_POLICY_ENTRY),
-                             .Namespace = Space,
-                             .MinSize = VARIABLE_POLICY_NO_MIN_SIZE,
-                             .MaxSize = VARIABLE_POLICY_NO_MAX_SIZE,
-                             .AttributesMustHave = VARIABLE_POLICY_NO_MUST_ATTR,
-                             .AttributesCantHave = VARIABLE_POLICY_NO_CANT_ATTR,
-                             .LockPolicyType = VARIABLE_POLICY_TYPE_LOCK_NOW,
-                             .Padding = {0xA5, 0xA5, 0xA5}},
-                   .Name = {}};
-    UINTN Length = 0;
-    for (; Name != nullptr && (Length == 0 || Name[Length - 1] != 0); ++Length) {
-      Made.Name[Length] = Name[Length];
-    }
-    Made.Entry.Size = static_cast<UINT16> (Made.Entry.Size + Length * sizeof (CHAR16));
-    return Made;
-  }
-
-  static EFI_STATUS
-  Register (const Record &Rule)
-  {
-    return gVariablePolicy.RegisterVariablePolicy (&Rule.Entry);
-  }
-};
-
-TEST_F (VariableStore, KeepsValuesUntilTheyAreDeletedOrPowerIsLost)
+TEST_F (Firmware, KeepsVariablesUntilTheyAreDeletedOrPowerIsLost)
 {
   EXPECT_EQ (Get (u"A"), EFI_NOT_FOUND);
   EXPECT_EQ (Set (u"A", 7), EFI_SUCCESS);
   EXPECT_EQ (Set (u"AB", 8, Kept), EFI_SUCCESS);
   EXPECT_EQ (Set (u"A", 9, Kept), EFI_INVALID_PARAMETER) << "attributes stay";
   EXPECT_EQ (Get (u"A"), 7U);
-  EXPECT_EQ (VariableFind (u"A", &Space)->Attributes, Volatile);
-
-  UINT32 Half = 0;
-  UINTN Size = sizeof Half;
-  EXPECT_EQ (gSmmVariable.SmmGetVariable (u"A", &Space, nullptr, &Size, &Half),
-             EFI_BUFFER_TOO_SMALL);
-  EXPECT_EQ (Size, 8U);
-
+  EXPECT_EQ (Get (u"A", 7), EFI_BUFFER_TOO_SMALL);
   const FirmwareWorld Table = World.Table ();
   FirmwareReset (&Table);
   EXPECT_EQ (Get (u"A"), EFI_NOT_FOUND);
   EXPECT_EQ (Get (u"AB"), 8U);
-  EXPECT_EQ (Delete (u"AB"), EFI_SUCCESS);
-  EXPECT_EQ (Delete (u"AB"), EFI_NOT_FOUND);
+  EXPECT_EQ (Set (u"AB", 0, Kept), EFI_SUCCESS);
+  EXPECT_EQ (Set (u"AB", 0, Kept), EFI_NOT_FOUND);
 }
 
-TEST_F (VariableStore, RefusesToChangeALockedVariable)
+TEST_F (Firmware, RefusesToChangeALockedVariable)
 {
-  Set (u"A", 7);
-  Set (u"AB", 8);
-  {
-    const Record Rule = LockRecord (u"A"); // The service has to copy it.
-    EXPECT_EQ (Register (Rule), EFI_SUCCESS);
-    EXPECT_EQ (Register (Rule), EFI_ALREADY_STARTED);
+  struct {
+    VARIABLE_POLICY_ENTRY Entry;
+    CHAR16 Name[2];
+  } Rule = {.Entry = {.Version = VARIABLE_POLICY_ENTRY_REVISION,
+                      .Size = 48,
+                      .OffsetToName = 44,
+                      .Namespace = Space,
+                      .MinSize = 0,
+                      .MaxSize = 0xFFFFFFFF,
+                      .AttributesMustHave = 0,
+                      .AttributesCantHave = 0,
+                      .LockPolicyType = VARIABLE_POLICY_TYPE_LOCK_NOW,
+                      .Padding = {}},
+            .Name = {u'A', 0}};
+  const auto Register = [&] { return gVariablePolicy.RegisterVariablePolicy (&Rule.Entry); };
+  for (const UINT16 Size : std::initializer_list<UINT16>{
+           43, 46, 47, 50}) { // No head, no NUL, half a NUL, a second NUL.
+    Rule.Entry.Size = Size;
+    EXPECT_EQ (Register (), EFI_INVALID_PARAMETER) << Size;
   }
-  EXPECT_EQ (Set (u"A", 9), EFI_WRITE_PROTECTED);
-  EXPECT_EQ (Delete (u"A"), EFI_WRITE_PROTECTED);
+  Rule.Entry.Size = 48;
+  EXPECT_EQ (Set (u"A", 7), EFI_SUCCESS);
+  EXPECT_EQ (Register (), EFI_SUCCESS);
+  EXPECT_EQ (Register (), EFI_ALREADY_STARTED);
+  EXPECT_EQ (Set (u"A", 8), EFI_WRITE_PROTECTED);
+  EXPECT_EQ (Set (u"A", 0), EFI_WRITE_PROTECTED);
   EXPECT_EQ (Get (u"A"), 7U);
-  EXPECT_EQ (Set (u"AB", 9), EFI_SUCCESS);
-
-  EXPECT_EQ (Register (LockRecord (u"Absent")), EFI_SUCCESS);
-  EXPECT_EQ (Set (u"Absent", 1), EFI_WRITE_PROTECTED);
-  EXPECT_EQ (Register (LockRecord (nullptr)), EFI_SUCCESS);
-  EXPECT_EQ (Set (u"AB", 1), EFI_WRITE_PROTECTED) << "locked with its namespace";
-}
-
-TEST_F (VariableStore, RefusesRulesOfTheWrongShape)
-{
-  const struct {
-    const char *Name;
-    void (*Damage) (Record &);
-  } Rows[] = {
-      {"version", [] (Record &Rule) { Rule.Entry.Version = 0x00020000; }},
-      {"offset", [] (Record &Rule) { Rule.Entry.OffsetToName = 45; }},
-      {"no NUL", [] (Record &Rule) { Rule.Entry.Size = 46; }},
-      {"half a character", [] (Record &Rule) { Rule.Entry.Size = 47; }},
-      {"text behind the NUL", [] (Record &Rule) { Rule.Entry.Size = 50; }},
-      {"size below the head", [] (Record &Rule) { Rule.Entry.Size = 43; }},
-      {"sizes", [] (Record &Rule) { Rule.Entry.MinSize = 1, Rule.Entry.MaxSize = 0; }},
-      {"attributes",
-       [] (Record &Rule) {
-         Rule.Entry.AttributesMustHave = Rule.Entry.AttributesCantHave = Volatile;
-       }},
-  };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (Row.Name);
-    Record Rule = LockRecord (u"A");
-    Row.Damage (Rule);
-    EXPECT_EQ (Register (Rule), EFI_INVALID_PARAMETER);
-  }
-  EXPECT_EQ (gVariablePolicyCount, 0U);
-
-  Record Other = LockRecord (u"A");
-  Other.Entry.LockPolicyType = 0;
-  EXPECT_NE (FaultOf ([&] { Register (Other); }), "");
-}
-
-TEST_F (Firmware, TellsOfItsProcessors)
-{
-  World.Processors[1] = {.ProcessorId = 0x85, .Package = 1, .Core = 2, .Thread = 1};
-  EFI_PROCESSOR_INFORMATION Information;
-  EXPECT_EQ (gCpuService.GetProcessorInfo (&gCpuService, 2, &Information), EFI_NOT_FOUND);
-  EXPECT_EQ (gCpuService.GetProcessorInfo (&gCpuService, 1, &Information), EFI_SUCCESS);
-  EXPECT_EQ (Information.ProcessorId, 0x85U);
-  EXPECT_EQ (Information.Location.Core, 2U);
+  EXPECT_EQ (Set (u"AB", 8), EFI_SUCCESS);
+  Rule.Entry.Size = 44;
+  EXPECT_EQ (Register (), EFI_SUCCESS);
+  EXPECT_EQ (Set (u"AB", 9), EFI_WRITE_PROTECTED) << "locked with its namespace";
 }
 
 } // namespace

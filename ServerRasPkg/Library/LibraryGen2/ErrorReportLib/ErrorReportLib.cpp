@@ -1,16 +1,61 @@
 #include "ErrorReportLib.h"
 
+#include "BaseMemoryLibOptDxe.h"
+#include "BaseSynchronizationLib.h"
+#include "RasDebugLib.h"
+#include "Record/RasGlobalData.h"
 #include "SmmDebugServiceLib.h"
+#include "SmmMpExtensionLib.h"
+#include "SmmRasGlobalDataLib.h"
 #include "SmmServicesTableLib.h"
 
 namespace {
 
 constexpr CHAR8 SourceFile[] = "ServerRasPkg/Library/LibraryGen2/ErrorReportLib/ErrorReportLib";
 constexpr AssertionSite RouterLocated = {SourceFile, 139};
+constexpr AssertionSite CpuServiceLocated = {SourceFile, 142};
 constexpr AssertionSite ListenerRegistered = {SourceFile, 179};
 
 /// The status-code router; null until bound. It belongs to its producer.
 constinit EFI_SMM_RSC_HANDLER_PROTOCOL *mRscHandlerProtocol = nullptr;
+
+/// The shared record lists, null if there are none, and a lock of this driver's own for each: the
+/// locks order nothing between drivers.
+constinit VOID *mMemErrorRecordList = nullptr;
+constinit SPIN_LOCK mMemErrorRecordListLock = 0;
+constinit VOID *mProcessorErrorRecordList = nullptr;
+constinit SPIN_LOCK mProcessorErrorRecordListLock = 0;
+
+/// Tells the RAS debug log what came of a step.
+VOID
+LogStatus (const CHAR8 *FunctionName, EFI_STATUS Status)
+{
+  RasDebugPrint (RAS_DEBUG_FLOW, "%a, %r\n", FunctionName, Status);
+}
+
+/// Binds the CPU service once more. A search that fails leaves what an earlier one has found.
+EFI_STATUS
+BindCpuService ()
+{
+  VOID *Interface = nullptr;
+  const EFI_STATUS Status = LocateSmmProtocol (&gEfiSmmCpuServiceProtocolGuid, &Interface);
+  if (!EFI_ERROR (Status)) {
+    mSmmCpuService = static_cast<EFI_SMM_CPU_SERVICE_PROTOCOL *> (Interface);
+  }
+  return Status;
+}
+
+/// Finds a record list, or makes one of Size zero bytes. Returns null if there is none.
+VOID *
+FindRecordList (const CHAR16 *Name, UINTN Size)
+{
+  BOOLEAN NewBuffer = FALSE;
+  VOID *List = GetRasGlobalData (Name, Size, &NewBuffer);
+  if (NewBuffer) {
+    ZeroMem (List, Size);
+  }
+  return List;
+}
 
 } // namespace
 
@@ -18,9 +63,20 @@ EFI_STATUS EFIAPI
 InitializeErrorReportLib (EFI_HANDLE, EFI_SYSTEM_TABLE *)
 {
   VOID *Interface = nullptr;
-  const EFI_STATUS Status = LocateSmmProtocol (&gEfiSmmRscHandlerProtocolGuid, &Interface);
+  EFI_STATUS Status = LocateSmmProtocol (&gEfiSmmRscHandlerProtocolGuid, &Interface);
   mRscHandlerProtocol = static_cast<EFI_SMM_RSC_HANDLER_PROTOCOL *> (Interface);
+  LogStatus ("InitializeErrorReportLib", Status);
   ASSERT_EFI_ERROR (Status, RouterLocated);
+
+  Status = BindCpuService ();
+  ASSERT_EFI_ERROR (Status, CpuServiceLocated);
+  LogStatus ("InitializeErrorReportLib", Status);
+
+  InitializeSpinLock (&mMemErrorRecordListLock);
+  mMemErrorRecordList = FindRecordList (MemErrorRecordListName, MEM_ERROR_RECORD_LIST_SIZE);
+  InitializeSpinLock (&mProcessorErrorRecordListLock);
+  mProcessorErrorRecordList =
+      FindRecordList (ProcessorErrorRecordListName, PROCESSOR_ERROR_RECORD_LIST_SIZE);
   return EFI_SUCCESS;
 }
 
@@ -29,6 +85,7 @@ RegisterErrorLogListener (EFI_SMM_RSC_HANDLER_CALLBACK Callback)
 {
   const EFI_STATUS Status =
       mRscHandlerProtocol != nullptr ? mRscHandlerProtocol->Register (Callback) : EFI_NOT_READY;
+  LogStatus ("RegisterErrorLogListener", Status);
   ASSERT_EFI_ERROR (Status, ListenerRegistered);
   return Status;
 }

@@ -1,37 +1,28 @@
 #include "RasAcpiParamLib.h"
 
-#include <algorithm>
-#include <vector>
+#include <cstring>
 
 #include "RasTestBench.h"
 #include "Record/RasAcpiParam.h"
 
 namespace {
 
-class RasAcpiParamLib : public RasTestBench {
-public:
-  static std::vector<UINT8>
-  BlockBytes ()
-  {
-    const auto *Block = SharedBuffer<UINT8> (RasAcpiParamName);
-    return {Block, Block + sizeof (RasAcpiParam)};
-  }
-};
+using RasAcpiParamLib = RasTestBench;
 
 TEST_F (RasAcpiParamLib, FillsTheBlockOnceAndOutsideSmm)
 {
   EXPECT_EQ (RasAcpiParamConstructor (nullptr, nullptr), EFI_SUCCESS);
-  std::vector<UINT8> Expected (4, 0);
-  Expected.insert (Expected.end (), 3200, 0xFF);
-  Expected.insert (Expected.end (), 22, 0);
-  EXPECT_EQ (BlockBytes (), Expected);
+  UINT8 Expected[3226] = {};
+  std::memset (&Expected[4], 0xFF, 3200);
+  auto *Block = SharedBuffer<UINT8> (RasAcpiParamName);
+  EXPECT_EQ (std::memcmp (Block, Expected, sizeof Expected), 0);
   EXPECT_EQ (gPools[PoolBoot].LiveBytes, 3226U);
   EXPECT_EQ (gPools[PoolBoot].Blocks[0].Type, EfiReservedMemoryType);
 
-  auto *Block = SharedBuffer<UINT8> (RasAcpiParamName);
-  std::fill (Block, Block + sizeof (RasAcpiParam), 0xA5);
+  std::memset (Block, 0xA5, sizeof Expected);
+  std::memset (Expected, 0xA5, sizeof Expected);
   EXPECT_EQ (RasAcpiParamConstructor (nullptr, nullptr), EFI_SUCCESS);
-  EXPECT_EQ (BlockBytes (), std::vector<UINT8> (3226, 0xA5));
+  EXPECT_EQ (std::memcmp (Block, Expected, sizeof Expected), 0);
 }
 
 TEST_F (RasAcpiParamLib, TellsThatThereIsNoBlock)

@@ -8,22 +8,16 @@
 
 namespace {
 
-const std::string SourceFile = "ServerRasPkg/Library/SmmMpExtensionLib/SmmMpExtensionLib:";
+const std::string SourceFile = "ServerRasPkg/Library/SmmMpExtensionLib/SmmMpExtensionLib";
 const std::string OnStatus = " !(((INTN)(RETURN_STATUS)(Status)) < 0)";
 
-class SmmMpExtensionLib : public RasTestBench {
-public:
-  SmmMpExtensionLib ()
-  {
-    World.Processors[1] = {.ProcessorId = 0x700000085, .Package = 1, .Core = 2, .Thread = 3};
-  }
+using SmmMpExtensionLib = RasTestBench;
 
-  static EFI_STATUS
-  Construct ()
-  {
-    return SmmMpExtensionLibConstructor (nullptr, nullptr);
-  }
-};
+EFI_STATUS
+Construct ()
+{
+  return SmmMpExtensionLibConstructor (nullptr, nullptr);
+}
 
 TEST_F (SmmMpExtensionLib, TellsWhereTheExecutingProcessorSits)
 {
@@ -31,48 +25,39 @@ TEST_F (SmmMpExtensionLib, TellsWhereTheExecutingProcessorSits)
   EXPECT_TRUE (std::any_of (std::begin (gPools[PoolSmm].Blocks), std::end (gPools[PoolSmm].Blocks),
                             [] (const PoolBlock &Block) { return Block.Size == 24576; }));
 
+  World.Processors[1] = {.ProcessorId = 0x700000085, .Package = 1, .Core = 2, .Thread = 3};
   const OnProcessor Acting (1);
+  EXPECT_EQ (GetCurrentProcessorLocation (nullptr), 1U);
+  EXPECT_EQ (gFaultPlan.Calls[ServiceGetProcessorInfo], 0U);
   CpuLocation Location = {};
   EXPECT_EQ (GetCurrentProcessorLocation (&Location), 1U);
   EXPECT_EQ (Location.ProcessorId, 0x85U) << "the low half";
   EXPECT_EQ (Location.Package, 1U);
   EXPECT_EQ (Location.Core, 2U);
   EXPECT_EQ (Location.Thread, 3U);
-
-  EXPECT_EQ (GetCurrentProcessorLocation (nullptr), 1U);
-  EXPECT_EQ (gFaultPlan.Calls[ServiceGetProcessorInfo], 1U);
 }
 
 TEST_F (SmmMpExtensionLib, SitsAtZeroWhereTheServiceFails)
 {
   const struct {
-    const char *Name;
     EFI_SMM_CPU_SERVICE_PROTOCOL *Service;
     FirmwareService Fails;
-    std::string Stopped;
-    UINTN Index;
-  } Rows[] = {
-      {"unbound", nullptr, ServiceWhoAmI, "87", 0},
-      {"index", &gCpuService, ServiceWhoAmI, "87", 0},
-      {"information", &gCpuService, ServiceGetProcessorInfo, "94", 1},
-  };
-  const OnProcessor Acting (1);
+    const char *Line;
+  } Rows[] = {{nullptr, ServiceWhoAmI, ":87"},
+              {&gCpuService, ServiceWhoAmI, ":87"},
+              {&gCpuService, ServiceGetProcessorInfo, ":94"}};
   for (const bool Stops : {false, true}) {
     if (Stops) {
       InstallDebugService ();
     }
     for (const auto &Row : Rows) {
-      SCOPED_TRACE (Row.Name);
       mSmmCpuService = Row.Service;
       FaultPlanFail (Row.Fails, 1, EFI_DEVICE_ERROR);
-      CpuLocation Location = {7, 7, 7, 7};
-      UINTN Index = 7;
-      EXPECT_EQ (StoppedAt ([&] { Index = GetCurrentProcessorLocation (&Location); }),
-                 Stops ? SourceFile + Row.Stopped + OnStatus : "");
-      if (!Stops) {
-        EXPECT_EQ (Index, Row.Index);
-        EXPECT_EQ (Location.ProcessorId | Location.Package | Location.Core | Location.Thread, 0U);
-      }
+      CpuLocation Location = {};
+      Location.Thread = Stops ? 0 : 7;
+      EXPECT_EQ (StoppedAt ([&] { GetCurrentProcessorLocation (&Location); }),
+                 Stops ? SourceFile + Row.Line + OnStatus : "");
+      EXPECT_EQ (Location.Thread, 0U);
     }
   }
 }
@@ -84,18 +69,16 @@ TEST_F (SmmMpExtensionLib, StopsForGoodWithoutItsServiceOrTable)
   EXPECT_EQ (StoppedAt (Construct), "no assertion");
   FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
   EXPECT_EQ (StoppedAt (Construct), "no assertion");
-  const std::string Found = "RAS ASSERT ERROR found -- "
-                            "ServerRasPkg/Library/SmmMpExtensionLib/SmmMpExtensionLib line ";
+  const std::string Found = "RAS ASSERT ERROR found -- " + SourceFile + " line ";
   EXPECT_EQ (TakeSent (), Found + "53!\r\n" + Found + "58!\r\n");
 
   InstallDebugService ();
   FaultPlanFail (ServiceSmmLocateProtocol, 1, EFI_NOT_FOUND);
-  EXPECT_EQ (StoppedAt (Construct), SourceFile + "52" + OnStatus);
+  EXPECT_EQ (StoppedAt (Construct), SourceFile + ":52" + OnStatus);
 }
 
 TEST_F (SmmMpExtensionLib, StopsSilentlyWhereTheMaskFiltersTheLine)
 {
-  SetLevelMask (0x77FFFFFF);
   FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
   EXPECT_EQ (StoppedAt (Construct), "no assertion");
   EXPECT_EQ (TakeSent (), "");

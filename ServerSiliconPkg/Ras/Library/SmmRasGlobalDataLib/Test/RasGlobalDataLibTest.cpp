@@ -14,30 +14,18 @@ namespace {
 constexpr CHAR16 Name[] = u"Some";
 constexpr UINTN Size = 40;
 const std::string SourceFile = "ServerSiliconPkg/Ras/Library/SmmRasGlobalDataLib/RasGlobalDataLib:";
+const std::string OnStatus = " !(((INTN)(RETURN_STATUS)(Status)) < 0)";
 
-/// The two lookups, and what sets them apart.
-const struct LookupKind {
-  std::string Function;
-  VOID *(*Find) (UINTN Size, BOOLEAN *NewBuffer);
-  PoolKind Kind;
-  EFI_MEMORY_TYPE Type;
-  FirmwareService Allocates;
-  std::string AllocationMessage;
-  std::string WriteMessage;
-  std::string NullEntryLine, UnreadableLine, UnwrittenLine, UnlockedLine;
-} Lookups[] = {
-    {"GetRasGlobalData",
-     [] (UINTN Bytes, BOOLEAN *NewBuffer) { return GetRasGlobalData (Name, Bytes, NewBuffer); },
-     PoolSmm, EfiRuntimeServicesData, ServiceSmmAllocatePool, "Failed to allocate SMM pool!\n",
-     "GetRasGlobalData: set variable gRasGlobalDataVariableGuid failed, Status=Device Error\n",
-     "137", "145", "168", "177"},
-    {"GetRasGlobalDataMemoryType",
-     [] (UINTN Bytes, BOOLEAN *NewBuffer) {
-       return GetRasGlobalDataMemoryType (Name, Bytes, EfiLoaderData, NewBuffer);
-     },
-     PoolBoot, EfiLoaderData, ServiceBootAllocatePool,
-     "Failed to allocate pool for MemoryType 2!\n", "", "228", "236", "260", "269"},
-};
+/// The two lookups: in SMM pool, and of a memory type.
+using Lookup = VOID *(*)(UINTN Bytes, BOOLEAN *NewBuffer);
+constexpr Lookup Find[] = {
+    [] (UINTN Bytes, BOOLEAN *NewBuffer) { return GetRasGlobalData (Name, Bytes, NewBuffer); },
+    [] (UINTN Bytes, BOOLEAN *NewBuffer) {
+      return GetRasGlobalDataMemoryType (Name, Bytes, EfiLoaderData, NewBuffer);
+    }};
+constexpr PoolKind Kinds[] = {PoolSmm, PoolBoot};
+constexpr EFI_MEMORY_TYPE Types[] = {EfiRuntimeServicesData, EfiLoaderData};
+constexpr FirmwareService Allocations[] = {ServiceSmmAllocatePool, ServiceBootAllocatePool};
 
 class RasGlobalData : public FirmwareTestBench {
 public:
@@ -48,22 +36,7 @@ public:
     PowerOn ();
     World.Log.clear ();
     SmmMemoryAllocationLibConstructor (nullptr, nullptr);
-    EXPECT_EQ (Construct (), EFI_SUCCESS);
-  }
-
-  static EFI_STATUS
-  Construct ()
-  {
-    return InitializeSmmRasGlobalData (nullptr, nullptr);
-  }
-
-  /// What the entry of the store holds, as a driver would set it.
-  static void
-  Publish (const void *Value, UINTN ValueSize)
-  {
-    EXPECT_EQ (gSmmVariable.SmmSetVariable (Name, &gRasGlobalDataVariableGuid,
-                                            RAS_GLOBAL_DATA_ATTRIBUTES, ValueSize, Value),
-               EFI_SUCCESS);
+    EXPECT_EQ (InitializeSmmRasGlobalData (nullptr, nullptr), EFI_SUCCESS);
   }
 
   static const Variable *
@@ -79,175 +52,135 @@ public:
   }
 };
 
-TEST_F (RasGlobalData, PublishesTheAddressOfANewBufferAndLocksIt)
+TEST_F (RasGlobalData, MakesABufferOnceAndFindsItByOneReadFromThenOn)
 {
-  for (const LookupKind &Lookup : Lookups) {
-    SCOPED_TRACE (Lookup.Function);
+  for (const UINTN Which : {0U, 1U}) {
+    SCOPED_TRACE (Which);
     Boot ();
     BOOLEAN NewBuffer = FALSE;
-    auto *Buffer = static_cast<UINT8 *> (Lookup.Find (Size, &NewBuffer));
+    auto *Buffer = static_cast<UINT8 *> (Find[Which](Size, &NewBuffer));
     EXPECT_EQ (NewBuffer, TRUE);
-    EXPECT_TRUE (std::all_of (Buffer, Buffer + Size, [] (UINT8 Byte) { return Byte == 0; }));
-
-    const Pool &From = gPools[Lookup.Kind];
-    const PoolBlock &Block =
-        *std::find_if (From.Blocks, From.Blocks + PoolBlockMax,
-                       [&] (const PoolBlock &Each) { return Each.Address == Buffer; });
-    EXPECT_EQ (Block.Size, Size);
-    EXPECT_EQ (Block.Type, Lookup.Type);
-
-    ASSERT_NE (Entry (), nullptr);
+    EXPECT_EQ (std::count (Buffer, Buffer + Size, 0), 40);
+    const Pool &From = gPools[Kinds[Which]];
+    EXPECT_TRUE (std::any_of (From.Blocks, From.Blocks + PoolBlockMax, [&] (const auto &Block) {
+      return Block.Address == Buffer && Block.Size == Size && Block.Type == Types[Which];
+    }));
     EXPECT_EQ (Entry ()->Attributes, 2U);
     EXPECT_EQ (Entry ()->DataSize, 8U);
     EXPECT_EQ (std::memcmp (Entry ()->Data, &Buffer, 8), 0);
     EXPECT_TRUE (IsLocked ());
-    EXPECT_EQ (Messages (), "");
-  }
-}
-
-TEST_F (RasGlobalData, FindsAnExistingBufferByOneReadAndNothingElse)
-{
-  for (const LookupKind &Lookup : Lookups) {
-    SCOPED_TRACE (Lookup.Function);
-    Boot ();
-    VOID *Buffer = Lookup.Find (Size, nullptr); // The flag is optional.
-    ASSERT_NE (Buffer, nullptr);
 
     const UINTN Calls = gFaultPlan.AllCalls;
-    const UINTN Reads = gFaultPlan.Calls[ServiceGetVariable];
-    BOOLEAN NewBuffer = TRUE;
-    EXPECT_EQ (Lookup.Find (Size + 1, &NewBuffer), Buffer) << "the size does not matter";
+    EXPECT_EQ (Find[Which](Size + 1, &NewBuffer), Buffer) << "the size does not matter";
     EXPECT_EQ (NewBuffer, FALSE);
-    EXPECT_EQ (gFaultPlan.Calls[ServiceGetVariable], Reads + 1);
-    EXPECT_EQ (gFaultPlan.AllCalls, Calls + 1);
+    EXPECT_EQ (Find[Which](Size, nullptr), Buffer);
+    EXPECT_EQ (gFaultPlan.AllCalls, Calls + 2);
   }
 }
 
 TEST_F (RasGlobalData, ReportsWhatItCannotFindOrPublish)
 {
-  struct Case {
-    const char *Name;
-    void (*Prepare) (const LookupKind &);
-    std::string (*Message) (const LookupKind &);
-    std::string LookupKind::*Line; ///< Of the assertion; null without one.
-    const char *Text;
-    bool HasBuffer, HasEntry, IsLocked;
+  // By lookup.
+  const std::string Lock = ": RegisterBasicVariablePolicy for Some failed! Device Error\n";
+  const std::string Write =
+      ": set variable gRasGlobalDataVariableGuid failed, Status=Device Error\n";
+  const std::string Asserted = "\nASSERT_EFI_ERROR (Status = Device Error)\n";
+  const std::string Silent[2] = {};
+  const std::string NoMemory[2] = {"Failed to allocate SMM pool!\n",
+                                   "Failed to allocate pool for MemoryType 2!\n"};
+  const std::string NotWritten[2] = {"GetRasGlobalData" + Write + Asserted, Asserted};
+  const std::string NotLocked[2] = {"GetRasGlobalData" + Lock + Asserted,
+                                    "GetRasGlobalDataMemoryType" + Lock + Asserted};
+  const std::string Nowhere[2] = {};
+  const std::string AtNull[2] = {"137 Data != ((void *) 0)", "228 Data != ((void *) 0)"};
+  const std::string AtRead[2] = {"145 ((BOOLEAN)(0==1))", "236 ((BOOLEAN)(0==1))"};
+  const std::string AtWrite[2] = {"168" + OnStatus, "260" + OnStatus};
+  const std::string AtLock[2] = {"177" + OnStatus, "269" + OnStatus};
+  const struct {
+    std::vector<UINT64> Entry; ///< What the store holds already.
+    UINTN Fails; ///< The service that fails, if there is no entry; its count for an allocation.
+    const std::string *Messages, *Stopped;
+    std::string Outcome; ///< Where the assertion returns: what there is afterwards.
+  } Rows[] = {
+      {{0}, 0, Silent, AtNull, " entry"},
+      {{1, 2}, 0, Silent, AtRead, " entry"},
+      {{}, ServiceGetVariable, Silent, AtRead, ""},
+      {{}, FirmwareServiceCount, NoMemory, Nowhere, ""},
+      {{}, ServiceSetVariable, NotWritten, AtWrite, "buffer locked"},
+      {{}, ServiceRegisterPolicy, NotLocked, AtLock, "buffer entry"},
   };
-  const char *OnStatus = "!(((INTN)(RETURN_STATUS)(Status)) < 0)";
-  const auto NoMessage = [] (const LookupKind &) { return std::string (); };
-  const Case Cases[] = {
-      {"null entry",
-       [] (const LookupKind &) {
-         VOID *Null = nullptr;
-         Publish (&Null, sizeof Null);
-       },
-       NoMessage, &LookupKind::NullEntryLine, "Data != ((void *) 0)", false, true, false},
-      {"long entry",
-       [] (const LookupKind &) {
-         constexpr UINT64 Long[] = {1, 2};
-         Publish (Long, sizeof Long);
-       },
-       NoMessage, &LookupKind::UnreadableLine, "((BOOLEAN)(0==1))", false, true, false},
-      {"read", [] (const LookupKind &) { FaultPlanFail (ServiceGetVariable, 1, EFI_DEVICE_ERROR); },
-       NoMessage, &LookupKind::UnreadableLine, "((BOOLEAN)(0==1))", false, false, false},
-      {"allocation",
-       [] (const LookupKind &Lookup) { FaultPlanFail (Lookup.Allocates, 1, EFI_OUT_OF_RESOURCES); },
-       [] (const LookupKind &Lookup) { return Lookup.AllocationMessage; }, nullptr, "", false,
-       false, false},
-      {"write",
-       [] (const LookupKind &) { FaultPlanFail (ServiceSetVariable, 1, EFI_DEVICE_ERROR); },
-       [] (const LookupKind &Lookup) {
-         return Lookup.WriteMessage + "\nASSERT_EFI_ERROR (Status = Device Error)\n";
-       },
-       &LookupKind::UnwrittenLine, OnStatus, true, false, true},
-      {"lock", [] (const LookupKind &) { FaultPlanFail (ServiceRegisterPolicy, 1, EFI_NOT_READY); },
-       [] (const LookupKind &Lookup) {
-         return Lookup.Function + ": RegisterBasicVariablePolicy for Some failed! Not Ready\n" +
-                "\nASSERT_EFI_ERROR (Status = Not Ready)\n";
-       },
-       &LookupKind::UnlockedLine, OnStatus, true, true, false},
-  };
-  for (const bool Stops : {false, true}) {
-    if (Stops) {
+  for (const UINTN Run : {0U, 1U, 2U, 3U}) {
+    const UINTN Which = Run % 2;
+    if (Run == 2) {
       InstallDebugService ();
     }
-    for (const LookupKind &Lookup : Lookups) {
-      for (const Case &Each : Cases) {
-        SCOPED_TRACE (Lookup.Function + ", " + Each.Name);
-        Boot ();
-        Each.Prepare (Lookup);
-        BOOLEAN NewBuffer = 7;
-        VOID *Buffer = nullptr;
-        const std::string Stopped = StoppedAt ([&] { Buffer = Lookup.Find (Size, &NewBuffer); });
-        if (Stops) {
-          EXPECT_EQ (Stopped,
-                     Each.Line != nullptr ? SourceFile + Lookup.*Each.Line + " " + Each.Text : "");
-          EXPECT_EQ (Messages (), Each.Message (Lookup));
-          continue;
-        }
-        EXPECT_EQ (Stopped, "");
-        EXPECT_EQ (Buffer != nullptr, Each.HasBuffer);
-        EXPECT_EQ (NewBuffer, Each.HasBuffer ? TRUE : FALSE);
-        EXPECT_EQ (Entry () != nullptr, Each.HasEntry);
-        EXPECT_EQ (IsLocked (), Each.IsLocked);
+    for (const auto &Row : Rows) {
+      SCOPED_TRACE (testing::Message () << "row " << &Row - Rows << ", run " << Run);
+      Boot ();
+      if (!Row.Entry.empty ()) {
+        gSmmVariable.SmmSetVariable (Name, &gRasGlobalDataVariableGuid, RAS_GLOBAL_DATA_ATTRIBUTES,
+                                     Row.Entry.size () * 8, Row.Entry.data ());
+      } else {
+        const bool IsOwn = Row.Fails == FirmwareServiceCount;
+        const auto Fails = IsOwn ? Allocations[Which] : static_cast<FirmwareService> (Row.Fails);
+        FaultPlanFail (Fails, 1, EFI_DEVICE_ERROR);
       }
+      BOOLEAN NewBuffer = FALSE;
+      VOID *Buffer = nullptr;
+      const std::string Stopped = StoppedAt ([&] { Buffer = Find[Which](Size, &NewBuffer); });
+      if (Run >= 2) {
+        const std::string &Expected = Row.Stopped[Which];
+        EXPECT_EQ (Stopped, Expected.empty () ? "" : SourceFile + Expected);
+        EXPECT_EQ (Messages (), Row.Messages[Which]);
+        continue;
+      }
+      EXPECT_EQ (std::string (Buffer != nullptr ? "buffer" : "") + (Entry () ? " entry" : "") +
+                     (IsLocked () ? " locked" : ""),
+                 Row.Outcome);
+      EXPECT_EQ (NewBuffer != FALSE, Buffer != nullptr);
     }
   }
 }
 
-TEST_F (RasGlobalData, StopsAtAMissingService)
+TEST_F (RasGlobalData, ReportsAServiceThatIsNotThere)
 {
-  struct Case {
-    const char *Name;
+  BOOLEAN NewBuffer = TRUE;
+  EXPECT_EQ (GetRasGlobalData (Name, Size, &NewBuffer), nullptr) << "nothing is bound";
+  EXPECT_EQ (NewBuffer, FALSE);
+
+  const std::string NotFound =
+      " failed, Status=Not Found\n\nASSERT_EFI_ERROR (Status = Not Found)\n";
+  const struct {
     ProtocolSpace Space;
     const EFI_GUID *Protocol;
-    bool Installed; ///< Without an interface.
-    std::string Message;
-    std::string Stopped;
-  };
-  const std::string OnStatus = " !(((INTN)(RETURN_STATUS)(Status)) < 0)";
-  const std::string StatusMessage = "\n\nASSERT_EFI_ERROR (Status = Not Found)\n";
-  const std::string Head = "InitializeSmmRasGlobalData: ";
-  const Case Cases[] = {
-      {"no variables", ProtocolSmm, &gEfiSmmVariableProtocolGuid, false,
-       Head + "Locate gEfiSmmVariableProtocolGuid failed, Status=Not Found" + StatusMessage,
-       SourceFile + "60" + OnStatus},
-      {"null variables", ProtocolSmm, &gEfiSmmVariableProtocolGuid, true,
-       Head + "failed to locate mSmmVariableProtocol\n",
-       SourceFile + "66 mSmmVariableProtocol != ((void *) 0)"},
-      {"no policies", ProtocolBoot, &gEdkiiVariablePolicyProtocolGuid, false,
-       Head + "Locate gEdkiiVariablePolicyProtocolGuid failed, Status=Not Found" + StatusMessage,
-       SourceFile + "77" + OnStatus},
-      {"null policies", ProtocolBoot, &gEdkiiVariablePolicyProtocolGuid, true,
-       Head + "failed to locate mVariablePolicy\n",
-       SourceFile + "83 mVariablePolicy != ((void *) 0)"},
+    bool IsThere; ///< But without an interface.
+    std::string Message, Stopped;
+  } Rows[] = {
+      {ProtocolSmm, &gEfiSmmVariableProtocolGuid, false,
+       "Locate gEfiSmmVariableProtocolGuid" + NotFound, "60" + OnStatus},
+      {ProtocolSmm, &gEfiSmmVariableProtocolGuid, true, "failed to locate mSmmVariableProtocol\n",
+       "66 mSmmVariableProtocol != ((void *) 0)"},
+      {ProtocolBoot, &gEdkiiVariablePolicyProtocolGuid, false,
+       "Locate gEdkiiVariablePolicyProtocolGuid" + NotFound, "77" + OnStatus},
+      {ProtocolBoot, &gEdkiiVariablePolicyProtocolGuid, true, "failed to locate mVariablePolicy\n",
+       "83 mVariablePolicy != ((void *) 0)"},
   };
   for (const bool Stops : {false, true}) {
     if (Stops) {
       InstallDebugService ();
     }
-    for (const Case &Each : Cases) {
-      SCOPED_TRACE (Each.Name);
+    for (const auto &Row : Rows) {
       Boot ();
-      ProtocolRemove (Each.Space, Each.Protocol);
-      if (Each.Installed) {
-        ProtocolPublish (Each.Space, Each.Protocol, nullptr);
+      ProtocolRemove (Row.Space, Row.Protocol);
+      if (Row.IsThere) {
+        ProtocolPublish (Row.Space, Row.Protocol, nullptr);
       }
       EFI_STATUS Status = EFI_NOT_FOUND;
-      EXPECT_EQ (StoppedAt ([&] { Status = Construct (); }), Stops ? Each.Stopped : "");
+      EXPECT_EQ (StoppedAt ([&] { Status = InitializeSmmRasGlobalData (nullptr, nullptr); }),
+                 Stops ? SourceFile + Row.Stopped : "");
       EXPECT_EQ (Status, EFI_NOT_FOUND);
-      EXPECT_EQ (Messages (), Stops ? Each.Message : "");
+      EXPECT_EQ (Messages (), Stops ? "InitializeSmmRasGlobalData: " + Row.Message : "");
     }
-  }
-}
-
-TEST_F (RasGlobalData, HasNoBuffersWhileNothingIsBound)
-{
-  for (const LookupKind &Lookup : Lookups) {
-    SCOPED_TRACE (Lookup.Function);
-    BOOLEAN NewBuffer = TRUE;
-    EXPECT_EQ (Lookup.Find (Size, &NewBuffer), nullptr);
-    EXPECT_EQ (NewBuffer, FALSE);
   }
 }
 

@@ -1,0 +1,66 @@
+#include "ErrorReportLib.h"
+
+#include <algorithm>
+
+#include "AcpiTableClient.h"
+#include "CpuService.h"
+#include "RasTestBench.h"
+#include "Record/RasGlobalData.h"
+#include "SmmMpExtensionLib.h"
+
+namespace {
+
+using ErrorReportLib = RasTestBench;
+
+EFI_STATUS
+Construct ()
+{
+  return InitializeErrorReportLib (nullptr, nullptr);
+}
+
+TEST_F (ErrorReportLib, StartsTheRecordListsOnce)
+{
+  Construct ();
+  EXPECT_EQ (mSmmCpuService, &gCpuService);
+  auto *Memory = SharedBuffer<UINT8> (MemErrorRecordListName);
+  auto *Processor = SharedBuffer<UINT8> (ProcessorErrorRecordListName);
+  EXPECT_EQ (std::count (Memory, Memory + 103432, 0), 103432);
+  EXPECT_EQ (std::count (Processor, Processor + 110088, 0), 110088);
+  Memory[0] = Processor[0] = 7;
+  Construct ();
+  EXPECT_EQ (Memory[0], 7);
+  EXPECT_EQ (Processor[0], 7);
+}
+
+TEST_F (ErrorReportLib, LogsAndAssertsEachStepAndGoesOnWithoutIt)
+{
+  SetLevelMask (0x0C000000);
+  EXPECT_EQ (RegisterErrorLogListener (nullptr), EFI_NOT_READY);
+  EXPECT_EQ (TakeSent (), "RegisterErrorLogListener, Not Ready\r\n");
+  Construct ();
+  TakeSent ();
+  FaultPlanFail (ServiceSmmLocateProtocol, 1, EFI_NOT_FOUND);
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  FaultPlanFail (ServiceSmmLocateProtocol, 2, EFI_DEVICE_ERROR);
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  EXPECT_EQ (mSmmCpuService, &gCpuService) << "what was bound before stays";
+  FaultPlanFail (ServiceBootLocateProtocol, 1, EFI_NOT_FOUND);
+  EXPECT_EQ (AcpiTableClientConstructor (nullptr, nullptr), EFI_SUCCESS);
+  EXPECT_EQ (TakeSent (), "InitializeErrorReportLib, Not Found\r\n"
+                          "InitializeErrorReportLib, Success\r\n"
+                          "InitializeErrorReportLib, Success\r\n"
+                          "InitializeErrorReportLib, Device Error\r\n"
+                          "[WHEAINIT] Fail to locate gEfiAcpiTableProtocolGuid: Not Found \r\n");
+
+  InstallDebugService ();
+  const std::string SourceFile = "ServerRasPkg/Library/LibraryGen2/ErrorReportLib/ErrorReportLib:";
+  const std::string OnStatus = " !(((INTN)(RETURN_STATUS)(Status)) < 0)";
+  FaultPlanFail (ServiceSmmLocateProtocol, 1, EFI_DEVICE_ERROR);
+  EXPECT_EQ (StoppedAt (Construct), SourceFile + "139" + OnStatus);
+  FaultPlanFail (ServiceSmmLocateProtocol, 2, EFI_DEVICE_ERROR);
+  EXPECT_EQ (StoppedAt (Construct), SourceFile + "142" + OnStatus);
+  EXPECT_EQ (StoppedAt ([] { (void)RegisterErrorLogListener (nullptr); }),
+             SourceFile + "179" + OnStatus);
+}
+
+} // namespace

@@ -1,0 +1,159 @@
+/// Several drivers in one boot: the first builds what they share, and the others find it.
+
+#include "TestPlatform.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <thread>
+
+#include "ExecutingProcessor.h"
+#include "FaultPlan.h"
+#include "HobList.h"
+#include "Pool.h"
+#include "Protocol/SmmDebugService.h"
+#include "ProtocolDatabase.h"
+#include "Record/RasMailBox.h"
+#include "StatusCodeRouter.h"
+
+namespace {
+
+constexpr UINTN MaskTopByte = 0x4F;
+
+using Print = VOID EFIAPI (UINTN Level, const CHAR8 *Format, ...);
+
+/// The blocks of both pools.
+std::map<UINT8 *, std::vector<UINT8>>
+LiveBlocks ()
+{
+  std::map<UINT8 *, std::vector<UINT8>> Blocks;
+  for (const Pool &Each : gPools) {
+    for (const PoolBlock &Block : Each.Blocks) {
+      if (Block.Live) {
+        Blocks[Block.Address] = {Block.Address, Block.Address + Block.Size};
+      }
+    }
+  }
+  return Blocks;
+}
+
+TEST (TwoDrivers, ShareTheBuffersOfTheFirst)
+{
+  SimulatedPlatform Platform (TwoSockets ({}));
+  Platform.LoadDriver ();
+  const std::string Store = StoreText ();
+  auto Before = LiveBlocks ();
+  for (auto &[Address, Bytes] : Before) {
+    if (Bytes.size () == sizeof (RasMailBox)) {
+      const LIST_ENTRY *Head = reinterpret_cast<RasMailBox *> (Address)->ListHead;
+      EXPECT_EQ (Head->ForwardLink, Head);
+    }
+    if (Bytes.size () > 100) { // All but the locks and the SMRAM map: what other users may write.
+      std::fill (Bytes.begin (), Bytes.end (), 0xA5);
+      std::copy (Bytes.begin (), Bytes.end (), Address);
+    }
+  }
+  for (UINTN Later = 1; Later <= 2; ++Later) {
+    const UINTN Reads = gFaultPlan.Calls[ServiceGetVariable];
+    EXPECT_EQ (Platform.LoadDriver ().Status, EFI_SUCCESS);
+    EXPECT_EQ (gFaultPlan.Calls[ServiceGetVariable], Reads + 6);
+    EXPECT_EQ (gFaultPlan.Calls[ServiceSetVariable], 6U) << "by the first driver";
+    EXPECT_EQ (gFaultPlan.Calls[ServiceRegisterPolicy], 6U);
+    EXPECT_EQ (StoreText (), Store);
+    const auto After = LiveBlocks ();
+    EXPECT_EQ (After.size (), Before.size () + 2) << "its SMRAM map and its processor table";
+    EXPECT_TRUE (std::includes (After.begin (), After.end (), Before.begin (), Before.end ()));
+    Before = After;
+  }
+  EXPECT_EQ (StatusCodeListenerCount (), 3U);
+}
+
+TEST (TwoDrivers, TakeThePortAndTheMaskAsTheFirstHasFoundThem)
+{
+  SimulatedPlatform Platform (TwoSockets ({}));
+  Platform.Machine.Cmos.Bytes[MaskTopByte] = 0x08;
+  Platform.LoadDriver ();
+  const EFI_PHYSICAL_ADDRESS End = HobListHead ()->EfiEndOfHobList;
+  const std::string Sent = std::exchange (Platform.Machine.Uart.Sent, "");
+  AccessTranscript Cmos, Uart;
+  Platform.Machine.Cmos.Transcript = &Cmos;
+  Platform.Machine.Uart.Transcript = &Uart;
+  Platform.LoadDriver ();
+  EXPECT_EQ (Platform.Machine.Uart.Sent, Sent);
+  EXPECT_TRUE (Cmos.empty ());
+  EXPECT_EQ (HobListHead ()->EfiEndOfHobList, End);
+  EXPECT_EQ (std::count (Uart.begin (), Uart.end (), "io out 3FA 01"), 0) << "not set up again";
+}
+
+TEST (TwoDrivers, NameTheProcessorThatLogs)
+{
+  PlatformDescription Description = TwoSockets ({});
+  Description.Processors[1].ApicId = 0x85;
+  SimulatedPlatform Platform (Description);
+  Platform.Machine.Cmos.Bytes[MaskTopByte] = 0x20;
+  Platform.LoadDriver ();
+  Platform.LoadDriver ();
+  const OnProcessor Acting (1);
+  for (const auto &Driver : Platform.Drivers) {
+    Driver->Symbol<Print> ("RasDebugPrint") (0x20000000, "line\n");
+  }
+  EXPECT_EQ (Platform.Machine.Uart.Sent, "S1 C2 T1 line\r\nS1 C2 T1 line\r\n");
+}
+
+TEST (TwoDrivers, KeepTheLinesOfTwoProcessorsWhole)
+{
+  SimulatedPlatform Platform (TwoSockets ({}));
+  Platform.Machine.Cmos.Bytes[MaskTopByte] = 0x01;
+  std::vector<std::thread> Threads;
+  Platform.LoadDriver ();
+  Platform.LoadDriver ();
+  for (UINTN Processor = 0; Processor < 2; ++Processor) {
+    Platform.Machine.Processor (Processor).Msrs[0xCE] = 0x1900; // Ticks of the lock's time-out.
+    Threads.emplace_back ([&, Processor] {
+      const OnProcessor Acting (Processor);
+      for (UINTN Line = 0; Line < 50; ++Line) {
+        Platform.Drivers[Processor]->Symbol<Print> ("RasDebugPrint") (0x01000000, "a line\n");
+      }
+    });
+  }
+  for (std::thread &Thread : Threads) {
+    Thread.join ();
+  }
+  std::string Expected;
+  for (UINTN Line = 0; Line < 100; ++Line) {
+    Expected += "a line\r\n";
+  }
+  EXPECT_EQ (Platform.Machine.Uart.Sent, Expected);
+}
+
+TEST (TwoDrivers, KeepTheBuffersOfOneThatDidNotStay)
+{
+  SimulatedPlatform Platform (TwoSockets ({}));
+  ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+  FaultPlanFail (ServiceRegisterListener, 1, EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ (Platform.LoadDriver ().Status, EFI_OUT_OF_RESOURCES);
+  const std::string Store = StoreText ();
+  EXPECT_EQ (LiveBlocks ().size (), 7U) << "six buffers and a table; the SMRAM map is freed";
+  EXPECT_EQ (Platform.LoadDriver ().Status, EFI_SUCCESS);
+  EXPECT_EQ (StoreText (), Store);
+}
+
+TEST (TwoDrivers, OutliveTheFailureOfAnyCallOfTheFirst)
+{
+  bool Reached = true;
+  for (UINTN Nth = 1; Reached; ++Nth) {
+    SCOPED_TRACE (Nth);
+    ASSERT_LT (Nth, 1000U);
+    SimulatedPlatform Platform (TwoSockets ({}));
+    ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+    gFaultPlan.AnyService = {.Call = Nth, .Status = EFI_DEVICE_ERROR};
+    LoadWithFailingCalls (Platform);
+    Reached = gFaultPlan.AllCalls >= Nth;
+    gFaultPlan.AnyService = {};
+    const CallResult Load = Platform.LoadDriver ();
+    EXPECT_EQ (Load.Stopped, "");
+    EXPECT_EQ (Load.Status, EFI_SUCCESS);
+  }
+}
+
+} // namespace
