@@ -7,6 +7,18 @@ namespace {
 constexpr AssertionSite StringAligned = {"MdePkg/Library/BaseLib/SafeString", 126,
                                          "((UINTN)String & 0x00000001) == 0"};
 
+/// Counts one more character, unless it is the NUL. Tells whether it did.
+template <typename Character>
+[[gnu::always_inline]] inline bool
+CountOne (const Character *String, UINTN &Length)
+{
+  if (String[Length].Value == 0) {
+    return false;
+  }
+  ++Length;
+  return true;
+}
+
 /// Counts characters ahead of the NUL, at most MaxSize. A null string has none.
 template <typename Character>
 UINTN
@@ -16,8 +28,11 @@ CountCharacters (const Character *String, UINTN MaxSize)
     return 0;
   }
   UINTN Length = 0;
-  while (Length < MaxSize && String[Length].Value != 0) {
-    ++Length;
+  // Four characters a round, so that the limit is looked at once for all of them.
+  while (MaxSize - Length >= 4 && CountOne (String, Length) && CountOne (String, Length) &&
+         CountOne (String, Length) && CountOne (String, Length)) {
+  }
+  while (MaxSize > Length && CountOne (String, Length)) {
   }
   return Length;
 }
