@@ -1,12 +1,44 @@
-#include "FirmwareFixture.h"
+#include "Firmware.h"
 
+#include <gtest/gtest.h>
+
+#include "HostWorld.h"
 #include "Pool.h"
 #include "Protocol/SmmReadyToLock.h"
 #include "Protocol/SmmRscHandler.h"
 #include "ProtocolDatabase.h"
 #include "SmmServices.h"
+#include "VariablePolicy.h"
+#include "VariableStore.h"
 
 namespace {
+
+constexpr EFI_GUID Space = {};
+constexpr UINT32 Volatile = EFI_VARIABLE_BOOTSERVICE_ACCESS;
+
+/// A firmware after power-on, on the host.
+class Firmware : public testing::Test {
+public:
+  Firmware ()
+  {
+    PowerOn ();
+  }
+
+  void
+  PowerOn ()
+  {
+    const FirmwareWorld Table = World.Table ();
+    FirmwareReset (&Table);
+  }
+
+  static EFI_STATUS
+  Set (const CHAR16 *Name, UINTN Size, UINT32 Attributes = Volatile)
+  {
+    return gSmmVariable.SmmSetVariable (Name, &Space, Attributes, Size, "1234567");
+  }
+
+  HostWorld World{1};
+};
 
 TEST_F (Firmware, KnowsEveryPoolBlock)
 {
@@ -64,6 +96,62 @@ TEST_F (Firmware, AnswersWithTheFirstSuccessOfItsListeners)
   EXPECT_EQ (Report (8), EFI_UNSUPPORTED);
   EXPECT_EQ (Router.Unregister (TakesSeven), EFI_SUCCESS);
   EXPECT_EQ (Report (7), EFI_UNSUPPORTED);
+}
+
+TEST_F (Firmware, RefusesToChangeALockedVariable)
+{
+  struct {
+    VARIABLE_POLICY_ENTRY Entry;
+    CHAR16 Name[3];
+  } Rule = {.Entry = {}, .Name = u"A"};
+  VARIABLE_POLICY_ENTRY Good = {};
+  Good.Version = VARIABLE_POLICY_ENTRY_REVISION;
+  Good.Size = sizeof Good + 4;
+  Good.OffsetToName = sizeof Good;
+  Good.LockPolicyType = VARIABLE_POLICY_TYPE_LOCK_NOW;
+  void (*const Damages[]) (VARIABLE_POLICY_ENTRY &) = {
+      [] (auto &Entry) { Entry.Version = 0x00020000; },
+      [] (auto &Entry) { Entry.OffsetToName = 45; },
+      [] (auto &Entry) { Entry.Size = 43; }, // less than the head
+      [] (auto &Entry) { Entry.Size = 46; }, // no NUL
+      [] (auto &Entry) { Entry.Size = 49; }, // half a character more
+      [] (auto &Entry) { Entry.Size = 50; }, // more than the name
+      [] (auto &Entry) { Entry.MinSize = 1; },
+      [] (auto &Entry) { Entry.AttributesMustHave = Entry.AttributesCantHave = 1; },
+  };
+  for (const auto &Damage : Damages) {
+    SCOPED_TRACE (&Damage - Damages);
+    Rule.Entry = Good;
+    Damage (Rule.Entry);
+    EXPECT_EQ (gVariablePolicy.RegisterVariablePolicy (&Rule.Entry), EFI_INVALID_PARAMETER);
+  }
+
+  EXPECT_EQ (Set (u"A", 1), EFI_SUCCESS);
+  Rule.Entry = Good;
+  EXPECT_EQ (gVariablePolicy.RegisterVariablePolicy (&Rule.Entry), EFI_SUCCESS);
+  EXPECT_EQ (gVariablePolicy.RegisterVariablePolicy (&Rule.Entry), EFI_ALREADY_STARTED);
+  Rule = {}; // The service has a copy.
+  EXPECT_EQ (Set (u"A", 2), EFI_WRITE_PROTECTED);
+  EXPECT_EQ (Set (u"A", 0), EFI_WRITE_PROTECTED);
+  EXPECT_EQ (VariableFind (u"A", &Space)->DataSize, 1U);
+  EXPECT_EQ (Set (u"AB", 1), EFI_SUCCESS);
+}
+
+TEST_F (Firmware, KeepsNonVolatileVariablesOverALossOfPower)
+{
+  constexpr UINT32 Kept = Volatile | EFI_VARIABLE_NON_VOLATILE;
+  EXPECT_EQ (Set (u"A", 8), EFI_SUCCESS);
+  EXPECT_EQ (Set (u"B", 1, Kept), EFI_SUCCESS);
+  EXPECT_EQ (Set (u"A", 1, Kept), EFI_INVALID_PARAMETER) << "attributes stay";
+  UINT64 Half = 0;
+  UINTN Size = 4;
+  EXPECT_EQ (gSmmVariable.SmmGetVariable (u"A", &Space, nullptr, &Size, &Half),
+             EFI_BUFFER_TOO_SMALL);
+  EXPECT_EQ (Size, 8U);
+  PowerOn ();
+  EXPECT_EQ (VariableFind (u"A", &Space), nullptr);
+  EXPECT_EQ (Set (u"B", 0), EFI_SUCCESS);
+  EXPECT_EQ (Set (u"B", 0), EFI_NOT_FOUND);
 }
 
 } // namespace
