@@ -44,15 +44,12 @@ TEST_F (VariablePolicyHelper, TakesNamesThatFitARule)
 {
   ASSERT_EQ (Create (nullptr), EFI_SUCCESS);
   EXPECT_EQ (+Entry->Size, 44);
-  EXPECT_EQ (+Entry->OffsetToName, 44);
   for (const UINTN Length : {0U, 24U, 32744U}) {
     const std::u16string Name (Length, u'x');
     ASSERT_EQ (Create (Name.c_str ()), EFI_SUCCESS);
     EXPECT_EQ (+Entry->Size, 46 + 2 * Length);
     EXPECT_EQ (std::memcmp (Entry + 1, Name.c_str (), 2 * Length + 2), 0);
   }
-  const std::u16string Endless (0x10000, u'x');
-  EXPECT_EQ (Create (Endless.c_str ()), EFI_BUFFER_TOO_SMALL);
   const std::u16string TooLong (32745, u'x');
   EXPECT_EQ (Create (TooLong.c_str ()), EFI_BUFFER_TOO_SMALL);
   InstallDebugService ();

@@ -1,21 +1,10 @@
 #include "SmmPlatMemTopologyLib.h"
 
 #include "RasTestBench.h"
-#include "Record/PlatMemTopology.h"
 
 namespace {
 
 using PlatMemTopoLib = RasTestBench;
-
-TEST_F (PlatMemTopoLib, StartsTheStoreOnce)
-{
-  EXPECT_EQ (SmmPlatMemTopologyLibConstructor (nullptr, nullptr), EFI_SUCCESS);
-  auto *Store = SharedBuffer<PlatMemTopology> (PlatMemTopologyName);
-  EXPECT_EQ (Store->FirstByte, 0);
-  Store->FirstByte = 7;
-  EXPECT_EQ (SmmPlatMemTopologyLibConstructor (nullptr, nullptr), EFI_SUCCESS);
-  EXPECT_EQ (Store->FirstByte, 7);
-}
 
 TEST_F (PlatMemTopoLib, StopsForGoodWithoutAStore)
 {

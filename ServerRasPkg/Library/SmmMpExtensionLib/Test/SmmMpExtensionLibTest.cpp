@@ -1,6 +1,6 @@
 #include "SmmMpExtensionLib.h"
 
-#include <algorithm>
+#include <tuple>
 
 #include "CpuService.h"
 #include "ExecutingProcessor.h"
@@ -21,20 +21,18 @@ Construct ()
 
 TEST_F (SmmMpExtensionLib, TellsWhereTheExecutingProcessorSits)
 {
+  const UINTN Before = gPools[PoolSmm].LiveBytes;
   EXPECT_EQ (Construct (), EFI_SUCCESS);
-  EXPECT_TRUE (std::any_of (std::begin (gPools[PoolSmm].Blocks), std::end (gPools[PoolSmm].Blocks),
-                            [] (const PoolBlock &Block) { return Block.Size == 24576; }));
+  EXPECT_EQ (gPools[PoolSmm].LiveBytes, Before + 24576);
 
   World.Processors[1] = {.ProcessorId = 0x700000085, .Package = 1, .Core = 2, .Thread = 3};
   const OnProcessor Acting (1);
   EXPECT_EQ (GetCurrentProcessorLocation (nullptr), 1U);
   EXPECT_EQ (gFaultPlan.Calls[ServiceGetProcessorInfo], 0U);
-  CpuLocation Location = {};
-  EXPECT_EQ (GetCurrentProcessorLocation (&Location), 1U);
-  EXPECT_EQ (Location.ProcessorId, 0x85U) << "the low half";
-  EXPECT_EQ (Location.Package, 1U);
-  EXPECT_EQ (Location.Core, 2U);
-  EXPECT_EQ (Location.Thread, 3U);
+  CpuLocation At = {};
+  EXPECT_EQ (GetCurrentProcessorLocation (&At), 1U);
+  EXPECT_EQ (std::tuple (At.ProcessorId, At.Package, At.Core, At.Thread),
+             std::tuple (0x85U, 1U, 2U, 3U));
 }
 
 TEST_F (SmmMpExtensionLib, SitsAtZeroWhereTheServiceFails)
@@ -43,9 +41,11 @@ TEST_F (SmmMpExtensionLib, SitsAtZeroWhereTheServiceFails)
     EFI_SMM_CPU_SERVICE_PROTOCOL *Service;
     FirmwareService Fails;
     const char *Line;
-  } Rows[] = {{nullptr, ServiceWhoAmI, ":87"},
-              {&gCpuService, ServiceWhoAmI, ":87"},
-              {&gCpuService, ServiceGetProcessorInfo, ":94"}};
+    UINTN Index;
+  } Rows[] = {{nullptr, ServiceWhoAmI, ":87", 0},
+              {&gCpuService, ServiceWhoAmI, ":87", 0},
+              {&gCpuService, ServiceGetProcessorInfo, ":94", 1}};
+  const OnProcessor Acting (1);
   for (const bool Stops : {false, true}) {
     if (Stops) {
       InstallDebugService ();
@@ -53,11 +53,10 @@ TEST_F (SmmMpExtensionLib, SitsAtZeroWhereTheServiceFails)
     for (const auto &Row : Rows) {
       mSmmCpuService = Row.Service;
       FaultPlanFail (Row.Fails, 1, EFI_DEVICE_ERROR);
-      CpuLocation Location = {};
-      Location.Thread = Stops ? 0 : 7;
-      EXPECT_EQ (StoppedAt ([&] { GetCurrentProcessorLocation (&Location); }),
+      CpuLocation At = {7, 7, 7, 7};
+      EXPECT_EQ (StoppedAt ([&] { EXPECT_EQ (GetCurrentProcessorLocation (&At), Row.Index); }),
                  Stops ? SourceFile + Row.Line + OnStatus : "");
-      EXPECT_EQ (Location.Thread, 0U);
+      EXPECT_EQ (At.ProcessorId | At.Package | At.Core | At.Thread, Stops ? 7U : 0U);
     }
   }
 }
