@@ -30,6 +30,11 @@ inline constexpr UINTN PcdMaximumUnicodeStringLength = 100000000;
 /// Address of the local APIC's registers where IA32_APIC_BASE does not exist.
 inline constexpr UINT32 PcdCpuLocalApicBaseAddress = 0xFEE00000;
 
+/// The PCI Express window: the token under which the PCD protocol has its base, an address of 64
+/// bits, and its size in bytes.
+inline constexpr UINTN PcdTokenPciExpressBaseAddress = 24;
+inline constexpr UINT64 PcdPciExpressBaseSize = 0x10000000;
+
 /// Whether SetJump and LongJump move the shadow stack: with 0 never, else where the processor has
 /// control-flow enforcement turned on. The linker chooses the value with the machine operations,
 /// since it is assembly that reads it.

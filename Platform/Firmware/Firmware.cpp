@@ -5,10 +5,12 @@
 #include "CpuService.h"
 #include "DebugService.h"
 #include "FaultPlan.h"
+#include "HandOffRecords.h"
 #include "HobList.h"
 #include "IpmiTransport.h"
 #include "LoadedImages.h"
 #include "LocatedProtocols.h"
+#include "PcdDatabase.h"
 #include "Pool.h"
 #include "Protocol/SmmReadyToLock.h"
 #include "ProtocolDatabase.h"
@@ -16,6 +18,7 @@
 #include "SmmServices.h"
 #include "StatusCodeRouter.h"
 #include "SystemInventory.h"
+#include "Usra.h"
 #include "VariablePolicy.h"
 #include "VariableStore.h"
 
@@ -25,15 +28,26 @@ namespace {
 
 /// All subjects, those first on which others rest.
 constexpr VOID (*ResetSubject[]) () = {
-    FaultPlanReset,        PoolReset,
-    ProtocolDatabaseReset, BootServicesReset,
-    SmmServicesReset,      LoadedImagesReset,
-    DebugServiceReset,     StatusCodeRouterReset,
-    IpmiTransportReset,    SystemInventoryReset,
-    VariableStoreReset,    VariablePolicyReset,
-    CpuServiceReset,       LocatedProtocolsReset,
-    HobListReset,          ConfigurationTablesReset,
+    FaultPlanReset,
+    PoolReset,
+    ProtocolDatabaseReset,
+    BootServicesReset,
+    SmmServicesReset,
+    LoadedImagesReset,
+    DebugServiceReset,
+    StatusCodeRouterReset,
+    IpmiTransportReset,
+    SystemInventoryReset,
+    VariableStoreReset,
+    VariablePolicyReset,
+    CpuServiceReset,
+    LocatedProtocolsReset,
+    HobListReset,
+    ConfigurationTablesReset,
     SmmAccessReset,
+    PcdDatabaseReset,
+    UsraReset,
+    HandOffRecordsReset,
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "HobList.h"
 
 #include "FirmwareWorld.h"
+#include "Identity.h"
 
 namespace {
 
@@ -68,6 +69,22 @@ HobListAddGuid (const EFI_GUID *Name, const VOID *Data, UINTN DataSize)
   Hob->Name = *Name;
   __builtin_memcpy (Hob + 1, Data, DataSize);
   return Hob;
+}
+
+VOID
+HobListRemove (const EFI_GUID *Name)
+{
+  auto *Hob = &HobListHead ()->Header;
+  while (Hob->HobType != EFI_HOB_TYPE_END_OF_HOB_LIST) {
+    auto *GuidHob = reinterpret_cast<EFI_HOB_GUID_TYPE *> (Hob);
+    if (Hob->HobType == EFI_HOB_TYPE_GUID_EXTENSION && IsSameGuid (GuidHob->Name, *Name)) {
+      GuidHob->Name = NoName;
+      return;
+    }
+    Hob = reinterpret_cast<EFI_HOB_GENERIC_HEADER *> (reinterpret_cast<UINT8 *> (Hob) +
+                                                      Hob->HobLength);
+  }
+  FirmwareFault ("there is no GUID block of this name to take off the list");
 }
 
 EFI_HOB_MEMORY_ALLOCATION *

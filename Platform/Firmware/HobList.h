@@ -22,4 +22,8 @@ HobListAddAllocation (EFI_PHYSICAL_ADDRESS Base, UINT64 Length, EFI_MEMORY_TYPE 
 EFI_HOB_RESOURCE_DESCRIPTOR *HobListAddMemory (EFI_PHYSICAL_ADDRESS Start, UINT64 Length);
 EFI_HOB_FIRMWARE_VOLUME *HobListAddVolume (EFI_PHYSICAL_ADDRESS Base, UINT64 Length);
 EFI_HOB_CPU *HobListAddCpu (UINT8 MemoryAddressBits, UINT8 IoAddressBits);
+
+/// Takes the first GUID block of that name off the list, as on a platform where nobody leaves one:
+/// the block stays, under no name that anybody asks for. That there is none is a fault.
+VOID HobListRemove (const EFI_GUID *Name);
 }

@@ -2,6 +2,7 @@
 
 #include "DebugService.h"
 #include "Firmware.h"
+#include "HandOffRecords.h"
 #include "SmmServices.h"
 #include "SmmServicesTableLib.h"
 #include "UefiBootServicesTableLib.h"
@@ -45,6 +46,8 @@ FirmwareTestBench::PowerOn ()
   if (!HasDebugService) {
     ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
   }
+  Machine.Pci = {};
+  Machine.Pci.Populate (gTopology);
 }
 
 void

@@ -93,6 +93,9 @@ SimulatedMachine::MmioRead (UINTN Address, UINTN Width)
   if (Acting.OwnsAddress (Address)) {
     return Acting.MmioRead (Address, Width);
   }
+  if (Pci.OwnsAddress (Address)) {
+    return Pci.MmioRead (Address, Width);
+  }
   return SimulatedCmos::OwnsAddress (Address) ? Cmos.MmioRead (Address, Width)
                                               : HostMachine::MmioRead (Address, Width);
 }
@@ -101,7 +104,9 @@ void
 SimulatedMachine::MmioWrite (UINTN Address, UINTN Width, UINT32 Value)
 {
   (void)Executing ();
-  if (SimulatedCmos::OwnsAddress (Address)) {
+  if (Pci.OwnsAddress (Address)) {
+    Pci.MmioWrite (Address, Width, Value);
+  } else if (SimulatedCmos::OwnsAddress (Address)) {
     Cmos.MmioWrite (Address, Width, Value);
   } else {
     HostMachine::MmioWrite (Address, Width, Value);

@@ -8,6 +8,7 @@
 #include "HostMachine.h"
 #include "PlatformDescription.h"
 #include "SimulatedCmos.h"
+#include "SimulatedPci.h"
 #include "SimulatedProcessor.h"
 #include "SimulatedUart.h"
 
@@ -45,6 +46,7 @@ public:
   /// The chipset's devices. Drivers that use them from several processors at once bring a lock.
   SimulatedUart Uart;
   SimulatedCmos Cmos;
+  SimulatedPci Pci;
 
 private:
   /// One thread at a time acts as a processor, so nothing here is shared.

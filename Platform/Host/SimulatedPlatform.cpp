@@ -5,6 +5,7 @@
 
 #include "ExecutingProcessor.h"
 #include "Firmware.h"
+#include "HandOffRecords.h"
 #include "SystemInventory.h"
 
 namespace {
@@ -95,6 +96,7 @@ SimulatedPlatform::SimulatedPlatform (const PlatformDescription &Plan)
   }
   const FirmwareWorld Table = World.Table ();
   FirmwareReset (&Table);
+  Machine.Pci.Populate (gTopology);
   for (const PlatformDescription::Device &Device : Description.Devices) {
     const InventoryRow Row = {.Type = Device.Type,
                               .Id = Device.Id ? Device.Id->c_str () : nullptr,

@@ -1,0 +1,53 @@
+/// PCI as the chipset maps it: the configuration space of each segment, and CXL register blocks.
+#pragma once
+
+#include <array>
+#include <map>
+#include <set>
+
+#include "AccessTranscript.h"
+
+struct TopologyRows;
+
+/// Place of a function.
+struct PciPlace {
+  UINTN Segment;
+  UINT8 Bus;
+  UINT8 Device;
+  UINT8 Function;
+};
+
+class SimulatedPci {
+public:
+  /// The bus face. Reads give all ones, and writes are lost, where nothing answers. Throws
+  /// MachineFault for an access that is not aligned to its width.
+  [[nodiscard]] bool OwnsAddress (UINTN Address) const;
+  UINT32 MmioRead (UINTN Address, UINTN Width);
+  void MmioWrite (UINTN Address, UINTN Width, UINT32 Value);
+
+  /// Registers of a function or of a block, as mapped.
+  using Registers = std::array<UINT8, 4096>;
+
+  /// Adds a function, or gives it new registers: a header of this type, and noise in all else.
+  Registers &AddFunction (const PciPlace &Place, UINT8 HeaderType);
+
+  /// The registers of a function, or null.
+  Registers *FindFunction (const PciPlace &Place);
+  void RemoveFunction (const PciPlace &Place);
+
+  /// Adds the register blocks (RCRB) of a CXL link: the downstream port's at Base and, behind it,
+  /// the upstream port's, which may not answer.
+  void AddCxlLink (UINTN Base, bool UpstreamAnswers);
+
+  /// Adds what the rows have. Most ports are bridges, each to buses of its own; of others the
+  /// function is missing, or of another type. Every other CXL link does not answer.
+  void Populate (const TopologyRows &Topology);
+
+  AccessTranscript *Transcript = nullptr; ///< Receives every access, unless null.
+
+private:
+  std::map<UINTN, Registers> Pages; ///< By the address at which they are mapped.
+  std::set<UINTN> SilentPages;      ///< Addresses of blocks that do not answer.
+
+  UINT8 *FindRegister (UINTN Address, UINTN Width);
+};
