@@ -70,3 +70,18 @@ LocateSmmProtocol (const EFI_GUID *Guid, VOID **Interface)
   }
   return Status;
 }
+
+EFI_STATUS
+BindSmmProtocol (const EFI_GUID *Guid,
+                 const AssertionSite &TableNotNull,
+                 const AssertionSite &Located,
+                 VOID **Interface)
+{
+  const EFI_STATUS Status = LocateSmmProtocol (Guid, Interface);
+  if (gSmst == nullptr) {
+    ASSERT (false, TableNotNull);
+    return Status;
+  }
+  ASSERT_EFI_ERROR (Status, Located);
+  return Status;
+}

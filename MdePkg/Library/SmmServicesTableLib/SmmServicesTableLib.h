@@ -26,4 +26,11 @@ EFI_SMM_SYSTEM_TABLE2 *GetServicesTable (EFI_SYSTEM_TABLE *SystemTable,
 /// Locates an SMM protocol, without a registration. *Interface is null after a failure, whatever
 /// the service left in it. Returns the service's status, or EFI_UNSUPPORTED while gSmst is null.
 [[nodiscard]] EFI_STATUS LocateSmmProtocol (const EFI_GUID *Guid, VOID **Interface);
+
+/// The whole of a library constructor that binds one SMM protocol: as LocateSmmProtocol, but
+/// asserts TableNotNull while gSmst is null, and Located on the service's status.
+[[nodiscard]] EFI_STATUS BindSmmProtocol (const EFI_GUID *Guid,
+                                          const AssertionSite &TableNotNull,
+                                          const AssertionSite &Located,
+                                          VOID **Interface);
 }
