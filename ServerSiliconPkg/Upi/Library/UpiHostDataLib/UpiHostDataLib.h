@@ -1,0 +1,24 @@
+/// Gives all SMM drivers one resident copy of what an earlier boot phase learned about the UPI
+/// links.
+#pragma once
+
+#include "Record/UpiHostData.h"
+#include "Uefi/SystemTable.h"
+
+extern "C" {
+
+/// The shared block. Null until bound. It belongs to no driver, is read-only and is never freed.
+extern const UpiHostDataBlock *mSmmKtiProtocol;
+
+/// Library constructor: binds the block, which the first driver of a boot builds from the HOBs and
+/// publishes. Ignores its arguments. What a HOB is too short for is zero in the block.
+///
+/// Returns EFI_UNSUPPORTED without gSmst; EFI_NOT_FOUND if a HOB is missing, which is asserted;
+/// else the status of the service that failed. After a failure no block has been left behind, and
+/// the next driver tries again.
+EFI_STATUS EFIAPI UpiHostDataLibConstructor (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable);
+
+/// Returns the second record of the block. That there is no block is an assertion; when that
+/// returns, the result is null.
+const UpiHostRecord *GetUpiHostRecord ();
+}
