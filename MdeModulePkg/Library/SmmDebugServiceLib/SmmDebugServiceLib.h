@@ -53,6 +53,13 @@ DebugPrintEnabled ()
   return (PcdDebugPropertyMask & DEBUG_PROPERTY_PRINT_ENABLED) != 0;
 }
 
+/// Whether code that only serves debugging runs.
+constexpr BOOLEAN
+DebugCodeEnabled ()
+{
+  return (PcdDebugPropertyMask & DEBUG_PROPERTY_CODE_ENABLED) != 0;
+}
+
 /// Whether a site may make a message of this level.
 constexpr BOOLEAN
 DebugPrintLevelEnabled (UINTN ErrorLevel)

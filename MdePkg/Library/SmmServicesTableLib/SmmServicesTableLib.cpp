@@ -85,3 +85,17 @@ BindSmmProtocol (const EFI_GUID *Guid,
   ASSERT_EFI_ERROR (Status, Located);
   return Status;
 }
+
+EFI_STATUS
+RegisterSmmNotify (const EFI_GUID *Protocol, EFI_SMM_NOTIFY_FN Function, VOID **Registration)
+{
+  *Registration = nullptr;
+  if (gSmst == nullptr) {
+    return EFI_UNSUPPORTED;
+  }
+  const EFI_STATUS Status = gSmst->SmmRegisterProtocolNotify (Protocol, Function, Registration);
+  if (EFI_ERROR (Status)) {
+    *Registration = nullptr;
+  }
+  return Status;
+}

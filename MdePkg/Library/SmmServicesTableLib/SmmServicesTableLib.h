@@ -33,4 +33,10 @@ EFI_SMM_SYSTEM_TABLE2 *GetServicesTable (EFI_SYSTEM_TABLE *SystemTable,
                                           const AssertionSite &TableNotNull,
                                           const AssertionSite &Located,
                                           VOID **Interface);
+
+/// Makes the firmware call Function when the protocol is installed, until the registration is given
+/// back through gSmst. *Registration is null after a failure, whatever the service left in it.
+/// Returns the service's status, or EFI_UNSUPPORTED while gSmst is null.
+[[nodiscard]] EFI_STATUS
+RegisterSmmNotify (const EFI_GUID *Protocol, EFI_SMM_NOTIFY_FN Function, VOID **Registration);
 }
