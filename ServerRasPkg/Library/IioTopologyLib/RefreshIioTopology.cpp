@@ -1,0 +1,83 @@
+#include "BaseIoLibIntrinsic.h"
+#include "DxeUsraLib.h"
+#include "IioTopologyLibInternal.h"
+#include "Machine.h"
+#include "Record/PciBridgeHeader.h"
+
+namespace {
+
+/// What configuration space reads where there is no function, and here also where it cannot be
+/// reached.
+constexpr UINT32 AllOnes32 = 0xFFFFFFFF;
+constexpr UINT8 AllOnes8 = 0xFF;
+
+/// A root port of one socket.
+struct PortPlace {
+  UINT32 Socket;
+  UINT8 Bus;
+  UINT8 Device;
+  UINT8 Function;
+};
+
+VOID *
+RegisterOf (const PortPlace &Port, UINT32 Offset)
+{
+  return MmPciAddressExt (Port.Socket, Port.Bus, Port.Device, Port.Function, Offset);
+}
+
+UINT32
+ReadConfig32 (const PortPlace &Port, UINT32 Offset)
+{
+  VOID *Register = RegisterOf (Port, Offset);
+  return Register != nullptr ? MmioRead32 (reinterpret_cast<UINTN> (Register)) : AllOnes32;
+}
+
+UINT8
+ReadConfig8 (const PortPlace &Port, UINT32 Offset)
+{
+  VOID *Register = RegisterOf (Port, Offset);
+  return Register != nullptr ? MmioLoad8 (reinterpret_cast<UINTN> (Register)) : AllOnes8;
+}
+
+bool
+IsBridge (const PortPlace &Port)
+{
+  if (ReadConfig32 (Port, offsetof (PciBridgeHeader, VendorId)) == AllOnes32) {
+    return false;
+  }
+  const UINT8 HeaderType = ReadConfig8 (Port, offsetof (PciBridgeHeader, HeaderType));
+  return (HeaderType & ~PCI_HEADER_MULTI_FUNCTION) == PCI_HEADER_LAYOUT_BRIDGE;
+}
+
+VOID
+RefreshPort (UINT32 Socket, IioTopologyPort *Entry)
+{
+  const PortPlace Port = {
+      .Socket = Socket, .Bus = Entry->Bus, .Device = Entry->Device, .Function = Entry->Function};
+  if (IsBridge (Port)) {
+    Entry->SecondaryBus = ReadConfig8 (Port, offsetof (PciBridgeHeader, SecondaryBus));
+    Entry->SubordinateBus = ReadConfig8 (Port, offsetof (PciBridgeHeader, SubordinateBus));
+  }
+}
+
+} // namespace
+
+EFI_STATUS EFIAPI
+IioTopologyReadyToLockNotify (const EFI_GUID *, VOID *, EFI_HANDLE)
+{
+  if (mIioTopology == nullptr) {
+    return EFI_NOT_FOUND;
+  }
+  for (UINT32 Index = 0; Index < SOCKET_MAX; ++Index) {
+    IioTopologySocket *Socket = &mIioTopology->Socket[Index];
+    if (Socket->Valid == 0) {
+      continue;
+    }
+    for (UINTN Port = 0; Port < Socket->MaxPort; ++Port) {
+      if (Socket->Port[Port].Valid != 0) {
+        RefreshPort (Index, &Socket->Port[Port]);
+      }
+    }
+  }
+  return EFI_SUCCESS;
+}

@@ -1,0 +1,258 @@
+#include "IioTopologyLib.h"
+
+#include "ExpectedStore.h"
+#include "Firmware.h"
+#include "FirmwareTestBench.h"
+#include "HandOffRecords.h"
+#include "HobList.h"
+#include "IioTopologyLibInternal.h"
+#include "Protocol/Usra.h"
+#include "RasDebugLib.h"
+#include "Record/RasLevelMask.h"
+#include "SmmMemoryAllocationLib.h"
+#include "SmmRasGlobalDataLib.h"
+#include "SystemInfoLib.h"
+#include "UpiHostDataLib.h"
+
+namespace {
+
+const std::string SourceFile = "ServerRasPkg/Library/IioTopologyLib/IioTopologyLibSpr";
+
+class IioTopology : public FirmwareTestBench {
+public:
+  IioTopology ()
+  {
+    Boot ();
+  }
+
+  /// A new boot, up to the constructors on which the library rests.
+  void
+  Boot ()
+  {
+    PowerOn ();
+    Machine.Uart.Sent.clear ();
+    constexpr RasLevelMask Flow = {0x08000000};
+    HobListAddGuid (&gRasLevelMaskHobGuid, &Flow, sizeof Flow);
+    SmmMemoryAllocationLibConstructor (nullptr, nullptr);
+    EXPECT_EQ (InitializeSmmRasGlobalData (nullptr, nullptr), EFI_SUCCESS);
+    EXPECT_EQ (RasDebugLibConstructor (), EFI_SUCCESS);
+    EXPECT_EQ (SystemInfoLibConstructor (nullptr, nullptr), EFI_SUCCESS);
+    World.Forget ();
+  }
+
+  /// The rows that a test has set, in the records and on the bus.
+  void
+  UseTopology ()
+  {
+    HandOffRecordsFill ();
+    Machine.Pci = {};
+    Machine.Pci.Populate (gTopology);
+  }
+
+  static EFI_STATUS
+  Construct ()
+  {
+    (void)UpiHostDataLibConstructor (nullptr, nullptr);
+    return IioTopologyLibConstructor (nullptr, nullptr);
+  }
+
+  static Bytes
+  Store ()
+  {
+    const auto *Data = reinterpret_cast<const UINT8 *> (mIioTopology);
+    return {Data, Data + 2664};
+  }
+
+  Bytes
+  Expected (bool IsRefreshed)
+  {
+    return ExpectedStore (gTopology, Machine.Pci, IsRefreshed);
+  }
+};
+
+/// One socket with port 0 and port 2 of three, and stack 1.
+VOID
+SmallTopology ()
+{
+  gTopology = {};
+  gTopology.Places[2] = {.Device = 6, .Function = 1};
+  SocketRow &Socket = gTopology.Sockets[1];
+  Socket.Present = TRUE;
+  Socket.MaxPort = 3;
+  Socket.Ports[0] = {.Exists = TRUE, .Bus = 0x20};
+  Socket.Ports[2] = {.Exists = TRUE, .Bus = 0xA0};
+  Socket.Stacks[1].Present = TRUE;
+}
+
+TEST_F (IioTopology, IsBuiltFromTheThreeSourcesAndRefreshedAtReadyToLock)
+{
+  const struct {
+    const char *Name;
+    void (*Prepare) ();
+  } Rows[] = {
+      {"two sockets", [] {}},
+      {"four sockets, 57 ports", [] { StandardTopology (&gTopology, 4); }},
+      {"one small socket", SmallTopology},
+      {"a socket missing in the middle",
+       [] {
+         StandardTopology (&gTopology, 4);
+         gTopology.Sockets[1].Present = FALSE;
+       }},
+      {"no ports", [] { gTopology.Sockets[1].MaxPort = 0; }},
+      {"rows of 40 ports",
+       [] {
+         StandardTopology (&gTopology, 4);
+         for (SocketRow &Socket : gTopology.Sockets) {
+           Socket.MaxPort = 40;
+         }
+         gTopology.Sockets[2].Ports[39] = {.Exists = TRUE, .Bus = 0xF8};
+       }},
+      {"every CXL status",
+       [] {
+         StandardTopology (&gTopology, 1);
+         for (UINTN Stack = 0; Stack < IIO_STACK_MAX; ++Stack) {
+           gTopology.Sockets[0].Stacks[Stack].CxlStatus = static_cast<UINT8> (0xF8 + Stack);
+           gTopology.Sockets[0].Stacks[Stack].RcrbValid = TRUE;
+         }
+       }},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (Row.Name);
+    Boot ();
+    Row.Prepare ();
+    UseTopology ();
+    EXPECT_EQ (Construct (), EFI_SUCCESS);
+    EXPECT_EQ (Store (), Expected (false));
+    FirmwareSignalReadyToLock ();
+    EXPECT_EQ (Store (), Expected (true));
+  }
+}
+
+TEST_F (IioTopology, IsDumpedWhenItIsBuilt)
+{
+  InstallDebugService ();
+  SmallTopology ();
+  UseTopology ();
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  EXPECT_EQ (Machine.Uart.Sent,
+             "InitializeIioTopology!\r\n"
+             "DumpIioTopology \r\n"
+             "SktId = 0x1, MaxPort 0x3\r\n"
+             "SktId = 0x1,Port = 0x0, Bus = 0x20,Device = 0x0,Function = 0x0 \r\n"
+             "SktId = 0x1,Port = 0x1, Bus = 0xA0,Device = 0x6,Function = 0x1 \r\n"
+             "SktId = 0x1,IioStack = 0x1 \r\n");
+  EXPECT_EQ (Messages (), "");
+}
+
+TEST_F (IioTopology, ReadsEachRegisterOfABridgeOnce)
+{
+  SmallTopology ();
+  UseTopology ();
+  Machine.Pci.RemoveFunction ({.Segment = 0, .Bus = 0xA0, .Device = 6, .Function = 1});
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  AccessTranscript Accesses;
+  Machine.Pci.Transcript = &Accesses;
+  FirmwareSignalReadyToLock ();
+  const AccessTranscript Expected = {"mmio in 82000000 5A5A5A5A", "mmio in 8200000E 81",
+                                     "mmio in 82000019 21", "mmio in 8200001A 22",
+                                     "mmio in 8A031000 FFFFFFFF"};
+  EXPECT_EQ (Accesses, Expected);
+}
+
+TEST_F (IioTopology, LeavesNoNotificationBehind)
+{
+  IioTopologyLibWithdraw (); // Nothing is registered yet.
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  EXPECT_EQ (ProtocolNotificationCount (), 1U);
+  IioTopologyLibWithdraw ();
+  EXPECT_EQ (ProtocolNotificationCount (), 0U);
+  const UINTN Calls = gFaultPlan.AllCalls;
+  IioTopologyLibWithdraw ();
+  EXPECT_EQ (gFaultPlan.AllCalls, Calls);
+  FirmwareSignalReadyToLock ();
+  EXPECT_EQ (Store (), Expected (false));
+}
+
+TEST_F (IioTopology, FailsWithTheStepThatFailed)
+{
+  InstallDebugService ();
+  FaultPlanFail (ServiceSmmAllocatePool, 2, EFI_OUT_OF_RESOURCES); // The first is the UPI block.
+  EXPECT_EQ (Construct (), EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ (IioTopologyReadyToLockNotify (nullptr, nullptr, nullptr), EFI_NOT_FOUND);
+  EXPECT_EQ (StoppedAt (DumpIioTopology),
+             DebugAssertEnabled () ? SourceFile + ":241 mIioTopology" : "");
+
+  Boot ();
+  FaultPlanFail (ServiceSmmRegisterNotify, 1, EFI_DEVICE_ERROR);
+  EXPECT_EQ (Construct (), EFI_DEVICE_ERROR);
+  EXPECT_EQ (Store (), Expected (false)) << "complete, if never refreshed";
+  EXPECT_EQ (IioTopologyReadyToLockNotify (nullptr, nullptr, nullptr), EFI_SUCCESS);
+  EXPECT_EQ (Store (), Expected (true));
+  IioTopologyLibWithdraw ();
+  EXPECT_EQ (gFaultPlan.Calls[ServiceSmmRegisterNotify], 1U);
+}
+
+TEST_F (IioTopology, StaysEmptyWithoutAPolicy)
+{
+  HobListRemove (&gIioSiPolicyHobGuid);
+  const std::string Stopped = StoppedAt ([] { EXPECT_EQ (Construct (), EFI_NOT_FOUND); });
+  std::string Lines = "InitializeIioTopology!\r\n"
+                      "InitializeIioTopology: Failed to get gIioSiPolicyHobGuid Hob!\r\n";
+  if (DebugAssertEnabled ()) {
+    EXPECT_EQ (Stopped, "no assertion") << "that of the RAS libraries needs no debug service";
+    Lines += "RAS ASSERT ERROR found -- " + SourceFile + " line 116!\r\n";
+  }
+  EXPECT_EQ (Machine.Uart.Sent, Lines);
+  EXPECT_EQ (Store (), Bytes (2664, 0));
+  EXPECT_EQ (ProtocolNotificationCount (), 0U);
+}
+
+TEST_F (IioTopology, StaysEmptyWithoutUpiHostData)
+{
+  EXPECT_EQ (IioTopologyLibConstructor (nullptr, nullptr), EFI_NOT_FOUND);
+  EXPECT_EQ (Store (), Bytes (2664, 0));
+  EXPECT_EQ (ProtocolNotificationCount (), 0U);
+}
+
+TEST_F (IioTopology, HasNoPortsWhereThePolicyHasTooMany)
+{
+  StandardTopology (&gTopology, 1);
+  gTopology.Sockets[0].MaxPort = 58;
+  HandOffRecordsFill ();
+  const std::string Stopped = StoppedAt ([] { EXPECT_EQ (Construct (), EFI_SUCCESS); });
+  if (DebugAssertEnabled ()) {
+    EXPECT_EQ (Stopped, "no assertion");
+    EXPECT_EQ (Machine.Uart.Sent, "InitializeIioTopology!\r\nRAS ASSERT ERROR found -- " +
+                                      SourceFile + " line 153!\r\n");
+    return;
+  }
+  gTopology.Sockets[0].MaxPort = 0;
+  EXPECT_EQ (Store (), Expected (false));
+}
+
+TEST_F (IioTopology, DoesWithoutWhatCannotBeReached)
+{
+  StandardTopology (&gTopology, 1);
+  UseTopology ();
+  mSystemInfoRecord = nullptr;
+  Machine.Pci = {}; // Any access is a fault.
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  FirmwareSignalReadyToLock ();
+
+  SocketRow &Socket = gTopology.Sockets[0];
+  Socket.SysInfoByte286 = 0;
+  Socket.SysInfoByte294 = 0;
+  Socket.SysInfoDword424 = 0;
+  for (StackRow &Stack : Socket.Stacks) {
+    Stack.RcrbBase = 0; // The bus model has nothing there, which reads as all ones.
+  }
+  EXPECT_EQ (Store (), Expected (false));
+
+  Boot ();
+  ProtocolRemove (ProtocolSmm, &gUsraProtocolGuid);
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  FirmwareSignalReadyToLock ();
+  EXPECT_EQ (Store (), Expected (false));
+}
+
+} // namespace
