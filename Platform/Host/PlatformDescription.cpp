@@ -42,14 +42,21 @@ struct Value {
     throw InputError (fmt::format ("{}: {}: expected {}, found {}", File, Path, Expected, Found));
   }
 
+  /// Refuses the key of this value.
+  [[noreturn]] void
+  RefuseKey (std::string_view Expected) const
+  {
+    throw InputError (fmt::format ("{}: {}: expected {}", File, Path, Expected));
+  }
+
   /// Refuses an object that has any other key.
   void
   AllowOnly (const Keys &Allowed) const
   {
     for (const auto &Item : Content.items ()) {
       if (std::find (Allowed.begin (), Allowed.end (), Item.key ()) == Allowed.end ()) {
-        throw InputError (fmt::format ("{}: {}: expected no such key here, only {}", File,
-                                       Below (Item.key ()), fmt::join (Allowed, ", ")));
+        Value{File, Item.value (), Below (Item.key ())}.RefuseKey (
+            fmt::format ("no such key here, only {}", fmt::join (Allowed, ", ")));
       }
     }
   }
@@ -83,6 +90,19 @@ struct Value {
       Elements.push_back ({File, Content[Index], fmt::format ("{}[{}]", Path, Index)});
     }
     return Elements;
+  }
+
+  std::vector<std::pair<std::string, Value>>
+  Members () const
+  {
+    if (!Content.is_object ()) {
+      Refuse ("an object");
+    }
+    std::vector<std::pair<std::string, Value>> Found;
+    for (const auto &Item : Content.items ()) {
+      Found.emplace_back (Item.key (), Value{File, Item.value (), Below (Item.key ())});
+    }
+    return Found;
   }
 
   /// A number, or the text of one: JSON has no hexadecimal numbers.
@@ -247,14 +267,37 @@ ReadDevice (const Value &Source)
   return Device;
 }
 
+/// Reads bytes whose keys are their offsets.
+std::map<uint8_t, uint8_t>
+ReadCmos (const Value &Source)
+{
+  std::map<uint8_t, uint8_t> Bytes;
+  for (const auto &[Key, Byte] : Source.Members ()) {
+    const std::optional<uint64_t> Offset = ParseNumber (Key);
+    if (!Offset || *Offset > std::numeric_limits<uint8_t>::max ()) {
+      Byte.RefuseKey ("an offset from 0 to 255 for a key");
+    }
+    if (!Bytes.emplace (static_cast<uint8_t> (*Offset), Byte.Number<uint8_t> ()).second) {
+      Byte.RefuseKey (fmt::format ("offset {} once", *Offset));
+    }
+  }
+  return Bytes;
+}
+
 PlatformDescription
 ReadPlatform (const Value &Source)
 {
   PlatformDescription Platform;
   Platform.Name = Source["name"].Text ();
-  Source.AllowOnly ({"name", "inventoryReady", "processors", "devices"});
+  Source.AllowOnly ({"name", "inventoryReady", "processors", "devices", "cmos", "logLevelMask"});
   if (Source.Has ("inventoryReady")) {
     Platform.InventoryReady = Source["inventoryReady"].Flag ();
+  }
+  if (Source.Has ("cmos")) {
+    Platform.Cmos = ReadCmos (Source["cmos"]);
+  }
+  if (Source.Has ("logLevelMask")) {
+    Platform.LogLevelMask = Source["logLevelMask"].Number<uint32_t> ();
   }
   const Value Processors = Source["processors"];
   for (const Value &Group : Processors.List ()) {

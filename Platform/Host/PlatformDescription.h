@@ -1,8 +1,10 @@
-/// What a simulated platform is made of: its processors and the devices of its inventory.
+/// What a simulated platform is made of: its processors, the devices of its inventory, and
+/// what the boot phases ahead of the drivers have left.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,6 +32,11 @@ struct PlatformDescription {
   std::vector<Device> Devices; ///< In the order of the inventory's device list.
 
   bool InventoryReady = true;
+
+  /// What earlier boot phases have left: bytes of the CMOS RAM by their offsets, the others being
+  /// 0, and the mask of the RAS debug log in its hand-off block, if there is one.
+  std::map<uint8_t, uint8_t> Cmos;
+  std::optional<uint32_t> LogLevelMask;
 };
 
 /// Reads a description in the JSON form of docs/platform.md. Throws InputError with one line that

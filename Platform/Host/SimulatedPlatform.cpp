@@ -6,6 +6,8 @@
 #include "ExecutingProcessor.h"
 #include "Firmware.h"
 #include "HandOffRecords.h"
+#include "HobList.h"
+#include "Record/RasLevelMask.h"
 #include "SystemInventory.h"
 
 namespace {
@@ -109,6 +111,13 @@ SimulatedPlatform::SimulatedPlatform (const PlatformDescription &Plan)
     SystemInventoryAdd (&Row);
   }
   gInventory.DataReady = Description.InventoryReady ? TRUE : FALSE;
+  for (const auto &[Offset, Byte] : Description.Cmos) {
+    Machine.Cmos.Bytes[Offset] = Byte;
+  }
+  if (const auto &Levels = Description.LogLevelMask) {
+    const RasLevelMask Mask = {.Levels = *Levels};
+    HobListAddGuid (&gRasLevelMaskHobGuid, &Mask, sizeof Mask);
+  }
   PlatformExists = true;
 }
 

@@ -63,6 +63,30 @@ AddEnvelopeOptions (CLI::App &App, MakeArguments &Arguments)
   App.add_option ("-o,--output", Arguments.File, "File to write")->type_name ("FILE")->required ();
 }
 
+void
+AddPlatformOption (CLI::App &App, BootArguments &Arguments)
+{
+  App.add_option ("--platform", Arguments.PlatformFile, PLATFORM_HELP)->type_name ("FILE");
+}
+
+void
+AddBootOptions (CLI::App &App, BootArguments &Arguments)
+{
+  AddPlatformOption (App, Arguments);
+  App.add_option ("--cmos", Arguments.Cmos,
+                  "Byte of the CMOS RAM at start; may be given several times. The mask of the RAS "
+                  "debug log is at 0x4C to 0x4F, the low byte first")
+      ->type_name ("OFFSET=VALUE")
+      ->allow_extra_args (false);
+  App.add_option ("--driver", Arguments.Driver,
+                  "Shared object of another build of the driver; this build's unless given")
+      ->type_name ("FILE");
+  App.add_option ("--drivers", Arguments.DriverCount,
+                  "How often the boot loads the driver, 1 to 16")
+      ->type_name ("N")
+      ->capture_default_str ();
+}
+
 CLI::App *
 AddReport (CLI::App &App, ReportArguments &Arguments)
 {
@@ -73,14 +97,10 @@ AddReport (CLI::App &App, ReportArguments &Arguments)
           "RECORD", Arguments.Records,
           fmt::format ("Files of one CPER each; of a directory, those named *{}", RECORD_SUFFIX))
       ->required ();
-  Report->add_option ("--platform", Arguments.PlatformFile, PLATFORM_HELP)->type_name ("FILE");
+  AddBootOptions (*Report, Arguments.Boot);
   Report->add_option ("--cpu", Arguments.Processor, "Index of the processor that reports")
       ->type_name ("N")
       ->capture_default_str ();
-  Report
-      ->add_option ("--driver", Arguments.Driver,
-                    "Shared object of another build of the driver; this build's unless given")
-      ->type_name ("FILE");
   Report->add_flag ("--json", Arguments.Json, "Print one JSON document");
   Report->add_flag ("--quiet", Arguments.Quiet, "Leave the driver's log out");
   Report->add_flag ("--raw", Arguments.Raw,
@@ -113,15 +133,33 @@ AddMake (CLI::App &App, std::list<MakeArguments> &Arguments)
   AddSection (*Make, Arguments.back (), "A record of a section that the driver does not know");
 }
 
-CLI::App *
-AddShowInventory (CLI::App &App, ShowArguments &Arguments)
+/// Adds what show can show. ExitCode is that of the one that runs.
+void
+AddShow (CLI::App &App, ShowArguments &Arguments, Console &Console, int &ExitCode)
 {
   CLI::App *Show = App.add_subcommand ("show", "Print what a boot of the platform has built");
   Show->require_subcommand (1);
-  CLI::App *Inventory = Show->add_subcommand ("inventory", "The devices and their Redfish ids");
-  Inventory->add_option ("--platform", Arguments.PlatformFile, PLATFORM_HELP)->type_name ("FILE");
-  Inventory->add_flag ("--json", Arguments.Json, "Print JSON");
-  return Inventory;
+  const auto Add = [&] (const char *Name, const char *Help) {
+    CLI::App *Command = Show->add_subcommand (Name, Help);
+    Command->add_flag ("--json", Arguments.Json, "Print JSON");
+    return Command;
+  };
+  CLI::App *Inventory = Add ("inventory", "The devices and their Redfish ids");
+  AddPlatformOption (*Inventory, Arguments.Boot);
+  Inventory->callback ([&] { RunShowInventory (Arguments, Console); });
+  const struct {
+    const char *Name, *Help;
+    int (*Run) (const ShowArguments &, ::Console &);
+  } Rows[] = {
+      {"stores", "The buffers that the drivers of a boot share", RunShowStores},
+      {"hobs", "The hand-off blocks", RunShowHobs},
+      {"log", "What the start-up has sent by the serial port", RunShowLog},
+  };
+  for (const auto &Row : Rows) {
+    CLI::App *Command = Add (Row.Name, Row.Help);
+    AddBootOptions (*Command, Arguments.Boot);
+    Command->callback ([&, Run = Row.Run] { ExitCode = Run (Arguments, Console); });
+  }
 }
 
 /// Complains of whatever is wrong in one line.
@@ -143,8 +181,8 @@ Run (int ArgumentCount, const char *const *Arguments, Console &Console)
   AddReport (App, Report)->callback ([&] { ExitCode = RunReport (Report, Console); });
   std::list<MakeArguments> Make;
   AddMake (App, Make);
-  ShowArguments Inventory;
-  AddShowInventory (App, Inventory)->callback ([&] { RunShowInventory (Inventory, Console); });
+  ShowArguments Show;
+  AddShow (App, Show, Console, ExitCode);
   try {
     App.parse (ArgumentCount, Arguments);
     return ExitCode;

@@ -31,11 +31,18 @@ struct MakeArguments {
 
 void RunMake (const MakeArguments &Arguments);
 
+/// What boots.
+struct BootArguments {
+  std::string PlatformFile;
+  std::vector<std::string> Cmos; ///< "OFFSET=VALUE" each, over what the platform's file has.
+  std::string Driver;
+  std::string DriverCount = "1";
+};
+
 struct ReportArguments {
   std::vector<std::string> Records; ///< Files and directories.
-  std::string PlatformFile;
+  BootArguments Boot;
   std::string Processor = "0";
-  std::string Driver;
   bool Json = false;
   bool Quiet = false;
   bool Raw = false;
@@ -45,8 +52,14 @@ struct ReportArguments {
 int RunReport (const ReportArguments &Arguments, Console &Console);
 
 struct ShowArguments {
-  std::string PlatformFile;
+  BootArguments Boot; ///< Of which the inventory needs the platform only.
   bool Json = false;
 };
 
 void RunShowInventory (const ShowArguments &Arguments, Console &Console);
+
+/// Each boots, and shows what the boot has left, also one that has ended in a fault. Returns the
+/// exit code.
+int RunShowStores (const ShowArguments &Arguments, Console &Console);
+int RunShowHobs (const ShowArguments &Arguments, Console &Console);
+int RunShowLog (const ShowArguments &Arguments, Console &Console);

@@ -1,5 +1,6 @@
 #include "Options.h"
 
+#include <algorithm>
 #include <limits>
 
 #include <fmt/format.h>
@@ -79,6 +80,19 @@ TextOption (const std::string &Option, const std::string &Text, UINTN LengthMax)
     Refuse (Option, fmt::format ("at most {} printable ASCII characters", LengthMax), Text);
   }
   return Text;
+}
+
+std::pair<UINT8, UINT8>
+CmosOption (const std::string &Option, const std::string &Text)
+{
+  const std::size_t Sign = std::min (Text.find ('='), Text.size ());
+  const auto Offset = ParseNumber (Text.substr (0, Sign));
+  const auto Byte = ParseNumber (Text.substr (std::min (Sign + 1, Text.size ())));
+  constexpr UINT64 Max = std::numeric_limits<UINT8>::max ();
+  if (!Offset || !Byte || *Offset > Max || *Byte > Max) {
+    Refuse (Option, fmt::format ("OFFSET=VALUE, numbers from 0 to {}", Max), Text);
+  }
+  return {static_cast<UINT8> (*Offset), static_cast<UINT8> (*Byte)};
 }
 
 PlatformDescription

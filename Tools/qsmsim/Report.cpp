@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "Boot.h"
 #include "InputFile.h"
 #include "Options.h"
 #include "ReportWriter.h"
@@ -56,37 +57,20 @@ ReadRecords (const ReportArguments &Arguments, Console &Console)
   return Records;
 }
 
-/// Makes one call into the platform and judges how it ended.
-template <typename Callable>
-Outcome
-Try (SimulatedPlatform &Platform, const CperFile *File, Callable &&Call)
-{
-  Platform.World.Forget ();
-  try {
-    return JudgeCall (File, Call ());
-  } catch (const std::exception &Fault) {
-    return JudgeFault (File, Fault.what (), Platform.World.Log);
-  }
-}
-
 /// Boots the platform and reports the records one after the other, up to the first fault: a
 /// processor that stopped does not come back. Hands the outcome of each record to Take, or the
 /// outcome of the boot if that failed.
 template <typename Consumer>
 void
-Run (const PlatformDescription &Description,
-     const fs::path &Driver,
+Run (const BootPlan &Plan,
      std::span<const CperFile> Records,
      const ReportOptions &Options,
      Consumer &&Take)
 {
-  SimulatedPlatform Platform (Description);
-  Outcome Boot = Try (Platform, nullptr, [&] { return Platform.LoadDriver (Driver); });
-  if (Boot.Fault.empty ()) {
-    Boot = Try (Platform, nullptr, [&] { return Platform.SignalReadyToLock (); });
-  }
-  if (!Boot.Fault.empty ()) {
-    Take (Boot);
+  SimulatedPlatform Platform (Plan.Platform);
+  const Outcome Booted = Boot (Platform, Plan);
+  if (!Booted.Fault.empty ()) {
+    Take (Booted);
     return;
   }
   for (const CperFile &Record : Records) {
@@ -99,40 +83,26 @@ Run (const PlatformDescription &Description,
   }
 }
 
-fs::path
-DriverOption (const std::string &File)
-{
-  if (File.empty ()) {
-    return BuiltDriver ();
-  }
-  std::error_code Error;
-  if (!fs::is_regular_file (File, Error)) {
-    throw InputError (fmt::format ("{}: expected a driver's shared object", File));
-  }
-  return File;
-}
-
 } // namespace
 
 int
 RunReport (const ReportArguments &Arguments, Console &Console)
 {
   const std::vector<CperFile> Records = ReadRecords (Arguments, Console);
-  const PlatformDescription Description = PlatformOption (Arguments.PlatformFile);
-  const fs::path Driver = DriverOption (Arguments.Driver);
+  const BootPlan Plan = ReadBootPlan (Arguments.Boot);
   ReportOptions Options;
   Options.Processor =
-      NumberOption ("--cpu", Arguments.Processor, 0, Description.Processors.size () - 1);
+      NumberOption ("--cpu", Arguments.Processor, 0, Plan.Platform.Processors.size () - 1);
   Options.Placement = Arguments.Raw ? RecordPlacement::ZeroFilledPage : RecordPlacement::Exact;
   Options.CodeType = EFI_ERROR_CODE | EFI_ERROR_MINOR;
 
   Summary Summary = {.Given = Records.size ()};
   const auto Writer =
-      Arguments.Json ? JsonReport (Console, !Arguments.Quiet, Description.Name, Options.Processor)
+      Arguments.Json ? JsonReport (Console, !Arguments.Quiet, Plan.Platform.Name, Options.Processor)
                      : TextReport (Console, !Arguments.Quiet);
   {
     Progress Progress (Console, "reporting", Records.size (), !Arguments.Json);
-    Run (Description, Driver, Records, Options, [&] (const Outcome &Outcome) {
+    Run (Plan, Records, Options, [&] (const Outcome &Outcome) {
       Summary.Add (Outcome);
       Writer->Take (Outcome);
       Progress.Step ();

@@ -13,13 +13,16 @@ constexpr const char *Good = R"({
   "devices": [{"type": "processor", "id": "CPU1", "socket": 18446744073709551615},
               {"type": 2, "id": null, "socket": 1, "channel": 255, "dimm": 3},
               {"type": "pcie", "id": "Slot", "bus": "0xFF", "device": 31, "function": 7},
-              {"type": 4, "id": "Fan"}]})";
+              {"type": 4, "id": "Fan"}],
+  "cmos": {"0x4C": 200, "255": "0xFE"}, "logLevelMask": 4294967294})";
 
 TEST (PlatformDescription, HasWhatTheTextSays)
 {
   const PlatformDescription Platform = ParsePlatformDescription ("text", Good);
   EXPECT_EQ (Platform.Name, "test");
   EXPECT_FALSE (Platform.InventoryReady);
+  EXPECT_EQ (Platform.Cmos, (std::map<uint8_t, uint8_t>{{0x4C, 200}, {255, 0xFE}}));
+  EXPECT_EQ (Platform.LogLevelMask, 0xFFFFFFFE);
   std::vector<uint32_t> ApicIds;
   for (const auto &Processor : Platform.Processors) {
     EXPECT_EQ (Processor.CpuidSet, ApicIds.size () < 2 ? "amd-naples" : "intel-tulsa");
@@ -71,6 +74,11 @@ TEST (PlatformDescription, RefusesEachFaultWithOneLine)
       {"255", "256", "$.devices[1].channel: expected a number from 0 to 255, found 256"},
       {"31", "32", "$.devices[2].device: expected a number from 0 to 31, found 32"},
       {"7}", "8}", "$.devices[2].function: expected a number from 0 to 7, found 8"},
+      {R"("255")", R"("256")", "$.cmos.256: expected an offset from 0 to 255 for a key"},
+      {R"("255")", R"("76")", "$.cmos.76: expected offset 76 once"},
+      {"200", "256", "$.cmos.0x4C: expected a number from 0 to 255, found 256"},
+      {R"({"0x4C": 200, "255": "0xFE"})", "[]", "$.cmos: expected an object, found []"},
+      {"4294967294", "-1", "$.logLevelMask: expected a number from 0 to 4294967295, found -1"},
       {"18446744073709551615", "18446744073709551616",
        "$.devices[0].socket: expected a number from 0 to 18446744073709551615, found 1.8"},
   };

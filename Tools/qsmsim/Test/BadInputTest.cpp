@@ -50,6 +50,14 @@ const struct {
     {"report good.cper --platform one.json --cpu 2",
      "--cpu: expected a number from 0 to 1, found \"2\""},
     {"report good.cper --driver nosuch", "nosuch: expected a driver's shared object"},
+    {"report good.cper --drivers 0", "--drivers: expected a number from 1 to 16, found \"0\""},
+    {"show stores --drivers 17", "--drivers: expected a number from 1 to 16, found \"17\""},
+    {"show log --cmos 0x4C=1 --cmos 0x100=1",
+     "--cmos: expected OFFSET=VALUE, numbers from 0 to 255, found \"0x100=1\""},
+    {"show hobs --cmos 76=", "--cmos: expected OFFSET=VALUE, numbers from 0 to 255, found \"76=\""},
+    {"show hobs --cmos 76", "--cmos: expected OFFSET=VALUE, numbers from 0 to 255, found \"76\""},
+    {"show log --cmos 76=1 77=2", "There is no \"77=2\" here (see --help)"},
+    {"show inventory --drivers 2", "There is no \"--drivers\" here (see --help)"},
     {"make memory --channel 2 --dimm 0 -o new", "--socket is required (see --help)"},
     {"make memory --socket 0x10000 --channel 2 --dimm 0 -o new",
      "--socket: expected a number from 0 to 65535, found \"0x10000\""},
@@ -100,8 +108,9 @@ TEST_F (BadInput, IncludesAnOutputThatCannotBeWritten)
 
 TEST_F (BadInput, IsNotAskedForWithHelp)
 {
-  for (const char *Command : {"", "report ", "make ", "make memory ", "make pcie ",
-                              "make processor ", "make other ", "show ", "show inventory "}) {
+  for (const char *Command :
+       {"", "report ", "make ", "make memory ", "make pcie ", "make processor ", "make other ",
+        "show ", "show inventory ", "show stores ", "show hobs ", "show log "}) {
     SCOPED_TRACE (Command);
     const ToolResult Result = Run (std::string (Command) + "--help");
     EXPECT_EQ (Result.ExitCode, 0);

@@ -137,6 +137,14 @@ TEST_F (Report, HandsOverRawBytesInAPageOfZeros)
   EXPECT_EQ (Outcome (Result[1]), "the driver knows no such section, and logs nothing");
 }
 
+TEST_F (Report, GoesToEachDriverOfTheBoot)
+{
+  Make ("processor -o record");
+  const Json Result = ReportJson ("record --drivers 3");
+  EXPECT_EQ (Result["records"][0]["events"].size (), 3U);
+  EXPECT_EQ (Result["summary"]["events"], 1) << "records of which the BMC hears";
+}
+
 TEST_F (Report, SaysThatTheInventoryIsNotReady)
 {
   Write ("platform.json", R"({"name": "early", "inventoryReady": false, "devices": [],

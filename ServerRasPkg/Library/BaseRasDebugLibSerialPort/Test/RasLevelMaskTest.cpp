@@ -44,15 +44,15 @@ TEST_P (LevelMask, IsFoundOutOnceAndLeftToTheNextDriver)
 {
   const auto &Source = Sources[GetParam ()];
   SetCmos (Source.Cmos);
+  EFI_HOB_HANDOFF_INFO_TABLE *HandOff = HobListHead ();
+  const auto *Hob = reinterpret_cast<const EFI_HOB_GUID_TYPE *> (HandOff->EfiEndOfHobList);
   if (Source.Hob) {
     SetLevelMask (*Source.Hob);
   }
-  EFI_HOB_HANDOFF_INFO_TABLE *HandOff = HobListHead ();
   HandOff->EfiFreeMemoryTop = HandOff->EfiFreeMemoryBottom + Source.Room;
 
   RasDebugPrint (0, "A line of no level finds the mask out as well.");
   EXPECT_EQ (CmosAccesses.empty (), Source.Hob.has_value ());
-  const auto *Hob = reinterpret_cast<const EFI_HOB_GUID_TYPE *> (HandOff + 1);
   ASSERT_EQ (+Hob->Header.HobType == EFI_HOB_TYPE_GUID_EXTENSION,
              Source.HobAfterwards.has_value ());
   if (Source.HobAfterwards) {

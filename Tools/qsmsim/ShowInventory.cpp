@@ -60,7 +60,7 @@ DeviceJson (const PlatformDescription::Device &Device)
 void
 RunShowInventory (const ShowArguments &Arguments, Console &Console)
 {
-  const PlatformDescription Platform = PlatformOption (Arguments.PlatformFile);
+  const PlatformDescription Platform = PlatformOption (Arguments.Boot.PlatformFile);
   if (Arguments.Json) {
     nlohmann::ordered_json Json = {{"platform", Platform.Name},
                                    {"inventoryReady", Platform.InventoryReady},

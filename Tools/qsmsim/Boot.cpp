@@ -1,0 +1,71 @@
+#include "Boot.h"
+
+#include <fmt/format.h>
+
+#include "InputFile.h"
+#include "Options.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr UINTN DRIVER_COUNT_MAX = 16;
+
+fs::path
+DriverOption (const std::string &File)
+{
+  if (File.empty ()) {
+    return BuiltDriver ();
+  }
+  std::error_code Error;
+  if (!fs::is_regular_file (File, Error)) {
+    throw InputError (fmt::format ("{}: expected a driver's shared object", File));
+  }
+  return File;
+}
+
+} // namespace
+
+BootPlan
+ReadBootPlan (const BootArguments &Arguments)
+{
+  BootPlan Plan = {.Platform = PlatformOption (Arguments.PlatformFile),
+                   .Driver = DriverOption (Arguments.Driver),
+                   .DriverCount =
+                       NumberOption ("--drivers", Arguments.DriverCount, 1, DRIVER_COUNT_MAX)};
+  for (const std::string &Assignment : Arguments.Cmos) {
+    const auto [Offset, Byte] = CmosOption ("--cmos", Assignment);
+    Plan.Platform.Cmos[Offset] = Byte;
+  }
+  return Plan;
+}
+
+std::string
+CountText (UINTN Count, const std::string &Singular)
+{
+  return fmt::format ("{} {}{}", Count, Singular, Count == 1 ? "" : "s");
+}
+
+Outcome
+Try (SimulatedPlatform &Platform, const CperFile *File, const std::function<CallResult ()> &Call)
+{
+  Platform.World.Forget ();
+  try {
+    return JudgeCall (File, Call ());
+  } catch (const std::exception &Fault) {
+    return JudgeFault (File, Fault.what (), Platform.World.Log);
+  }
+}
+
+Outcome
+Boot (SimulatedPlatform &Platform, const BootPlan &Plan)
+{
+  Outcome Last;
+  for (UINTN Index = 0; Index < Plan.DriverCount && Last.Fault.empty (); ++Index) {
+    Last = Try (Platform, nullptr, [&] { return Platform.LoadDriver (Plan.Driver); });
+  }
+  if (Last.Fault.empty ()) {
+    Last = Try (Platform, nullptr, [&] { return Platform.SignalReadyToLock (); });
+  }
+  return Last;
+}

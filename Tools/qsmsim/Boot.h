@@ -1,0 +1,31 @@
+/// Boots of a platform with the drivers that it loads.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "Commands.h"
+#include "Outcome.h"
+
+/// What boots.
+struct BootPlan {
+  PlatformDescription Platform;
+  std::filesystem::path Driver;
+  UINTN DriverCount;
+};
+
+/// Reads what the arguments name. Throws InputError for what does not fit.
+BootPlan ReadBootPlan (const BootArguments &Arguments);
+
+/// "1 driver", "2 drivers".
+std::string CountText (UINTN Count, const std::string &Singular);
+
+/// Makes one call into the platform and judges how it ended. File is the record that it reports, or
+/// null.
+Outcome
+Try (SimulatedPlatform &Platform, const CperFile *File, const std::function<CallResult ()> &Call);
+
+/// Loads the drivers one after the other and ends the phase in which that can be done, up to the
+/// first fault. Returns the outcome of the last step.
+Outcome Boot (SimulatedPlatform &Platform, const BootPlan &Plan);

@@ -1,0 +1,35 @@
+/// The buffers that the RAS drivers of a boot share, as the firmware sees them.
+#pragma once
+
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Base.h"
+#include "SimulatedPlatform.h"
+
+/// One buffer that the store's variables lead to.
+struct SharedStore {
+  std::string Name;
+  UINT64 Address = 0;
+  std::span<const UINT8> Content; ///< Empty when no live pool block starts there.
+  bool InSmm = false;
+  bool Locked = false;        ///< A variable policy keeps its variable from changes.
+  std::optional<UINTN> Maker; ///< The driver that has set the variable, counted from 0.
+  std::set<UINTN> Users;      ///< The drivers that know the address: the maker and all finders.
+};
+
+/// Watches who uses the store's variables as long as it lives: from the start of its platform's
+/// boot on. There is one at a time, and its platform outlives it.
+class StoreWatch {
+public:
+  explicit StoreWatch (const SimulatedPlatform &Platform);
+  ~StoreWatch ();
+  StoreWatch (const StoreWatch &) = delete;
+  StoreWatch &operator= (const StoreWatch &) = delete;
+
+  /// The buffers there are, in the order in which they were made.
+  [[nodiscard]] std::vector<SharedStore> Stores () const;
+};
