@@ -35,8 +35,8 @@ struct PlatformDescription {
 
   /// What earlier boot phases have left: bytes of the CMOS RAM by their offsets, the others being
   /// 0, and the mask of the RAS debug log in its hand-off block, if there is one.
-  std::map<uint8_t, uint8_t> Cmos;
-  std::optional<uint32_t> LogLevelMask;
+  std::map<uint8_t, uint8_t> Cmos = {};
+  std::optional<uint32_t> LogLevelMask = std::nullopt;
 };
 
 /// Reads a description in the JSON form of docs/platform.md. Throws InputError with one line that

@@ -63,11 +63,16 @@ TEST_F (ShowBoot, TakesTheMaskFromCmosOrFromItsBlock)
   for (const auto &Row : Rows) {
     SCOPED_TRACE (Row.Options);
     const Json Hobs = ShowJson (std::string ("hobs --drivers 2") + Row.Options)["hobs"];
-    ASSERT_EQ (Hobs.size (), 3U);
-    EXPECT_EQ (Hobs[0]["type"], "phase hand-off");
-    EXPECT_EQ (Hobs[1]["name"], "0105944D-499F-4950-B442-5199C0E7015F");
-    EXPECT_EQ (Hobs[1]["data"].get<std::string> ().substr (0, 11), Row.Data);
-    EXPECT_EQ (Hobs[2]["typeNumber"], 0xFFFF);
+    EXPECT_EQ (Hobs.front ()["type"], "phase hand-off");
+    EXPECT_EQ (Hobs.back ()["typeNumber"], 0xFFFF);
+    UINTN MaskBlocks = 0;
+    for (const Json &Hob : Hobs) {
+      if (Hob.value ("name", "") == "0105944D-499F-4950-B442-5199C0E7015F") {
+        EXPECT_EQ (Hob["data"].get<std::string> ().substr (0, 11), Row.Data);
+        ++MaskBlocks;
+      }
+    }
+    EXPECT_EQ (MaskBlocks, 1U);
     const Json Log = ShowJson (std::string ("log") + Row.Options);
     EXPECT_EQ (Log["levelMask"], Row.Mask);
     EXPECT_EQ (Log["text"] != "", Row.Logs);
