@@ -135,6 +135,9 @@ TEST_F (Firmware, RefusesToChangeALockedVariable)
   EXPECT_EQ (Set (u"A", 0), EFI_WRITE_PROTECTED);
   EXPECT_EQ (VariableFind (u"A", &Space)->DataSize, 1U);
   EXPECT_EQ (Set (u"AB", 1), EFI_SUCCESS);
+  Good.Size = sizeof Good;
+  EXPECT_EQ (gVariablePolicy.RegisterVariablePolicy (&Good), EFI_SUCCESS);
+  EXPECT_EQ (Set (u"AB", 2), EFI_WRITE_PROTECTED) << "locked with its namespace";
 }
 
 TEST_F (Firmware, KeepsNonVolatileVariablesOverALossOfPower)

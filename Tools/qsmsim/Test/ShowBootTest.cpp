@@ -67,7 +67,7 @@ TEST_F (ShowBoot, TakesTheMaskFromCmosOrFromItsBlock)
     EXPECT_EQ (Hobs.back ()["typeNumber"], 0xFFFF);
     UINTN MaskBlocks = 0;
     for (const Json &Hob : Hobs) {
-      if (Hob.value ("name", "") == "0105944D-499F-4950-B442-5199C0E7015F") {
+      if (Hob["name"] == "0105944D-499F-4950-B442-5199C0E7015F") {
         EXPECT_EQ (Hob["data"].get<std::string> ().substr (0, 11), Row.Data);
         ++MaskBlocks;
       }
