@@ -1,5 +1,6 @@
 #include "BaseSynchronizationLib.h"
 
+#include <latch>
 #include <thread>
 
 #include "ModuleTestBench.h"
@@ -25,7 +26,9 @@ TEST_F (SpinLockWithoutTimeout, KeepsTwoProcessorsApart)
   SPIN_LOCK Lock;
   InitializeSpinLock (&Lock);
   UINT64 Count = 0;
+  std::latch Start (2);
   const auto Processor = [&] {
+    Start.arrive_and_wait ();
     for (UINT64 Round = 0; Round < Rounds; ++Round) {
       AcquireSpinLock (&Lock);
       const UINT64 Before = Count;

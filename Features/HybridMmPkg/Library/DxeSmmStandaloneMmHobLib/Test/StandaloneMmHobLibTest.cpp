@@ -86,6 +86,7 @@ TEST_F (StandaloneMmHobLib, WalksAListOfAllKindsOfBlocks)
   Second->Header.HobLength = 4;
   EXPECT_EQ (GetFirstGuidHob (&Absent), nullptr) << "a block shorter than its header is the last";
   Cpu->Header.HobLength = 4;
+  Cpu->Header.Reserved = EFI_HOB_TYPE_GUID_EXTENSION; // what a step of 4 would lead to
   EXPECT_EQ (GetNextHob (EFI_HOB_TYPE_GUID_EXTENSION, Cpu), nullptr);
 }
 
