@@ -90,7 +90,7 @@ TEST (Print, HasWordsForEachStatus)
 
 TEST (Print, AgreesWithTheModelOnRandomFormats)
 {
-  EXPECT_EQ (FuzzPrint (1, 60000), "");
+  EXPECT_EQ (FuzzPrint (1, 0, 60000), "");
 }
 
 TEST (Print, CutsAtEverySizeAndTouchesNothingBehind)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "Base.h"
 
@@ -12,4 +13,4 @@ struct ModelText {
 };
 
 /// What Format prints with the arguments in Slots; at most Limit characters are kept.
-ModelText PrintByModel (const char16_t *Format, const UINT64 *Slots, size_t Limit);
+ModelText PrintByModel (std::u16string_view Format, const UINT64 *Slots, size_t Limit);

@@ -1,6 +1,6 @@
 #include "BaseSynchronizationLib.h"
 
-#include <latch>
+#include <atomic>
 #include <thread>
 
 #include "ModuleTestBench.h"
@@ -26,9 +26,11 @@ TEST_F (SpinLockWithoutTimeout, KeepsTwoProcessorsApart)
   SPIN_LOCK Lock;
   InitializeSpinLock (&Lock);
   UINT64 Count = 0;
-  std::latch Start (2);
+  std::atomic<int> Missing = 2;
   const auto Processor = [&] {
-    Start.arrive_and_wait ();
+    --Missing;
+    while (Missing != 0) {
+    }
     for (UINT64 Round = 0; Round < Rounds; ++Round) {
       AcquireSpinLock (&Lock);
       const UINT64 Before = Count;
