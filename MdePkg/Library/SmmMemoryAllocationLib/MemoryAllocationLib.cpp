@@ -26,10 +26,7 @@ VOID
 CopySmramMap ()
 {
   VOID *Interface = nullptr;
-  EFI_STATUS Status = EFI_UNSUPPORTED;
-  if (gBS != nullptr) {
-    Status = gBS->LocateProtocol (&gEfiSmmAccess2ProtocolGuid, nullptr, &Interface);
-  }
+  EFI_STATUS Status = LocateBootProtocol (&gEfiSmmAccess2ProtocolGuid, &Interface);
   ASSERT_EFI_ERROR (Status, AccessLocated);
   if (EFI_ERROR (Status) || Interface == nullptr) {
     return;

@@ -14,7 +14,7 @@ constexpr AssertionSite SmstNotNull = {SourceFile, 53, "gSmst != ((void *) 0)"};
 /// Locates a protocol by the boot services of SystemTable. The assertions that the table and its
 /// boot services exist have been made by an earlier constructor, and may have returned.
 EFI_STATUS
-LocateBootProtocol (EFI_SYSTEM_TABLE *SystemTable, const EFI_GUID *Guid, VOID **Interface)
+LocateBySystemTable (EFI_SYSTEM_TABLE *SystemTable, const EFI_GUID *Guid, VOID **Interface)
 {
   if (SystemTable == nullptr || SystemTable->BootServices == nullptr) {
     return EFI_UNSUPPORTED;
@@ -31,7 +31,7 @@ GetServicesTable (EFI_SYSTEM_TABLE *SystemTable,
                   const AssertionSite &InterfaceNotNull)
 {
   VOID *Interface = nullptr;
-  const EFI_STATUS Status = LocateBootProtocol (SystemTable, BaseProtocolGuid, &Interface);
+  const EFI_STATUS Status = LocateBySystemTable (SystemTable, BaseProtocolGuid, &Interface);
   ASSERT_EFI_ERROR (Status, Located);
   if (EFI_ERROR (Status)) {
     Interface = nullptr;
