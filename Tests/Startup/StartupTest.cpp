@@ -3,6 +3,7 @@
 #include "TestPlatform.h"
 
 #include "FaultPlan.h"
+#include "HandOffRecords.h"
 #include "Protocol/AcpiTable.h"
 #include "Protocol/SmmBase2.h"
 #include "Protocol/SmmDebugService.h"
@@ -23,7 +24,8 @@ TEST (Startup, RegistersTheListenerAndStaysResident)
   const CallResult Load = Platform.LoadDriver ();
   EXPECT_EQ (Load.Status, EFI_SUCCESS);
   EXPECT_EQ (Load.Stopped, "");
-  EXPECT_EQ (Load.Transcript (), "Inside ORVQsmErrorHandler EntryPoint\n"
+  EXPECT_EQ (Load.Transcript (), "VelmoraQsmErrorHandler: Building data for SysHostPointerLib\n"
+                                 "Inside ORVQsmErrorHandler EntryPoint\n"
                                  "RegisterErrorListener (QsmLogErrorWrapper ) Status: Success \n");
   EXPECT_EQ (StatusCodeListenerCount (), 1U);
   EXPECT_EQ (gFaultPlan.Calls[ServiceBootHandleProtocol], 0U) << "no unload handler is hooked";
@@ -35,8 +37,12 @@ TEST (Startup, MakesTheSharedBuffersAndLogsToTheSerialPort)
   SimulatedPlatform Platform (TwoSockets ({}));
   Platform.Machine.Cmos.Bytes[MaskTopByte] = 0x0C;
   ProtocolRemove (ProtocolBoot, &gEfiAcpiTableProtocolGuid);
+  gTopology = {};
+  HandOffRecordsFill ();
   Platform.LoadDriver ();
   EXPECT_EQ (Platform.Machine.Uart.Sent,
+             "InitializeIioTopology!\r\n"
+             "DumpIioTopology \r\n"
              "[WHEAINIT] Fail to locate gEfiAcpiTableProtocolGuid: Not Found \r\n"
              "InitializeErrorReportLib, Success\r\n"
              "InitializeErrorReportLib, Success\r\n"
@@ -45,6 +51,7 @@ TEST (Startup, MakesTheSharedBuffersAndLogsToTheSerialPort)
                            "RasMailBox 632 in SMM, locked\n"
                            "RasAcpiParam 3226 outside, locked\n"
                            "SmmPlatMemTopology 12972 in SMM, locked\n"
+                           "PlatIioTopology 2664 in SMM, locked\n"
                            "MemErrorRecordList 103432 in SMM, locked\n"
                            "ProcessorErrorRecordList 110088 in SMM, locked\n");
 }

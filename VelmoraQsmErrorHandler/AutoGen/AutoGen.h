@@ -17,8 +17,8 @@ extern EFI_STATUS mDriverEntryPointStatus;
 /// Runs the library constructors in their fixed order. A failure is asserted and the list goes on.
 VOID EFIAPI ProcessLibraryConstructorList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable);
 
-/// Runs the library destructors, in the reverse order of their constructors. A failure is asserted
-/// and the list goes on.
+/// Takes the IIO topology's notification back and runs the library destructors, in the reverse
+/// order of their constructors. A failure is asserted and the list goes on.
 VOID EFIAPI ProcessLibraryDestructorList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable);
 
 /// Runs the driver's entry so that ExitDriver can leave it from any depth of calls. Returns what

@@ -1,21 +1,29 @@
 #include "AutoGen.h"
 
 #include "AcpiTableClient.h"
+#include "CsrPseudoOffsetConvertLibSmm.h"
 #include "DxeSmmStandaloneMmHobLib.h"
+#include "EmulationConfigurationLib.h"
 #include "ErrorReportLib.h"
+#include "IioTopologyLib.h"
 #include "LibraryCall.h"
 #include "MmServicesTableLib.h"
+#include "PeiDxeRasRcDataLib.h"
 #include "RasAcpiParamLib.h"
 #include "RasDebugLib.h"
 #include "RasMailBoxLib.h"
 #include "SmmMemoryAllocationLib.h"
 #include "SmmMpExtensionLib.h"
 #include "SmmOrvBufferValidationLib.h"
+#include "SmmPciExpressLib.h"
 #include "SmmPlatMemTopologyLib.h"
 #include "SmmRasGlobalDataLib.h"
 #include "SmmServicesTableLib.h"
+#include "SysHostPointerLib.h"
+#include "SystemInfoLib.h"
 #include "UefiBootServicesTableLib.h"
 #include "UefiRuntimeServicesTableLib.h"
+#include "UpiHostDataLib.h"
 
 namespace {
 
@@ -32,9 +40,6 @@ EmptyConstructorWithArguments (EFI_HANDLE, EFI_SYSTEM_TABLE *)
   return EmptyConstructor ();
 }
 
-/// A position whose library is still to come.
-constexpr LibraryFunction ToCome = {.FormA = EmptyConstructorWithArguments};
-
 constexpr LibraryFunction Constructors[] = {
     {.FormA = UefiBootServicesTableLibConstructor},
     {.FormA = UefiRuntimeServicesTableLibConstructor},
@@ -47,16 +52,16 @@ constexpr LibraryFunction Constructors[] = {
     {.FormA = RasMailBoxConstructor},
     {.FormA = EmptyConstructorWithArguments},
     {.FormA = HobLibConstructor},
-    ToCome, // SystemInfoLibSmm
+    {.FormA = SystemInfoLibConstructor},
     {.FormA = RasAcpiParamConstructor},
-    ToCome, // CsrPseudoOffsetConvertLibSmm
-    ToCome, // SmmPciExpressLib
-    ToCome, // SysHostPointerLib
-    ToCome, // EmulationConfigurationSmmLib
-    ToCome, // UpiHostDataLibSmm
-    ToCome, // DxeRasRcDataLib
+    {.FormA = CsrPseudoOffsetConvertLibConstructor},
+    {.FormA = SmmPciExpressLibConstructor},
+    {.FormA = SmmSysHostPointerLibProtocolConstructor},
+    {.FormA = EmulationConfigurationLibConstructor},
+    {.FormA = UpiHostDataLibConstructor},
+    {.FormA = RasRcDataLibConstructor},
     {.FormA = SmmPlatMemTopologyLibConstructor},
-    ToCome, // IioTopologyLibSpr
+    {.FormA = IioTopologyLibConstructor},
     {.FormA = MmServicesTableLibConstructor},
     {.FormA = AcpiTableClientConstructor},
     {.FormA = InitializeErrorReportLib},
@@ -64,7 +69,7 @@ constexpr LibraryFunction Constructors[] = {
 };
 
 constexpr LibraryFunction Destructors[] = {
-    ToCome, // SysHostPointerLib
+    {.FormA = SmmSysHostPointerLibProtocolDestructor},
     {.FormA = SmmMemoryAllocationLibDestructor},
 };
 
@@ -87,6 +92,9 @@ ProcessLibraryConstructorList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemT
 VOID EFIAPI
 ProcessLibraryDestructorList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable)
 {
+  // The library at position 21 has no entry in the list, and its notification must not reach a
+  // driver that is gone.
+  IioTopologyLibWithdraw ();
   CallLibraries (Destructors, ArrayCount (Destructors), FirstDestructorLine, ImageHandle,
                  SystemTable);
 }

@@ -32,11 +32,12 @@ TEST_F (ShowBoot, TellsWhoMadeAndUsesEachStore)
                    "RasMailBox 632 \"smm\" 0[0,1,2]\n"
                    "RasAcpiParam 3226 \"outside\" 0[0,1,2]\n"
                    "SmmPlatMemTopology 12972 \"smm\" 0[0,1,2]\n"
+                   "PlatIioTopology 2664 \"smm\" 0[0,1,2]\n"
                    "MemErrorRecordList 103432 \"smm\" 0[0,1,2]\n"
                    "ProcessorErrorRecordList 110088 \"smm\" 0[0,1,2]\n");
   EXPECT_EQ (Shown["stores"][2]["start"], "00 00 00 00 FF FF FF FF FF FF FF FF FF FF FF FF");
   const std::string Out = Run ("show stores").Out;
-  EXPECT_TRUE (Out.starts_with ("Two-socket server: 1 driver, 6 shared stores\n"
+  EXPECT_TRUE (Out.starts_with ("Two-socket server: 1 driver, 7 shared stores\n"
                                 "  LoggingLock                   16 bytes at 0x"))
       << Out;
   EXPECT_NE (Out.find (", outside SMM, locked, made by driver 0, used by 1 driver\n    00 00 00 00 "
