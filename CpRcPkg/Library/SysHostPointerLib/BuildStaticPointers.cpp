@@ -27,13 +27,16 @@ AllocateTable (UINTN RangeCount)
   return Table;
 }
 
-/// Whether Pointer, which is not null, leads to a block that may be copied.
-bool
-IsCopyableBlock (UINT64 Pointer)
+/// Number of bytes that may be copied of what Pointer, which is not null, leads to. 0 if it is no
+/// block.
+UINTN
+CopyableSize (UINT64 Pointer)
 {
-  const auto *Header = reinterpret_cast<const StaticPointerBlockHeader *> (Pointer);
-  const EFI_GUID Signature = Header->Signature;
-  return CompareGuid (&Signature, &gStaticPointerBlockGuid) && Header->Size != 0;
+  // One read: the block lies outside SMRAM.
+  const StaticPointerBlockHeader Header =
+      *reinterpret_cast<const StaticPointerBlockHeader *> (Pointer);
+  const EFI_GUID Signature = Header.Signature;
+  return CompareGuid (&Signature, &gStaticPointerBlockGuid) ? Header.Size : 0;
 }
 
 /// Returns what becomes of a pointer of the HOB in its slot: the address of a copy in SMRAM, or
@@ -41,18 +44,17 @@ IsCopyableBlock (UINT64 Pointer)
 UINT64
 SlotPointer (UINT64 Pointer, UINTN Slot)
 {
-  if (Pointer == 0 || !IsCopyableBlock (Pointer)) {
+  const UINTN Size = Pointer != 0 ? CopyableSize (Pointer) : 0;
+  if (Size == 0) {
     return Pointer;
   }
-  const auto *Block = reinterpret_cast<const StaticPointerBlockHeader *> (Pointer);
-  const UINTN Size = Block->Size;
   VOID *Copy = AllocatePool (Size);
   if (Copy == nullptr) {
     DEBUG (DEBUG_ERROR, "ERROR: %a: Could not allocate SMM memory for pointer type %x\n",
            "InitializeStaticPointers", Slot);
     return 0;
   }
-  return reinterpret_cast<UINT64> (CopyMem (Copy, Block, Size));
+  return reinterpret_cast<UINT64> (CopyMem (Copy, reinterpret_cast<const VOID *> (Pointer), Size));
 }
 
 /// Fills the slots from the HOB, if there is one.
@@ -101,6 +103,7 @@ InitializeStaticPointers ()
     DEBUG (DEBUG_ERROR, "ERROR: %a: Could not install static pointer table protocol: %r!\n",
            gEfiCallerBaseName, Status);
     ASSERT_EFI_ERROR (Status, TableInstalled);
+    return Status;
   }
-  return Status;
+  return EFI_SUCCESS;
 }

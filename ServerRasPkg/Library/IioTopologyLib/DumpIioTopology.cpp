@@ -9,7 +9,7 @@ VOID
 DumpPorts (const IioTopologySocket &Of, UINTN Socket)
 {
   RasDebugPrint (RAS_DEBUG_FLOW, "SktId = 0x%x, MaxPort 0x%x\n", Socket, Of.MaxPort);
-  for (UINTN Index = 0; Index < Of.MaxPort; ++Index) {
+  for (UINTN Index = 0; Index < PortBound (Of); ++Index) {
     const IioTopologyPort &Port = Of.Port[Index];
     if (Port.Valid != 0) {
       RasDebugPrint (RAS_DEBUG_FLOW,

@@ -73,7 +73,7 @@ IioTopologyReadyToLockNotify (const EFI_GUID *, VOID *, EFI_HANDLE)
     if (Socket->Valid == 0) {
       continue;
     }
-    for (UINTN Port = 0; Port < Socket->MaxPort; ++Port) {
+    for (UINTN Port = 0; Port < PortBound (*Socket); ++Port) {
       if (Socket->Port[Port].Valid != 0) {
         RefreshPort (Index, &Socket->Port[Port]);
       }

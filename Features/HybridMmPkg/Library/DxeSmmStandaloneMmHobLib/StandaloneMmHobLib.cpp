@@ -134,11 +134,16 @@ GetFirstGuidHob (const EFI_GUID *Guid)
 {
   const VOID *Start = GetHobList ();
   while (Start != nullptr) {
-    VOID *Hob = GetNextHob (EFI_HOB_TYPE_GUID_EXTENSION, Start);
-    if (Hob == nullptr || CompareGuid (Guid, NameOf (Hob))) {
+    auto *Hob =
+        static_cast<EFI_HOB_GENERIC_HEADER *> (GetNextHob (EFI_HOB_TYPE_GUID_EXTENSION, Start));
+    if (Hob == nullptr) {
+      return nullptr;
+    }
+    // A block that is too short for a name has none, whatever lies behind it.
+    if (Hob->HobLength >= sizeof (EFI_HOB_GUID_TYPE) && CompareGuid (Guid, NameOf (Hob))) {
       return Hob;
     }
-    Start = FollowingHob (static_cast<EFI_HOB_GENERIC_HEADER *> (Hob));
+    Start = FollowingHob (Hob);
   }
   return nullptr;
 }

@@ -230,6 +230,20 @@ TEST_F (IioTopology, HasNoPortsWhereThePolicyHasTooMany)
   EXPECT_EQ (Store (), Expected (false));
 }
 
+TEST_F (IioTopology, StopsBehindTheLastPortWhateverTheStoreClaims)
+{
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  IioTopologySocket &Last = mIioTopology->Socket[SOCKET_MAX - 1];
+  std::memset (&Last, 0, sizeof Last);
+  std::memset (Last.Stack, 1, sizeof Last.Stack); // would be valid ports
+  Last.Valid = 1;
+  Last.MaxPort = 255;
+  const IioTopologySocket Before = Last;
+  FirmwareSignalReadyToLock ();
+  DumpIioTopology ();
+  EXPECT_EQ (std::memcmp (&Last, &Before, sizeof Last), 0);
+}
+
 TEST_F (IioTopology, DoesWithoutWhatCannotBeReached)
 {
   StandardTopology (&gTopology, 1);

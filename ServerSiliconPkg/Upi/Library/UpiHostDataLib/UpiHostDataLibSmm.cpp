@@ -115,11 +115,14 @@ UpiHostDataLibConstructor (EFI_HANDLE, EFI_SYSTEM_TABLE *)
   if (gSmst == nullptr) {
     return EFI_UNSUPPORTED;
   }
-  if (!EFI_ERROR (BindBlock ())) {
-    return EFI_SUCCESS;
+  EFI_STATUS Status = BindBlock ();
+  if (EFI_ERROR (Status)) {
+    Status = PublishBlock ();
+    if (!EFI_ERROR (Status)) {
+      Status = BindBlock ();
+    }
   }
-  const EFI_STATUS Status = PublishBlock ();
-  return EFI_ERROR (Status) ? Status : BindBlock ();
+  return EFI_ERROR (Status) ? Status : EFI_SUCCESS;
 }
 
 const UpiHostRecord *

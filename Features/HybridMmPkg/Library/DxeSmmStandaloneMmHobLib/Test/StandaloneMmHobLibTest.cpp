@@ -83,6 +83,11 @@ TEST_F (StandaloneMmHobLib, WalksAListOfAllKindsOfBlocks)
   EXPECT_EQ (GetFirstGuidHob (&Absent), nullptr);
   EXPECT_EQ (GetNextHob (EFI_HOB_TYPE_GUID_EXTENSION, Cpu), First);
   EXPECT_EQ (GetNextHob (EFI_HOB_TYPE_CPU, First), nullptr);
+  const EFI_GUID HalfAnEnd = {1, 2, 3, {0xFF, 0xFF, 8}}; // its second half reads as an end
+  Second->Name = HalfAnEnd;
+  EXPECT_EQ (GetFirstGuidHob (&HalfAnEnd), Second);
+  Second->Header.HobLength = 16;
+  EXPECT_EQ (GetFirstGuidHob (&HalfAnEnd), nullptr) << "a block that ends within its name";
   Second->Header.HobLength = 4;
   EXPECT_EQ (GetFirstGuidHob (&Absent), nullptr) << "a block shorter than its header is the last";
   Cpu->Header.HobLength = 4;
