@@ -1,12 +1,16 @@
 #include "BlockArena.h"
 
+#include <stdexcept>
+
 #include <sanitizer/asan_interface.h>
+#include <sys/mman.h>
 
 namespace {
 
 /// A block lies this far behind the start of its stretch; the next stretch's red zone follows it.
 constexpr UINTN RedZone = 24;
 constexpr UINTN StretchAlignment = 16;
+constexpr UINTN PageSize = 4096;
 static_assert (RedZone % StretchAlignment == 8);
 
 /// Size of the stretch that a block of so many bytes takes.
@@ -16,17 +20,28 @@ StretchSize (UINTN Bytes)
   return (RedZone + Bytes + StretchAlignment - 1) / StretchAlignment * StretchAlignment;
 }
 
+UINT8 *
+TakePages (UINTN Bytes)
+{
+  void *Pages = mmap (nullptr, Bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (Pages == MAP_FAILED) {
+    throw std::runtime_error ("no memory for a pool");
+  }
+  return static_cast<UINT8 *> (Pages);
+}
+
 } // namespace
 
 BlockArena::BlockArena (UINTN Bytes)
-    : TotalSize (Bytes), Memory (new UINT8[Bytes]), Free ({{0, Bytes - RedZone}})
+    : TotalSize (Bytes), Memory (TakePages (Bytes)), Free ({{0, Bytes - RedZone}})
 {
-  ASAN_POISON_MEMORY_REGION (Memory.get (), TotalSize);
+  ASAN_POISON_MEMORY_REGION (Memory, TotalSize);
 }
 
 BlockArena::~BlockArena ()
 {
-  ASAN_UNPOISON_MEMORY_REGION (Memory.get (), TotalSize);
+  ASAN_UNPOISON_MEMORY_REGION (Memory, TotalSize);
+  munmap (Memory, TotalSize);
 }
 
 /// The first free stretch of that size from the cursor on, then from the start.
@@ -65,7 +80,7 @@ BlockArena::Take (UINTN Bytes)
     Free[Offset + Needed] = Available - Needed;
   }
   Cursor = Offset + Needed;
-  UINT8 *Block = Memory.get () + Offset + RedZone;
+  UINT8 *Block = Memory + Offset + RedZone;
   ASAN_UNPOISON_MEMORY_REGION (Block, Bytes);
   return Block;
 }
@@ -75,7 +90,10 @@ BlockArena::Return (void *Block, UINTN Bytes)
 {
   const std::lock_guard Guard (Lock);
   ASAN_POISON_MEMORY_REGION (Block, Bytes);
-  const auto Offset = static_cast<UINTN> (static_cast<UINT8 *> (Block) - Memory.get ()) - RedZone;
+  const auto Offset = static_cast<UINTN> (static_cast<UINT8 *> (Block) - Memory) - RedZone;
+  if (Offset < SealedSize) {
+    return;
+  }
   const auto Added = Free.emplace (Offset, StretchSize (Bytes)).first;
   const auto Next = std::next (Added);
   if (Next != Free.end () && Added->first + Added->second == Next->first) {
@@ -91,10 +109,29 @@ BlockArena::Return (void *Block, UINTN Bytes)
   }
 }
 
+void
+BlockArena::Seal ()
+{
+  const std::lock_guard Guard (Lock);
+  UINTN UsedSize = TotalSize;
+  if (!Free.empty () && Free.rbegin ()->first + Free.rbegin ()->second == TotalSize - RedZone) {
+    UsedSize = Free.rbegin ()->first;
+  }
+  SealedSize = (UsedSize + PageSize - 1) / PageSize * PageSize;
+  Free.clear ();
+  if (SealedSize + RedZone < TotalSize) {
+    Free[SealedSize] = TotalSize - RedZone - SealedSize;
+  }
+  Cursor = SealedSize;
+  if (mprotect (Memory, SealedSize, PROT_READ) != 0) {
+    throw std::runtime_error ("a pool cannot be protected");
+  }
+}
+
 const UINT8 *
 BlockArena::Begin () const
 {
-  return Memory.get ();
+  return Memory;
 }
 
 UINTN

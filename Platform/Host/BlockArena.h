@@ -2,7 +2,6 @@
 #pragma once
 
 #include <map>
-#include <memory>
 #include <mutex>
 
 #include "Base.h"
@@ -14,12 +13,18 @@ class BlockArena {
 public:
   explicit BlockArena (UINTN Bytes);
   ~BlockArena ();
+  BlockArena (const BlockArena &) = delete;
+  BlockArena &operator= (const BlockArena &) = delete;
 
   /// Null when there is no room.
   void *Take (UINTN Bytes);
 
   /// Takes back a block that Take gave for the same number of bytes.
   void Return (void *Block, UINTN Bytes);
+
+  /// Makes every block given so far read-only for good: whoever writes to one ends the process. A
+  /// sealed block may be returned, but its memory is not given out again.
+  void Seal ();
 
   /// The range in which all blocks lie.
   [[nodiscard]] const UINT8 *Begin () const;
@@ -30,9 +35,10 @@ private:
 
   std::mutex Lock;
   UINTN TotalSize;
-  std::unique_ptr<UINT8[]> Memory;
-  Stretches Free;   ///< Offset and size of each free stretch.
-  UINTN Cursor = 0; ///< Where the search for room goes on.
+  UINT8 *Memory;        ///< Pages of their own.
+  Stretches Free;       ///< Offset and size of each free stretch.
+  UINTN Cursor = 0;     ///< Where the search for room goes on.
+  UINTN SealedSize = 0; ///< Up to where Memory is read-only.
 
   Stretches::iterator FindRoom (UINTN Needed);
 };

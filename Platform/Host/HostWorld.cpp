@@ -99,6 +99,14 @@ HostWorld::Forget ()
 }
 
 void
+HostWorld::SealPools ()
+{
+  for (BlockArena &Each : Arenas) {
+    Each.Seal ();
+  }
+}
+
+void
 HostWorld::Record (const DebugEntry &Entry)
 {
   const std::lock_guard Guard (Lock);

@@ -70,6 +70,9 @@ public:
   /// Drops what has been recorded so far; while no driver runs.
   void Forget ();
 
+  /// Makes all pool blocks read-only that are live now: whoever writes to one ends the process.
+  void SealPools ();
+
   BmcAnswer Bmc;
 
   /// Where each processor stands. Change it while no driver runs, and keep their number.

@@ -21,6 +21,12 @@ TwoSockets (std::vector<PlatformDescription::Device> Devices)
       .Devices = std::move (Devices)};
 }
 
+PlatformDescription
+FourSockets ()
+{
+  return LoadPlatformDescription (QSM_PLATFORM_DATA "/FourSocket.json");
+}
+
 PlatformDescription::Device
 ProcessorDevice (std::optional<std::string> Id, UINT64 Socket)
 {

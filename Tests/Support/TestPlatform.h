@@ -11,6 +11,9 @@
 /// A platform of two sockets with one processor each, and the given devices.
 PlatformDescription TwoSockets (std::vector<PlatformDescription::Device> Devices);
 
+/// The platform of Platform/Data/FourSocket.json.
+PlatformDescription FourSockets ();
+
 /// Devices with the fields of their type.
 PlatformDescription::Device ProcessorDevice (std::optional<std::string> Id, UINT64 Socket);
 PlatformDescription::Device

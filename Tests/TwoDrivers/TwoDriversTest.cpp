@@ -137,21 +137,6 @@ TEST (TwoDrivers, KeepTheLinesOfTwoProcessorsWhole)
   }
 }
 
-TEST (TwoDrivers, KeepTheBuffersOfOneThatDidNotStay)
-{
-  SimulatedPlatform Platform (TwoSockets ({}));
-  ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
-  FaultPlanFail (ServiceRegisterListener, 1, EFI_OUT_OF_RESOURCES);
-  EXPECT_EQ (Platform.LoadDriver ().Status, EFI_OUT_OF_RESOURCES);
-  const std::string Store = StoreText ();
-  EXPECT_EQ (LiveBlocks ().size (), 11U)
-      << "seven buffers, the table of processors, the UPI block, the static pointers and the block "
-         "to which they lead; the SMRAM map is freed";
-  EXPECT_EQ (ProtocolNotificationCount (), 0U);
-  EXPECT_EQ (Platform.LoadDriver ().Status, EFI_SUCCESS);
-  EXPECT_EQ (StoreText (), Store);
-}
-
 TEST (TwoDrivers, OutliveTheFailureOfAnyCallOfTheFirst)
 {
   bool Reached = true;
