@@ -89,3 +89,12 @@ FUNCTION RunStepped
   pop %rbx
   ret
 END_FUNCTION RunStepped
+
+// void ResumeStepping (), to which a function returns that was stepped over. The next trap comes at
+// its caller.
+FUNCTION ResumeStepping
+  pushfq
+  orq $TRAP_FLAG, (%rsp)
+  popfq
+  jmp *mSteppedReturn(%rip)
+END_FUNCTION ResumeStepping

@@ -42,7 +42,13 @@ enum SteppedInstruction : UINTN {
   MOVNTDQ
 };
 
-extern "C" void RunStepped (SteppedCall *Call);
+extern "C" {
+void RunStepped (SteppedCall *Call);
+
+/// Goes on stepping, at mSteppedReturn.
+void ResumeStepping ();
+[[gnu::visibility ("hidden")]] UINTN mSteppedReturn = 0;
+}
 
 namespace {
 
@@ -53,10 +59,27 @@ constexpr int ContextIndex[GENERAL_REGISTER_COUNT] = {
     REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP, REG_RSI, REG_RDI,
     REG_R8,  REG_R9,  REG_R10, REG_R11, REG_R12, REG_R13, REG_R14, REG_R15};
 
+/// Lets a function that watched code has just called run without traps up to its return.
+void
+StepOver (greg_t (&Context)[NGREG])
+{
+  constexpr greg_t TrapFlag = 0x100;
+  auto &ReturnAddress = *reinterpret_cast<UINTN *> (Context[REG_RSP]);
+  if (mProcessor->IsWatched (ReturnAddress)) {
+    mSteppedReturn = ReturnAddress;
+    ReturnAddress = reinterpret_cast<UINTN> (ResumeStepping);
+    Context[REG_EFL] &= ~TrapFlag;
+  }
+}
+
 void
 OnTrap (int, siginfo_t *, void *SignalContext)
 {
   auto &Context = static_cast<ucontext_t *> (SignalContext)->uc_mcontext.gregs;
+  if (mProcessor->OnlyWatches && !mProcessor->IsWatched (static_cast<UINTN> (Context[REG_RIP]))) {
+    StepOver (Context);
+    return;
+  }
   GeneralRegisters General;
   for (UINTN Number = 0; Number < GENERAL_REGISTER_COUNT; ++Number) {
     General[Number] = static_cast<UINT64> (Context[ContextIndex[Number]]);
@@ -205,15 +228,23 @@ SteppedProcessor::Perform (SteppedInstruction Instruction,
   return {"movntdq", 0, {}};
 }
 
+bool
+SteppedProcessor::IsWatched (UINTN Address) const
+{
+  return Address >= Watch.Begin && Address < Watch.End;
+}
+
 UINTN
 SteppedProcessor::Play (const UINT8 *Code, GeneralRegisters &General)
 {
-  const auto Address = reinterpret_cast<UINTN> (Code);
-  if (Address >= Watch.Begin && Address < Watch.End) {
+  if (IsWatched (reinterpret_cast<UINTN> (Code))) {
     if (Watch.Instructions++ == 0) {
       Watch.EntryStackPointer = Watch.LowestStackPointer = General[RSP];
     }
     Watch.LowestStackPointer = std::min<UINTN> (Watch.LowestStackPointer, General[RSP]);
+  }
+  if (OnlyWatches) {
+    return 0;
   }
 
   constexpr UINT8 RexMask = 0xF0;

@@ -100,9 +100,16 @@ public:
 
   CodeWatch Watch;
 
+  /// Plays nothing, and lets what the watched code calls run at full speed: for long runs of code
+  /// whose traps somebody else handles.
+  bool OnlyWatches = false;
+
   /// The played instructions since the last call, and each MFENCE and MOVNTDQ, with their operands
   /// in hexadecimal: "mov cr4; incssp 1; ". Further ones than fit Steps are left out.
   std::string TakeTranscript ();
+
+  /// For the trap: whether the code at an address is watched.
+  [[nodiscard]] bool IsWatched (UINTN Address) const;
 
   /// For the trap: plays the instruction at Code. Returns its length, or 0 for one that is to run
   /// for real. Allocates nothing.

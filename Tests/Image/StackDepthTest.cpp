@@ -1,5 +1,5 @@
-/// How deep one call of the listener goes into the stack of System Management Mode, and how many
-/// instructions of the image it takes.
+/// How many instructions of the image its load takes, and one call of the listener, which is also
+/// watched for how deep it goes into the stack of System Management Mode.
 
 #include "TestPlatform.h"
 
@@ -17,6 +17,7 @@
 namespace {
 
 constexpr UINTN StackDepthMax = 1536;
+constexpr UINTN LoadInstructionsMax = 3000000;
 
 EFI_SMM_RSC_HANDLER_CALLBACK mListener = nullptr;
 
@@ -32,6 +33,32 @@ EFI_STATUS EFIAPI
 DiscardMessage (UINTN, const CHAR8 *, const CHAR8 *, VA_LIST)
 {
   return EFI_SUCCESS;
+}
+
+TEST (Load, TakesFewInstructions)
+{
+  const std::pair<const char *, PlatformDescription> Platforms[] = {
+      {"two sockets", TwoSockets ({})}, {"four sockets", FourSockets ()}};
+  for (const auto &[Name, Description] : Platforms) {
+    SimulatedPlatform Platform (Description);
+    gHostMachine = &Platform.Machine;
+    gDebugService.PrintWithName = DiscardMessage;
+    ImageInstance Image (ReadBuiltFile (ImageName));
+    const EFI_HANDLE Handle = FirmwareAddImage (Image.Base, Image.Size);
+    SteppedProcessor Processor;
+    Processor.OnlyWatches = true;
+    Processor.Watch.Begin = reinterpret_cast<UINTN> (Image.Base);
+    Processor.Watch.End = Processor.Watch.Begin + Image.Size;
+    Image.Run ([&] {
+      const RegisterFile Exit = Processor.Run (
+          Image.Entry, RegisterFile (0, {reinterpret_cast<UINTN> (Handle),
+                                         reinterpret_cast<UINTN> (FirmwareSystemTable ())}));
+      EXPECT_EQ (Exit.General[RAX], EFI_SUCCESS);
+    });
+    EXPECT_EQ (Platform.Machine.Uart.Sent, "") << "the port is idle";
+    EXPECT_LT (Processor.Watch.Instructions, LoadInstructionsMax);
+    std::cout << Name << ": " << Processor.Watch.Instructions << " instructions\n";
+  }
 }
 
 TEST (ListenerCall, StaysWithinItsShareOfTheStack)
