@@ -1,6 +1,5 @@
 #include "TestPlatform.h"
 
-#include <cstring>
 #include <iomanip>
 #include <sstream>
 
@@ -8,9 +7,8 @@
 #include "Protocol/SmmDebugService.h"
 #include "ProtocolDatabase.h"
 #include "Record/ErrorClass.h"
+#include "SharedBuffers.h"
 #include "SmmAccess.h"
-#include "VariablePolicy.h"
-#include "VariableStore.h"
 
 PlatformDescription
 TwoSockets (std::vector<PlatformDescription::Device> Devices)
@@ -72,22 +70,9 @@ std::string
 StoreText ()
 {
   std::ostringstream Text;
-  for (const Variable &Entry : gVariables) {
-    if (!Entry.InUse) {
-      continue;
-    }
-    UINT8 *Buffer = nullptr;
-    std::memcpy (&Buffer, Entry.Data, sizeof Buffer);
-    for (const PoolKind Kind : {PoolSmm, PoolBoot}) {
-      for (const PoolBlock &Block : gPools[Kind].Blocks) {
-        if (Block.Live && Block.Address == Buffer) {
-          const std::u16string Name = Entry.Name;
-          Text << std::string (Name.begin (), Name.end ()) << ' ' << Block.Size
-               << (Kind == PoolSmm ? " in SMM, " : " outside, ")
-               << (VariablePolicyLocks (Entry.Name, &Entry.Namespace) ? "locked\n" : "open\n");
-        }
-      }
-    }
+  for (const SharedBuffer &Buffer : SharedBuffers ()) {
+    Text << Buffer.Name << ' ' << Buffer.Content.size ()
+         << (Buffer.InSmm ? " in SMM, " : " outside, ") << (Buffer.Locked ? "locked\n" : "open\n");
   }
   return Text.str ();
 }

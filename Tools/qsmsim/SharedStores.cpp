@@ -1,13 +1,10 @@
 #include "SharedStores.h"
 
-#include <algorithm>
-#include <cstring>
 #include <map>
+#include <string>
 
 #include "Guid.h"
-#include "Pool.h"
 #include "Record/RasGlobalData.h"
-#include "VariablePolicy.h"
 #include "VariableStore.h"
 
 namespace {
@@ -65,20 +62,6 @@ WatchedSet (const CHAR16 *Name,
   return Status;
 }
 
-/// Fills in what the pools know about the buffer.
-void
-FindBlock (SharedStore &Store)
-{
-  for (const PoolKind Kind : {PoolSmm, PoolBoot}) {
-    for (const PoolBlock &Block : gPools[Kind].Blocks) {
-      if (Block.Live && reinterpret_cast<UINT64> (Block.Address) == Store.Address) {
-        Store.Content = {Block.Address, Block.Size};
-        Store.InSmm = Kind == PoolSmm;
-      }
-    }
-  }
-}
-
 } // namespace
 
 StoreWatch::StoreWatch (const SimulatedPlatform &Platform)
@@ -99,18 +82,9 @@ std::vector<SharedStore>
 StoreWatch::Stores () const
 {
   std::vector<SharedStore> Stores;
-  for (const Variable &Entry : gVariables) {
-    if (!Entry.InUse || !IsSameGuid (Entry.Namespace, gRasGlobalDataVariableGuid)) {
-      continue;
-    }
-    SharedStore &Store = Stores.emplace_back ();
-    Store.Name = AsciiText (Entry.Name);
-    std::memcpy (&Store.Address, Entry.Data,
-                 std::min<UINTN> (Entry.DataSize, sizeof Store.Address));
-    FindBlock (Store);
-    Store.Locked = VariablePolicyLocks (Entry.Name, &Entry.Namespace);
-    Store.Maker = mUsages[Store.Name].Maker;
-    Store.Users = mUsages[Store.Name].Users;
+  for (const SharedBuffer &Buffer : SharedBuffers ()) {
+    const Usage &Known = mUsages[Buffer.Name];
+    Stores.push_back ({Buffer, Known.Maker, Known.Users});
   }
   return Stores;
 }

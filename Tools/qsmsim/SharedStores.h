@@ -1,22 +1,15 @@
-/// The buffers that the RAS drivers of a boot share, as the firmware sees them.
+/// Who uses the buffers that the RAS drivers of a boot share.
 #pragma once
 
 #include <optional>
 #include <set>
-#include <span>
-#include <string>
 #include <vector>
 
-#include "Base.h"
+#include "SharedBuffers.h"
 #include "SimulatedPlatform.h"
 
-/// One buffer that the store's variables lead to.
-struct SharedStore {
-  std::string Name;
-  UINT64 Address = 0;
-  std::span<const UINT8> Content; ///< Empty when no live pool block starts there.
-  bool InSmm = false;
-  bool Locked = false;        ///< A variable policy keeps its variable from changes.
+/// One buffer with those who know it.
+struct SharedStore : SharedBuffer {
   std::optional<UINTN> Maker; ///< The driver that has set the variable, counted from 0.
   std::set<UINTN> Users;      ///< The drivers that know the address: the maker and all finders.
 };
