@@ -4,6 +4,7 @@
 
 #include "InputFile.h"
 #include "Options.h"
+#include "ToolOptions.h"
 
 namespace {
 

@@ -1,14 +1,13 @@
 #include "Qsmsim.h"
 
-#include <algorithm>
 #include <list>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "Commands.h"
-#include "InputFile.h"
 #include "Options.h"
+#include "ToolRun.h"
 
 namespace {
 
@@ -162,17 +161,10 @@ AddShow (CLI::App &App, ShowArguments &Arguments, Console &Console, int &ExitCod
   }
 }
 
-/// Complains of whatever is wrong in one line.
-int
-Complain (Console &Console, std::string Text)
-{
-  std::ranges::replace (Text, '\n', ' ');
-  Console.Err << "qsmsim: " << Text << std::endl;
-  return EXIT_INPUT;
-}
+} // namespace
 
 int
-Run (int ArgumentCount, const char *const *Arguments, Console &Console)
+QsmsimMain (int ArgumentCount, const char *const *Arguments, Console &Console)
 {
   CLI::App App (Description, "qsmsim");
   App.require_subcommand (1);
@@ -183,32 +175,5 @@ Run (int ArgumentCount, const char *const *Arguments, Console &Console)
   AddMake (App, Make);
   ShowArguments Show;
   AddShow (App, Show, Console, ExitCode);
-  try {
-    App.parse (ArgumentCount, Arguments);
-    return ExitCode;
-  } catch (const CLI::CallForHelp &) {
-    Console.Out << App.help ();
-    return EXIT_DONE;
-  } catch (const CLI::ParseError &Error) {
-    // A misspelt name explains a missing one, and not the other way round.
-    const std::vector<std::string> Unknown = App.remaining (true);
-    return Complain (Console, (Unknown.empty () ? Error.what ()
-                                                : "There is no \"" + Unknown.front () + "\" here") +
-                                  std::string (" (see --help)"));
-  } catch (const InputError &Error) {
-    return Complain (Console, Error.what ());
-  }
-}
-
-} // namespace
-
-int
-QsmsimMain (int ArgumentCount, const char *const *Arguments, Console &Console)
-{
-  const int ExitCode = Run (ArgumentCount, Arguments, Console);
-  Console.Out.flush ();
-  if (!Console.Out) {
-    return Complain (Console, "standard output: expected to be writable");
-  }
-  return ExitCode;
+  return RunTool (App, ArgumentCount, Arguments, Console, ExitCode);
 }

@@ -9,10 +9,6 @@
 #include "Console.h"
 #include "CperLayout.h"
 
-inline constexpr int EXIT_DONE = 0;
-inline constexpr int EXIT_FAULT = 1; ///< The run found a fault.
-inline constexpr int EXIT_INPUT = 2; ///< Usage or bad input; also output that cannot be written.
-
 /// Ending of record files in a directory.
 inline constexpr const char *RECORD_SUFFIX = ".cper";
 

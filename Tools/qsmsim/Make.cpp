@@ -11,6 +11,7 @@
 #include "InputFile.h"
 #include "Options.h"
 #include "Record/ErrorClass.h"
+#include "ToolOptions.h"
 
 namespace {
 

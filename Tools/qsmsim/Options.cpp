@@ -7,14 +7,9 @@
 
 #include "Guid.h"
 #include "InputFile.h"
+#include "ToolOptions.h"
 
 namespace {
-
-[[noreturn]] void
-Refuse (const std::string &Option, std::string_view Expected, const std::string &Found)
-{
-  throw InputError (fmt::format ("{}: expected {}, found \"{}\"", Option, Expected, Found));
-}
 
 template <typename Value>
 const Value *
@@ -30,16 +25,6 @@ FindNamed (std::span<const Named<Value>> Values, const std::string &Name)
 
 } // namespace
 
-UINT64
-NumberOption (const std::string &Option, const std::string &Text, UINT64 Minimum, UINT64 Maximum)
-{
-  const auto Number = ParseNumber (Text);
-  if (!Number || *Number < Minimum || *Number > Maximum) {
-    Refuse (Option, fmt::format ("a number from {} to {}", Minimum, Maximum), Text);
-  }
-  return *Number;
-}
-
 UINT32
 SeverityOption (const std::string &Option, const std::string &Text)
 {
@@ -48,7 +33,7 @@ SeverityOption (const std::string &Option, const std::string &Text)
   }
   const auto Number = ParseNumber (Text);
   if (!Number || *Number > std::numeric_limits<UINT32>::max ()) {
-    Refuse (Option, NamesText (CperSeverities ()) + " or a number of 32 bits", Text);
+    RefuseOption (Option, NamesText (CperSeverities ()) + " or a number of 32 bits", Text);
   }
   return static_cast<UINT32> (*Number);
 }
@@ -58,7 +43,7 @@ NotificationOption (const std::string &Option, const std::string &Text)
 {
   const EFI_GUID *Notification = FindNamed (CperNotifications (), Text);
   if (Notification == nullptr) {
-    Refuse (Option, NamesText (CperNotifications ()), Text);
+    RefuseOption (Option, NamesText (CperNotifications ()), Text);
   }
   return *Notification;
 }
@@ -68,7 +53,7 @@ GuidOption (const std::string &Option, const std::string &Text)
 {
   const auto Guid = ParseGuid (Text);
   if (!Guid) {
-    Refuse (Option, "a GUID like " + GuidText (gEfiPcieErrorSectionGuid), Text);
+    RefuseOption (Option, "a GUID like " + GuidText (gEfiPcieErrorSectionGuid), Text);
   }
   return *Guid;
 }
@@ -77,7 +62,7 @@ std::string
 TextOption (const std::string &Option, const std::string &Text, UINTN LengthMax)
 {
   if (Text.size () > LengthMax || !IsPrintableAscii (Text)) {
-    Refuse (Option, fmt::format ("at most {} printable ASCII characters", LengthMax), Text);
+    RefuseOption (Option, fmt::format ("at most {} printable ASCII characters", LengthMax), Text);
   }
   return Text;
 }
@@ -90,7 +75,7 @@ CmosOption (const std::string &Option, const std::string &Text)
   const auto Byte = ParseNumber (Text.substr (std::min (Sign + 1, Text.size ())));
   constexpr UINT64 Max = std::numeric_limits<UINT8>::max ();
   if (!Offset || !Byte || *Offset > Max || *Byte > Max) {
-    Refuse (Option, fmt::format ("OFFSET=VALUE, numbers from 0 to {}", Max), Text);
+    RefuseOption (Option, fmt::format ("OFFSET=VALUE, numbers from 0 to {}", Max), Text);
   }
   return {static_cast<UINT8> (*Offset), static_cast<UINT8> (*Byte)};
 }

@@ -21,9 +21,6 @@ NamesText (std::span<const Named<Value>> Values)
   return Text;
 }
 
-UINT64
-NumberOption (const std::string &Option, const std::string &Text, UINT64 Minimum, UINT64 Maximum);
-
 /// The severity by its name, or any 32-bit number.
 UINT32 SeverityOption (const std::string &Option, const std::string &Text);
 

@@ -6,8 +6,9 @@
 
 #include "Boot.h"
 #include "InputFile.h"
-#include "Options.h"
 #include "ReportWriter.h"
+#include "ToolOptions.h"
+#include "ToolRun.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include "HandOffBlocks.h"
 #include "Record/RasLevelMask.h"
 #include "SharedStores.h"
+#include "ToolRun.h"
 
 namespace {
 

@@ -1,19 +1,9 @@
-#include <csignal>
-#include <iostream>
-
-#include <unistd.h>
-
 #include "Qsmsim.h"
+#include "ToolRun.h"
 
 int
 main (int ArgumentCount, char **Arguments)
 {
-  // A closed pipe then shows as a failed write, which is reported like any other.
-  std::signal (SIGPIPE, SIG_IGN);
-  std::ios::sync_with_stdio (false);
-  Console Console = {.Out = std::cout,
-                     .Err = std::cerr,
-                     .OutIsTerminal = isatty (STDOUT_FILENO) != 0,
-                     .ErrIsTerminal = isatty (STDERR_FILENO) != 0};
+  Console Console = ProcessConsole ();
   return QsmsimMain (ArgumentCount, Arguments, Console);
 }

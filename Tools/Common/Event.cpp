@@ -5,7 +5,6 @@
 
 #include <fmt/format.h>
 
-#include "CperLayout.h"
 #include "Record/ErrorClass.h"
 #include "Record/RequestData.h"
 
@@ -23,12 +22,16 @@ DecodeEvent (std::span<const UINT8> Data)
 std::string
 ErrorClassText (UINT8 ErrorClass)
 {
-  for (const CperSection &Section : CperSections ()) {
-    if (Section.ErrorClass == ErrorClass) {
-      return Section.Name;
-    }
+  switch (ErrorClass) {
+  case ErrorClassProcessor:
+    return "processor";
+  case ErrorClassMemory:
+    return "memory";
+  case ErrorClassPcie:
+    return "pcie";
+  default:
+    return fmt::format ("type {}", ErrorClass);
   }
-  return fmt::format ("type {}", ErrorClass);
 }
 
 std::string
