@@ -27,7 +27,9 @@ public:
   static UINT32
   Register (UINTN Address, UINTN Width)
   {
-    const auto Noise = static_cast<UINT32> (Address * 0x9E3779B97F4A7C15 >> 29);
+    constexpr UINT64 Mixer = 0x9E3779B97F4A7C15;
+    const UINT64 Mixed = Address * Mixer;
+    const auto Noise = static_cast<UINT32> ((Mixed ^ Mixed >> 32) * Mixer >> 32);
     return Width == 1 ? Noise & 0x83 : (Noise & 3) == 0 ? 0xFFFFFFFF : Noise;
   }
 
