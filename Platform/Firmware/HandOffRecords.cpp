@@ -117,7 +117,8 @@ FillSocket (UINTN Socket, const SocketRow &Row)
   FillPorts (Socket, Row);
 }
 
-/// Leaves the pointers of the earlier phases: one, to a block that may be copied.
+/// Leaves the pointers of the earlier phases: one to a block that may be copied, and one to a
+/// record without a header, which cannot.
 VOID
 AddStaticPointers ()
 {
@@ -128,6 +129,7 @@ AddStaticPointers ()
       AddHob (gStaticPointerHobGuid, sizeof (StaticPointerHobData)));
   *mStaticPointers = {};
   mStaticPointers->Pointers[SptSysHost] = reinterpret_cast<UINT64> (&mHostBlock);
+  mStaticPointers->Pointers[SptMemMapHost] = reinterpret_cast<UINT64> (mClosedRecord);
 }
 
 } // namespace

@@ -24,7 +24,8 @@ extern TopologyRows gTopology;
 extern SystemInfoRecord gSystemInfo;
 
 /// Leaves the HOBs and publishes the records of a standard topology with as many sockets as the
-/// world's processors have packages. One static pointer leads to a block, which may be copied.
+/// world's processors have packages. Two static pointers lead to host structures, of which one may
+/// be copied.
 VOID HandOffRecordsReset ();
 
 /// Writes the rows in gTopology to the records again. A number of ports that is too large goes to

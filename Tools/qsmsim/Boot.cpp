@@ -1,5 +1,7 @@
 #include "Boot.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "InputFile.h"
@@ -11,6 +13,11 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr UINTN DRIVER_COUNT_MAX = 16;
+
+constexpr Named<BootStage> Stages[] = {
+    {"loaded", BootStage::Loaded},
+    {"locked", BootStage::Locked},
+};
 
 fs::path
 DriverOption (const std::string &File)
@@ -33,12 +40,20 @@ ReadBootPlan (const BootArguments &Arguments)
   BootPlan Plan = {.Platform = PlatformOption (Arguments.PlatformFile),
                    .Driver = DriverOption (Arguments.Driver),
                    .DriverCount =
-                       NumberOption ("--drivers", Arguments.DriverCount, 1, DRIVER_COUNT_MAX)};
+                       NumberOption ("--drivers", Arguments.DriverCount, 1, DRIVER_COUNT_MAX),
+                   .Stage = NamedOption<BootStage> ("--stage", Arguments.Stage, Stages)};
   for (const std::string &Assignment : Arguments.Cmos) {
     const auto [Offset, Byte] = CmosOption ("--cmos", Assignment);
     Plan.Platform.Cmos[Offset] = Byte;
   }
   return Plan;
+}
+
+std::string
+StageText (BootStage Stage)
+{
+  const auto *Found = std::ranges::find (Stages, Stage, &Named<BootStage>::Of);
+  return Found->Name;
 }
 
 std::string
@@ -65,7 +80,7 @@ Boot (SimulatedPlatform &Platform, const BootPlan &Plan)
   for (UINTN Index = 0; Index < Plan.DriverCount && Last.Fault.empty (); ++Index) {
     Last = Try (Platform, nullptr, [&] { return Platform.LoadDriver (Plan.Driver); });
   }
-  if (Last.Fault.empty ()) {
+  if (Last.Fault.empty () && Plan.Stage == BootStage::Locked) {
     Last = Try (Platform, nullptr, [&] { return Platform.SignalReadyToLock (); });
   }
   return Last;

@@ -8,11 +8,20 @@
 #include "Commands.h"
 #include "Outcome.h"
 
+/// How far a boot goes.
+enum class BootStage {
+  Loaded, ///< All drivers are loaded, and more could be.
+  Locked, ///< SmmReadyToLock has been signalled.
+};
+
+std::string StageText (BootStage Stage);
+
 /// What boots.
 struct BootPlan {
   PlatformDescription Platform;
   std::filesystem::path Driver;
   UINTN DriverCount;
+  BootStage Stage;
 };
 
 /// Reads what the arguments name. Throws InputError for what does not fit.
@@ -26,6 +35,6 @@ std::string CountText (UINTN Count, const std::string &Singular);
 Outcome
 Try (SimulatedPlatform &Platform, const CperFile *File, const std::function<CallResult ()> &Call);
 
-/// Loads the drivers one after the other and ends the phase in which that can be done, up to the
-/// first fault. Returns the outcome of the last step.
+/// Loads the drivers one after the other and goes on to the stage of the plan, up to the first
+/// fault. Returns the outcome of the last step.
 Outcome Boot (SimulatedPlatform &Platform, const BootPlan &Plan);

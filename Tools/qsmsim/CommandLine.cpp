@@ -146,18 +146,16 @@ AddShow (CLI::App &App, ShowArguments &Arguments, Console &Console, int &ExitCod
   CLI::App *Inventory = Add ("inventory", "The devices and their Redfish ids");
   AddPlatformOption (*Inventory, Arguments.Boot);
   Inventory->callback ([&] { RunShowInventory (Arguments, Console); });
-  const struct {
-    const char *Name, *Help;
-    int (*Run) (const ShowArguments &, ::Console &);
-  } Rows[] = {
-      {"stores", "The buffers that the drivers of a boot share", RunShowStores},
-      {"hobs", "The hand-off blocks", RunShowHobs},
-      {"log", "What the start-up has sent by the serial port", RunShowLog},
-  };
-  for (const auto &Row : Rows) {
-    CLI::App *Command = Add (Row.Name, Row.Help);
+  for (const ShowTopic &Topic : ShowTopics ()) {
+    CLI::App *Command = Add (Topic.Name, Topic.Help);
     AddBootOptions (*Command, Arguments.Boot);
-    Command->callback ([&, Run = Row.Run] { ExitCode = Run (Arguments, Console); });
+    Command
+        ->add_option ("--stage", Arguments.Boot.Stage,
+                      "How far the boot goes: loaded, when all drivers are and SmmReadyToLock has "
+                      "not been signalled yet, or locked, when it has")
+        ->type_name ("STAGE")
+        ->capture_default_str ();
+    Command->callback ([&, Topic] { ExitCode = RunShow (Topic, Arguments, Console); });
   }
 }
 

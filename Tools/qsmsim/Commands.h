@@ -3,6 +3,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,7 @@ struct BootArguments {
   std::vector<std::string> Cmos; ///< "OFFSET=VALUE" each, over what the platform's file has.
   std::string Driver;
   std::string DriverCount = "1";
+  std::string Stage = "locked"; ///< By name: how far the boot goes.
 };
 
 struct ReportArguments {
@@ -54,8 +56,17 @@ struct ShowArguments {
 
 void RunShowInventory (const ShowArguments &Arguments, Console &Console);
 
-/// Each boots, and shows what the boot has left, also one that has ended in a fault. Returns the
-/// exit code.
-int RunShowStores (const ShowArguments &Arguments, Console &Console);
-int RunShowHobs (const ShowArguments &Arguments, Console &Console);
-int RunShowLog (const ShowArguments &Arguments, Console &Console);
+struct BootedPlatform;
+struct BootView;
+
+/// Something that a boot leaves, and how it is seen.
+struct ShowTopic {
+  const char *Name, *Help;
+  BootView (*View) (const BootedPlatform &Booted);
+};
+
+std::span<const ShowTopic> ShowTopics ();
+
+/// Boots, and shows what the boot has left, also one that has ended in a fault. Returns the exit
+/// code.
+int RunShow (const ShowTopic &Topic, const ShowArguments &Arguments, Console &Console);

@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-#include "Guid.h"
+#include "Identity.h"
 #include "Record/ErrorClass.h"
 
 namespace {

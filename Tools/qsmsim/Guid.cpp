@@ -1,7 +1,5 @@
 #include "Guid.h"
 
-#include <cstring>
-
 #include <fmt/format.h>
 
 #include "InputFile.h"
@@ -12,12 +10,6 @@ namespace {
 constexpr std::size_t GroupLengths[] = {8, 4, 4, 4, 12};
 
 } // namespace
-
-bool
-IsSameGuid (const EFI_GUID &One, const EFI_GUID &Other)
-{
-  return std::memcmp (&One, &Other, sizeof (EFI_GUID)) == 0;
-}
 
 std::string
 GuidText (const EFI_GUID &Guid)

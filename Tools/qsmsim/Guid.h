@@ -7,8 +7,6 @@
 
 #include "Base.h"
 
-bool IsSameGuid (const EFI_GUID &One, const EFI_GUID &Other);
-
 /// "A5BC1114-6F64-4EDE-B863-3E83ED7C83B1".
 std::string GuidText (const EFI_GUID &Guid);
 

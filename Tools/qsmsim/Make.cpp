@@ -32,9 +32,10 @@ ReadEnvelope (const MakeArguments &Arguments)
 {
   CperEnvelope Envelope;
   Envelope.Severity = SeverityOption ("--severity", Arguments.Severity);
-  Envelope.Notification = NotificationOption (
+  Envelope.Notification = NamedOption (
       "--notification",
-      Arguments.Notification.value_or (UsualNotification (Arguments.Section, Envelope.Severity)));
+      Arguments.Notification.value_or (UsualNotification (Arguments.Section, Envelope.Severity)),
+      CperNotifications ());
   Envelope.Revision = static_cast<UINT16> (
       NumberOption ("--revision", Arguments.Revision, CPER_REVISION_MIN, CPER_REVISION_MAX));
   Envelope.RecordId =

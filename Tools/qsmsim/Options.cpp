@@ -7,23 +7,6 @@
 
 #include "Guid.h"
 #include "InputFile.h"
-#include "ToolOptions.h"
-
-namespace {
-
-template <typename Value>
-const Value *
-FindNamed (std::span<const Named<Value>> Values, const std::string &Name)
-{
-  for (const Named<Value> &Row : Values) {
-    if (Row.Name == Name) {
-      return &Row.Of;
-    }
-  }
-  return nullptr;
-}
-
-} // namespace
 
 UINT32
 SeverityOption (const std::string &Option, const std::string &Text)
@@ -36,16 +19,6 @@ SeverityOption (const std::string &Option, const std::string &Text)
     RefuseOption (Option, NamesText (CperSeverities ()) + " or a number of 32 bits", Text);
   }
   return static_cast<UINT32> (*Number);
-}
-
-EFI_GUID
-NotificationOption (const std::string &Option, const std::string &Text)
-{
-  const EFI_GUID *Notification = FindNamed (CperNotifications (), Text);
-  if (Notification == nullptr) {
-    RefuseOption (Option, NamesText (CperNotifications ()), Text);
-  }
-  return *Notification;
 }
 
 EFI_GUID

@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "Guid.h"
+#include "Identity.h"
 #include "Record/RasGlobalData.h"
 #include "VariableStore.h"
 

@@ -57,6 +57,8 @@ const struct {
     {"show hobs --cmos 76=", "--cmos: expected OFFSET=VALUE, numbers from 0 to 255, found \"76=\""},
     {"show hobs --cmos 76", "--cmos: expected OFFSET=VALUE, numbers from 0 to 255, found \"76\""},
     {"show log --cmos 76=1 77=2", "There is no \"77=2\" here (see --help)"},
+    {"show upi --stage boot", "--stage: expected loaded, locked, found \"boot\""},
+    {"report good.cper --stage loaded", "There is no \"--stage\" here (see --help)"},
     {"show inventory --drivers 2", "There is no \"--drivers\" here (see --help)"},
     {"make memory --channel 2 --dimm 0 -o new", "--socket is required (see --help)"},
     {"make memory --socket 0x10000 --channel 2 --dimm 0 -o new",
@@ -110,7 +112,8 @@ TEST_F (BadInput, IsNotAskedForWithHelp)
 {
   for (const char *Command :
        {"", "report ", "make ", "make memory ", "make pcie ", "make processor ", "make other ",
-        "show ", "show inventory ", "show stores ", "show hobs ", "show log "}) {
+        "show ", "show inventory ", "show stores ", "show hobs ", "show log ", "show topology ",
+        "show pointers ", "show upi "}) {
     SCOPED_TRACE (Command);
     const ToolResult Result = Run (std::string (Command) + "--help");
     EXPECT_EQ (Result.ExitCode, 0);

@@ -37,7 +37,7 @@ TEST_F (ShowBoot, TellsWhoMadeAndUsesEachStore)
                    "ProcessorErrorRecordList 110088 \"smm\" 0[0,1,2]\n");
   EXPECT_EQ (Shown["stores"][2]["start"], "00 00 00 00 FF FF FF FF FF FF FF FF FF FF FF FF");
   const std::string Out = Run ("show stores").Out;
-  EXPECT_TRUE (Out.starts_with ("Two-socket server: 1 driver, 7 shared stores\n"
+  EXPECT_TRUE (Out.starts_with ("Two-socket server: 1 driver, stage locked, 7 shared stores\n"
                                 "  LoggingLock                   16 bytes at 0x"))
       << Out;
   EXPECT_NE (Out.find (", outside SMM, locked, made by driver 0, used by 1 driver\n    00 00 00 00 "
@@ -78,6 +78,138 @@ TEST_F (ShowBoot, TakesTheMaskFromCmosOrFromItsBlock)
     EXPECT_EQ (Log["levelMask"], Row.Mask);
     EXPECT_EQ (Log["text"] != "", Row.Logs);
   }
+}
+
+/// The lines of the text in which the facts of the topology's document stand.
+std::vector<std::string>
+TopologyLines (const Json &Document)
+{
+  const auto Number = [] (const Json &Field) { return Field.get<UINT64> (); };
+  const auto Line = [] (const char *Format, auto... Values) {
+    char Text[100];
+    std::snprintf (Text, sizeof Text, Format, Values...);
+    return std::string (Text);
+  };
+  std::vector<std::string> Lines;
+  for (const Json &Socket : Document["sockets"]) {
+    Lines.push_back (Line (" of %llu ports, UPI 69 0x%02llX, UPI 71 0x%02llX,",
+                           Number (Socket["maxPort"]), Number (Socket["upiSocketByte69"]),
+                           Number (Socket["upiSocketByte71"])));
+    for (const Json &Stack : Socket["stacks"]) {
+      const char *Cxl = Stack["cxlRcrbAllOnes"] == true ? "silent" : "answers";
+      Lines.push_back (
+          Line ("%9llu  %-7s  %-7s          0x%02llX          0x%02llX  0x%llX",
+                Number (Stack["stack"]), Stack["present"] == true ? "yes" : "no",
+                Stack["cxlReady"] == true ? Cxl : "no", Number (Stack["policyStackByte20082"]),
+                Number (Stack["policyStackByte20178"]), Number (Stack["upiStackDword39"])));
+    }
+    for (const Json &Port : Socket["ports"]) {
+      Lines.push_back (Line ("%9llu  %02llX:%02llX.%llX         %02llX           %02llX",
+                             Number (Port["port"]), Number (Port["bus"]), Number (Port["device"]),
+                             Number (Port["function"]), Number (Port["secondaryBus"]),
+                             Number (Port["subordinateBus"])));
+    }
+  }
+  return Lines;
+}
+
+TEST_F (ShowBoot, ShowsTheTopologyOfEachSocketInBothForms)
+{
+  const struct {
+    std::string Platform, Counts;
+    UINTN Lines;
+  } Rows[] = {
+      {"TwoSocket", "33/22 41/27 ", 2 * 13 + 22 + 27},
+      {"FourSocket", "33/22 41/27 49/33 57/38 ", 4 * 13 + 22 + 27 + 33 + 38},
+  };
+  for (const auto &Row : Rows) {
+    for (const bool Locked : {false, true}) {
+      const std::string Line = "topology --platform " QSM_PLATFORM_DATA "/" + Row.Platform +
+                               ".json --drivers 2 --stage " + (Locked ? "locked" : "loaded");
+      SCOPED_TRACE (Line);
+      const Json Shown = ShowJson (Line);
+      EXPECT_EQ (Shown["stage"], Locked ? "locked" : "loaded");
+      std::string Counts;
+      for (const Json &Socket : Shown["sockets"]) {
+        Counts += Socket["maxPort"].dump () + "/" + std::to_string (Socket["ports"].size ()) + " ";
+        EXPECT_EQ (Socket["ports"][0]["secondaryBus"], Locked ? 1 : 0);
+        EXPECT_EQ (Socket["stacks"][2]["cxlReady"], true);
+        EXPECT_EQ (Socket["stacks"][4]["present"], false);
+      }
+      EXPECT_EQ (Counts, Row.Counts);
+      const std::string Text = Run ("show " + Line).Out;
+      const std::vector<std::string> Lines = TopologyLines (Shown);
+      EXPECT_EQ (Lines.size (), Row.Lines);
+      std::size_t Place = 0; // Each line stands in the text, in this order.
+      for (const std::string &Each : Lines) {
+        Place = Text.find (Each + "\n", Place);
+        ASSERT_NE (Place, std::string::npos) << Each << "\n" << Text;
+      }
+    }
+  }
+}
+
+TEST_F (ShowBoot, ShowsThePointersThatAreLeftAtEachStage)
+{
+  for (const bool Locked : {false, true}) {
+    const std::string Line = std::string ("pointers --stage ") + (Locked ? "locked" : "loaded");
+    SCOPED_TRACE (Line);
+    const Json Shown = ShowJson (Line);
+    EXPECT_EQ (Shown["sanitized"], Locked);
+    EXPECT_EQ (Shown["smramRanges"][0]["cpuStart"], "0x000000030000");
+    ASSERT_EQ (Shown["pointers"].size (), 16U);
+    const Json &Copied = Shown["pointers"][0], &Raw = Shown["pointers"][7];
+    EXPECT_EQ (Copied["inSmram"], true);
+    EXPECT_EQ (Copied["size"], 64);
+    EXPECT_EQ (Copied["signature"], "D0EE5959-BAE6-4709-AA2B-55BE9057656D");
+    EXPECT_EQ (Raw["name"], "SptMemMapHost");
+    EXPECT_EQ (Raw["inSmram"], Locked ? Json () : Json (false));
+    EXPECT_EQ (Raw["address"].is_null (), Locked);
+    EXPECT_EQ (Raw["size"], nullptr) << "nobody looks at what lies outside";
+    EXPECT_EQ (Shown["pointers"][8]["name"], nullptr);
+
+    const std::string Text = Run ("show " + Line).Out;
+    for (const char *Part :
+         {Locked ? ", sanitized\n" : ", not sanitized\n", "     0  SptSysHost             0x",
+          "  in SMRAM, 64 bytes, signature D0EE5959-BAE6-4709-AA2B-55BE9057656D\n",
+          Locked ? "     7  SptMemMapHost          none\n" : "  outside SMRAM\n",
+          "    15  -                      none\n"}) {
+      EXPECT_NE (Text.find (Part), std::string::npos) << Part << "\n" << Text;
+    }
+  }
+}
+
+TEST_F (ShowBoot, ShowsTheUpiRecords)
+{
+  const Json Shown = ShowJson ("upi --stage loaded");
+  EXPECT_EQ (Shown["size"], 10472);
+  std::string Sizes;
+  for (const Json &Record : Shown["records"]) {
+    Sizes += Record["name"].get<std::string> () + " " + Record["size"].dump () + ", ";
+  }
+  EXPECT_EQ (Sizes, "first record 590, UpiHostRecord 9179, third record 703, ");
+  const Json &Record = Shown["records"][1];
+  EXPECT_EQ (Record["socketBitmap"], 3);
+  const Json &Stacks = Record["sockets"][1]["stacks"];
+  EXPECT_EQ (Stacks[6]["cxlStatus"], 0x83);
+  EXPECT_EQ (Stacks[8]["cxlStatus"], nullptr);
+  EXPECT_EQ (Stacks[11]["upiStackDword39"], 0xF0000098);
+  const std::string Text = Run ("show upi").Out;
+  for (const char *Part : {"    socket 1: byte 69 0xCD, byte 71 0xCE\n",
+                           "          6  0xF0000093  0x83\n", "         11  0xF0000098  -\n"}) {
+    EXPECT_NE (Text.find (Part), std::string::npos) << Part << "\n" << Text;
+  }
+}
+
+TEST_F (ShowBoot, EndsInAFaultWithoutWhatTheDriversShouldHaveLeft)
+{
+  for (const char *Topic : {"topology", "pointers", "upi"}) {
+    SCOPED_TRACE (Topic);
+    const ToolResult Result = Run (std::string ("show ") + Topic + " --driver " TEST_DRIVER);
+    EXPECT_EQ (Result.ExitCode, 1);
+    EXPECT_NE (Result.Out.find ("\n  fault: no driver has left the "), std::string::npos);
+  }
+  EXPECT_EQ (Run ("show stores --driver " TEST_DRIVER).ExitCode, 0);
 }
 
 TEST_F (ShowBoot, ShowsABootAsFarAsItCame)

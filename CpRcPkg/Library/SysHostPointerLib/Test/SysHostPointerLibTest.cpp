@@ -112,7 +112,8 @@ TEST_F (ReportingSysHostPointer, CopiesBlocksThatMayBeCopiedAndKeepsOtherPointer
   const auto Short = Block (20, 7);
   const auto Empty = Block (20, 0);
   const auto Foreign = Block (20, 20, gStaticPointerHobGuid);
-  Leave (0, 0);
+  Leave (SptSysHost, 0);
+  Leave (SptMemMapHost, 0);
   Leave (1, AddressOf (Whole.data ()));
   Leave (8, AddressOf (Short.data ()));
   Leave (9, AddressOf (Empty.data ()));
