@@ -59,6 +59,11 @@ struct FirmwareWorld {
   UINT64 SmramStart;
   UINT64 SmramSize;
 
+  /// Where the chipset maps the configuration space of segment 0. Those of the other segments
+  /// follow it.
+  UINT64 PciExpressBase;
+  UINTN PciSegmentCount;
+
   /// Gives a block of Size bytes, aligned to 8, out of one pool's memory; null when that is
   /// exhausted. The block's content is undefined.
   VOID *(*TakeBlock) (VOID *Context, PoolKind Kind, UINTN Size);

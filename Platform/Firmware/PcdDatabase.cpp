@@ -4,7 +4,6 @@
 #include "Pcd.h"
 #include "ProtocolDatabase.h"
 #include "UnprovidedService.h"
-#include "Usra.h"
 
 constinit PcdProtocol gPcd = {};
 
@@ -16,7 +15,7 @@ Get64 (UINTN TokenNumber)
   if (TokenNumber != PcdTokenPciExpressBaseAddress) {
     FirmwareFault ("the PCD database has no 64-bit setting of this token");
   }
-  return PciSegmentBase (0);
+  return gWorld.PciExpressBase;
 }
 
 } // namespace

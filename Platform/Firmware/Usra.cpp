@@ -11,14 +11,15 @@ namespace {
 VOID *EFIAPI
 UsraGetAddress (const UsraPcieAddress *Address)
 {
-  if (Address->Segment >= PciSegmentMax) {
+  if (Address->Segment >= gWorld.PciSegmentCount) {
     FirmwareFault ("USRA was asked for a segment that the machine does not have");
   }
   if (Address->Location >= PciSegmentSize || Address->Reserved[0] != 0 ||
       Address->Reserved[1] != 0) {
     FirmwareFault ("USRA was given a record with unknown bits");
   }
-  return reinterpret_cast<VOID *> (PciSegmentBase (Address->Segment) + Address->Location);
+  return reinterpret_cast<VOID *> (gWorld.PciExpressBase + Address->Segment * PciSegmentSize +
+                                   Address->Location);
 }
 
 } // namespace

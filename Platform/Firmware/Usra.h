@@ -3,15 +3,7 @@
 
 #include "Protocol/Usra.h"
 
-inline constexpr UINTN PciSegmentMax = 4;
 inline constexpr UINT64 PciSegmentSize = 0x10000000;
-
-/// Where a segment's configuration space starts.
-constexpr UINT64
-PciSegmentBase (UINTN Segment)
-{
-  return 0x80000000 + Segment * PciSegmentSize;
-}
 
 extern "C" {
 

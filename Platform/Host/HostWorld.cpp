@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "ExecutingProcessor.h"
+#include "SimulatedPci.h"
 
 namespace {
 
@@ -51,6 +52,8 @@ HostWorld::Table ()
       .NumberOfProcessors = Processors.size (),
       .SmramStart = reinterpret_cast<UINTN> (Arenas[PoolSmm].Begin ()),
       .SmramSize = Arenas[PoolSmm].Size (),
+      .PciExpressBase = SimulatedPciBase,
+      .PciSegmentCount = SimulatedPciSegmentCount,
       .TakeBlock = [] (void *Context, PoolKind Kind, UINTN Size) -> void * {
         return WorldOf (Context).Arenas[Kind].Take (Size);
       },

@@ -17,7 +17,8 @@ constexpr UINT8 EndpointHeader = 0x00;
 UINTN
 PageOf (const PciPlace &Place)
 {
-  return PciSegmentBase (Place.Segment) + PcieLocation (Place.Bus, Place.Device, Place.Function, 0);
+  return SimulatedPciBase + Place.Segment * PciSegmentSize +
+         PcieLocation (Place.Bus, Place.Device, Place.Function, 0);
 }
 
 SimulatedPci::Registers
@@ -56,7 +57,8 @@ bool
 SimulatedPci::OwnsAddress (UINTN Address) const
 {
   const UINTN Page = Address / PageSize * PageSize;
-  return (Address >= PciSegmentBase (0) && Address < PciSegmentBase (PciSegmentMax)) ||
+  return (Address >= SimulatedPciBase &&
+          Address < SimulatedPciBase + SimulatedPciSegmentCount * PciSegmentSize) ||
          Pages.contains (Page) || SilentPages.contains (Page);
 }
 

@@ -9,6 +9,11 @@
 
 struct TopologyRows;
 
+/// Segments of the simulated machine, and where it maps their configuration space: one behind the
+/// other.
+inline constexpr UINTN SimulatedPciSegmentCount = 4;
+inline constexpr UINT64 SimulatedPciBase = 0x80000000;
+
 /// Place of a function.
 struct PciPlace {
   UINTN Segment;
