@@ -16,6 +16,10 @@ function (qsm_add_module)
     # The machine stands below every module without its saying so.
     target_link_libraries (${ARG_NAME} INTERFACE $<LINK_ONLY:HostMachine>)
   endif ()
+  if (QSM_MACHINE)
+    # The ROM takes a few of them for itself.
+    set_target_properties (${ARG_NAME} PROPERTIES EXCLUDE_FROM_ALL TRUE)
+  endif ()
   if (NOT (QSM_HOST AND ARG_IMAGE_ONLY))
     set_property (GLOBAL APPEND PROPERTY QSM_DRIVER_MODULES ${ARG_NAME})
   endif ()

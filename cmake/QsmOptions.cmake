@@ -15,13 +15,25 @@ target_compile_options (
             $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>
             $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
 if (NOT QSM_HOST)
-  # No operating system and no run-time library stands behind the image: nothing below the stack
-  # pointer is safe, nobody probes or guards the stack, unwinds or runs start-up code, and no
-  # vector register is used unasked.
+  # No operating system and no run-time library stands behind the image and the ROM: nothing below
+  # the stack pointer is safe, nobody probes or guards the stack, unwinds or runs start-up code, and
+  # no vector register is used unasked.
+  if (QSM_MACHINE)
+    # For a target without an operating system clang does not say that it makes ELF objects.
+    target_compile_options (
+      qsm_driver_options INTERFACE --target=x86_64-elf -D__ELF__
+                                   $<$<COMPILE_LANGUAGE:CXX>:-fno-pic>
+                                   $<$<COMPILE_LANGUAGE:CXX>:-mcmodel=small>
+                                   $<$<COMPILE_LANGUAGE:CXX>:-mgeneral-regs-only>)
+  else ()
+    target_compile_options (
+      qsm_driver_options INTERFACE --target=x86_64-unknown-windows-msvc
+                                   $<$<COMPILE_LANGUAGE:CXX>:-mno-stack-arg-probe>
+                                   $<$<COMPILE_LANGUAGE:CXX>:-mno-implicit-float>)
+  endif ()
   target_compile_options (
     qsm_driver_options
-    INTERFACE --target=x86_64-unknown-windows-msvc
-              $<$<COMPILE_LANGUAGE:CXX>:-Os>
+    INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Os>
               $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>
               $<$<COMPILE_LANGUAGE:CXX>:-fno-asynchronous-unwind-tables>
               $<$<COMPILE_LANGUAGE:CXX>:-fno-stack-protector>
@@ -29,8 +41,6 @@ if (NOT QSM_HOST)
               $<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections>
               $<$<COMPILE_LANGUAGE:CXX>:-fdata-sections>
               $<$<COMPILE_LANGUAGE:CXX>:-mno-red-zone>
-              $<$<COMPILE_LANGUAGE:CXX>:-mno-stack-arg-probe>
-              $<$<COMPILE_LANGUAGE:CXX>:-mno-implicit-float>
               $<$<COMPILE_LANGUAGE:CXX>:-Wframe-larger-than=1024>
               $<$<COMPILE_LANGUAGE:CXX>:-Wglobal-constructors>
               $<$<COMPILE_LANGUAGE:CXX>:-Wexit-time-destructors>)

@@ -1,0 +1,10 @@
+/// Where a processor stands, by CPUID.
+#pragma once
+
+#include "HandOver.h"
+
+extern "C" {
+
+/// Of the executing processor.
+MachineProcessor PlaceOfThisProcessor ();
+}

@@ -1,0 +1,64 @@
+#include "Settings.h"
+
+#include "FirmwareConfiguration.h"
+#include "HandOver.h"
+#include "Machine.h"
+#include "MachineLog.h"
+#include "Pcd.h"
+#include "TextReader.h"
+
+namespace {
+
+constexpr CHAR8 DriversName[] = "opt/velmora/drivers";
+constexpr CHAR8 FileSizeName[] = "opt/velmora/image-size";
+constexpr CHAR8 LogLevelsName[] = "opt/velmora/log-levels";
+
+constexpr UINT64 DriversMax = 16;
+constexpr UINT16 CmosIndexPort = 0x70;
+constexpr UINT16 CmosDataPort = 0x71;
+
+/// Reads a setting of one number. Returns false when it is not given.
+bool
+ReadSetting (const CHAR8 *Name, UINTN Base, UINT64 Maximum, UINT64 &Number)
+{
+  CHAR8 Text[32];
+  if (!ReadConfigurationText (Name, Text, sizeof Text)) {
+    return false;
+  }
+  TextReader Reader = {Text};
+  if (!ReadNumber (Reader, Base, Maximum, Number) || !TextEnds (Reader)) {
+    EndRun (EndSettings, "boot: %a: expected a number up to %ld, found \"%a\"\n", Name, Maximum,
+            Text);
+  }
+  return true;
+}
+
+/// The mask lies in CMOS, its low byte first.
+VOID
+WriteLogLevels (UINT64 Levels)
+{
+  for (UINT8 Byte = 0; Byte < sizeof (UINT32); ++Byte) {
+    IoWrite8 (CmosIndexPort, static_cast<UINT8> (RasLevelCmosOffset + Byte));
+    IoWrite8 (CmosDataPort, static_cast<UINT8> (Levels >> 8 * Byte));
+  }
+}
+
+} // namespace
+
+VOID
+ReadSettings ()
+{
+  UINT64 Drivers = 1;
+  (void)ReadSetting (DriversName, 10, DriversMax, Drivers);
+  UINT64 FileSize = 0;
+  if (!ReadSetting (FileSizeName, 10, DRIVER_FILE_MAX, FileSize) && Drivers != 0) {
+    EndRun (EndSettings, "boot: %a is missing\n", FileSizeName);
+  }
+  UINT64 LogLevels;
+  if (ReadSetting (LogLevelsName, 16, 0xFFFFFFFF, LogLevels)) {
+    WriteLogLevels (LogLevels);
+  }
+  HandOver &Found = HandOverRecord ().Found;
+  Found.DriverCount = static_cast<UINT32> (Drivers);
+  Found.DriverFileSize = FileSize;
+}

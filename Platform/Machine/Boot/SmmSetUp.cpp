@@ -1,0 +1,94 @@
+#include "SmmSetUp.h"
+
+#include "Chipset.h"
+#include "HandOver.h"
+#include "Machine.h"
+#include "MachineLog.h"
+#include "Processors.h"
+#include "SmmTileOffsets.h"
+
+extern "C" {
+
+extern const UINT8 gSmmImage[];
+extern const UINT8 gSmmImageEnd[];
+extern const UINT8 gRelocationHandler[];
+extern const UINT8 gRelocationHandlerEnd[];
+}
+
+namespace {
+
+/// The start of the relocation handler where it runs.
+struct RelocationCall {
+  UINT8 Jump[4];
+  UINT32 NewSmbase;
+  UINT32 Done;
+};
+
+constexpr UINTN RelocationEntry = RESET_SMBASE + SMM_ENTRY_OFFSET;
+constexpr UINTN SmiPassesMax = 100000000;
+
+/// What memory that is closed reads as.
+constexpr UINT32 AllOnes = 0xFFFFFFFF;
+
+VOID
+LayImage ()
+{
+  const auto Size = static_cast<UINTN> (gSmmImageEnd - gSmmImage);
+  auto *Tseg = reinterpret_cast<UINT8 *> (TSEG_BASE);
+  auto *Image = reinterpret_cast<UINT8 *> (SMM_IMAGE_BASE);
+  __builtin_memset (Tseg, 0, TSEG_SIZE);
+  __builtin_memcpy (Image, gSmmImage, Size);
+  const auto *Header = reinterpret_cast<const SmmImageHeader *> (Image);
+  if (Size > SMM_IMAGE_MAX || Header->Signature != SmmImageSignature) {
+    EndRun (EndMachine, "boot: TSEG is not RAM; the machine has to have %d MiB\n",
+            RAM_SIZE / 0x100000);
+  }
+  Header->Prepare (HandOverRecord ().Found.ProcessorCount);
+}
+
+/// To be run on one processor at a time: all come to the same handler.
+VOID
+Relocate (UINTN Processor, VOID *)
+{
+  auto *Call = reinterpret_cast<volatile RelocationCall *> (RelocationEntry);
+  Call->NewSmbase = static_cast<UINT32> (SMM_TILES_BASE + Processor * SMM_TILE_SIZE);
+  Call->Done = 0;
+  ChipsetRaiseSmi ();
+  for (UINTN Pass = 0; Call->Done == 0; ++Pass) {
+    if (Pass == SmiPassesMax) {
+      EndRun (EndMachine, "boot: processor %ld takes no SMI\n", Processor);
+    }
+    CpuPause ();
+  }
+}
+
+/// The first and the last word of TSEG, and the first of the image in it.
+constexpr UINTN Probes[] = {TSEG_BASE, SMM_IMAGE_BASE, TSEG_BASE + TSEG_SIZE - sizeof (UINT32)};
+
+VOID
+CheckTsegIsClosed ()
+{
+  for (const UINTN Address : Probes) {
+    // SMM itself finds at its start whether the signature of its image was overwritten.
+    MmioStore32 (Address, 0);
+    if (MmioLoad32 (Address) != AllOnes) {
+      EndRun (EndMachine, "boot: TSEG is open at 0x%lx\n", Address);
+    }
+  }
+  LogPrint ("boot: TSEG is locked: it reads all ones and drops writes\n");
+}
+
+} // namespace
+
+VOID
+SetUpSmm ()
+{
+  LayImage ();
+  __builtin_memcpy (reinterpret_cast<VOID *> (RelocationEntry), gRelocationHandler,
+                    static_cast<UINTN> (gRelocationHandlerEnd - gRelocationHandler));
+  for (UINTN Index = 0; Index < HandOverRecord ().Found.ProcessorCount; ++Index) {
+    RunOnProcessor (Index, Relocate, nullptr);
+  }
+  ChipsetLockTseg ();
+  CheckTsegIsClosed ();
+}

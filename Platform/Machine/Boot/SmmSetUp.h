@@ -1,0 +1,11 @@
+/// Brings SMM into TSEG.
+#pragma once
+
+#include "Base.h"
+
+extern "C" {
+
+/// Lays the SMM image into TSEG, gives each processor its own SMBASE there, locks TSEG and checks
+/// from outside that it is closed.
+VOID SetUpSmm ();
+}

@@ -1,0 +1,99 @@
+/// What the boot code found, and what processors ask of SMM: one record at HAND_OVER_BASE, outside
+/// SMRAM.
+///
+/// SMM copies what the boot code found once, ahead of the drivers, and looks at nothing but Calls
+/// from then on.
+#pragma once
+
+#include "MemoryMap.h"
+#include "Record/ErrorClass.h"
+
+inline constexpr UINTN ProcessorMax = 16;
+inline constexpr UINTN PciFunctionMax = 64;
+inline constexpr UINTN InventoryEntryMax = 64;
+inline constexpr UINTN InventoryNameMax = 160;
+
+/// Processors are counted in the order of their APIC ids, so the first one, which boots, is 0.
+struct MachineProcessor {
+  UINT32 ApicId;
+  UINT32 Package, Core, Thread; ///< Each counted from 0 within the one before.
+};
+
+/// One PCI function. A capability is where it starts in configuration space, 0 without it.
+struct PciFunction {
+  UINT8 Bus, Device, Function;
+  UINT8 IsBridge;
+  UINT8 IsRootPort;
+  UINT8 SecondaryBus, SubordinateBus; ///< Of a bridge.
+  UINT8 Reserved;
+  UINT16 ExpressCapability;
+  UINT16 AerCapability;
+  UINT16 Slot; ///< Physical slot number of a root port.
+};
+
+/// One device of the inventory, with the fields of its type.
+struct InventoryEntry {
+  UINT8 Type; ///< An enum ErrorClass.
+  UINT8 Socket, Channel, Dimm;
+  UINT8 Bus, Device, Function;
+  CHAR8 Name[InventoryNameMax]; ///< Ends with a NUL.
+};
+
+/// What a processor asks of SMM ahead of raising the SMI. SMM does it on this processor.
+enum SmmCommand : UINT32 {
+  SmmNone,        ///< Any other SMI: serves the error sources, as those below do too.
+  SmmServe,       ///< Nothing more.
+  SmmStart,       ///< Powers the firmware on and loads the drivers.
+  SmmReadyToLock, ///< Signals it.
+  SmmReadState,   ///< Fills State.
+};
+
+/// Time from SMM entry to RSM, in ticks of the time-stamp counter.
+struct SmiStatistics {
+  UINT64 Count;
+  UINT64 Last, Shortest, Longest; ///< Of the SMIs before this one.
+};
+
+/// The closing state of a run.
+struct SmmStateReport {
+  UINT64 LiveBlocks, LiveBytes; ///< Of the SMM pool.
+  UINT64 ChecksumAtReady;       ///< Over all SMRAM that nobody may write since then.
+  UINT64 ChecksumNow;
+  SmiStatistics Processors[ProcessorMax];
+};
+
+struct HandOver {
+  UINT32 ProcessorCount;
+  UINT32 PciFunctionCount;
+  UINT32 InventoryEntryCount;
+  UINT32 DriverCount;
+  UINT64 DriverFileSize; ///< Bytes of the file at DRIVER_FILE_BASE.
+  MachineProcessor Processors[ProcessorMax];
+  PciFunction PciFunctions[PciFunctionMax];
+  InventoryEntry Inventory[InventoryEntryMax];
+};
+
+struct SmmCalls {
+  SmmCommand Command[ProcessorMax]; ///< SMM makes it SmmNone when it is done.
+  SmmStateReport State;
+};
+
+struct HandOverArea {
+  HandOver Found;
+  SmmCalls Calls;
+};
+
+/// The record in memory.
+inline HandOverArea &
+HandOverRecord ()
+{
+  return *reinterpret_cast<HandOverArea *> (HAND_OVER_BASE);
+}
+
+/// What lies at SMM_IMAGE_BASE. The boot code calls Prepare while TSEG is still plain RAM and the
+/// image lies in it.
+struct SmmImageHeader {
+  UINT64 Signature;
+  VOID (*Prepare) (UINTN ProcessorCount);
+};
+inline constexpr UINT64 SmmImageSignature = 0x474D492D4D4D5356; // "VSMM-IMG"

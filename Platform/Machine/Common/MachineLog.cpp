@@ -1,0 +1,74 @@
+#include "MachineLog.h"
+
+#include "Machine.h"
+#include "PrintLib.h"
+#include "ProcessorInstructions.h"
+
+namespace {
+
+constexpr UINT16 DebugConsolePort = 0x402;
+constexpr UINT16 DebugExitPort = 0xF4;
+
+/// Passes after which a writer goes ahead without the lock: its holder has raised an exception.
+constexpr UINTN LockPassesMax = 10000000;
+
+constinit bool mLocked = false;
+
+/// Keeps texts of several processors apart. Returns whether the lock was taken.
+bool
+LockLog ()
+{
+  for (UINTN Pass = 0; Pass < LockPassesMax; ++Pass) {
+    if (!__atomic_exchange_n (&mLocked, true, __ATOMIC_ACQUIRE)) {
+      return true;
+    }
+    CpuPause ();
+  }
+  return false;
+}
+
+VOID
+PrintMarker (const CHAR8 *Format, VA_LIST Args)
+{
+  CHAR8 Text[LogTextMax];
+  BasePrintLibSPrintMarker (Text, sizeof Text, 0, Format, Args);
+  const bool Locked = LockLog ();
+  for (const CHAR8 *Next = Text; *Next != '\0'; ++Next) {
+    if (*Next != '\r') {
+      IoWrite8 (DebugConsolePort, static_cast<UINT8> (*Next));
+    }
+  }
+  if (Locked) {
+    __atomic_store_n (&mLocked, false, __ATOMIC_RELEASE);
+  }
+}
+
+} // namespace
+
+VOID EFIAPI
+LogPrint (const CHAR8 *Format, ...)
+{
+  VA_LIST Args;
+  VA_START (Args, Format);
+  PrintMarker (Format, Args);
+  VA_END (Args);
+}
+
+VOID
+ExitMachine (UINT32 Number)
+{
+  IoWrite32 (DebugExitPort, Number);
+  for (;;) {
+    CpuPause ();
+  }
+}
+
+VOID EFIAPI
+EndRun (RunEnd End, const CHAR8 *Format, ...)
+{
+  VA_LIST Args;
+  VA_START (Args, Format);
+  PrintMarker (Format, Args);
+  VA_END (Args);
+  ExitMachine (End);
+}

@@ -1,0 +1,153 @@
+/// What a processor does in SMM, between its entry and RSM.
+
+#include "DriverLoading.h"
+#include "ErrorSources.h"
+#include "ExceptionFrame.h"
+#include "Firmware.h"
+#include "Machine.h"
+#include "MachineLog.h"
+#include "MachineWorld.h"
+#include "PlatformInformation.h"
+#include "Pool.h"
+#include "ProcessorInstructions.h"
+#include "SmmPaging.h"
+#include "SmmTile.h"
+
+extern "C" {
+
+VOID SmmMain (SmmTile *Tile);
+VOID SmmPrepare (UINTN ProcessorCount);
+
+[[gnu::section (".smmheader"), gnu::used]] extern const SmmImageHeader gSmmImageHeader = {
+    .Signature = SmmImageSignature, .Prepare = SmmPrepare};
+}
+
+namespace {
+
+/// A machine check is in progress (Intel SDM, volume 3, 16.3.1).
+constexpr UINT32 MSR_IA32_MCG_STATUS = 0x17A;
+
+constinit SmiStatistics mStatistics[ProcessorMax] = {};
+
+/// Whether a processor took a machine check in SMM since it last asked the error sources.
+constinit bool mMachineCheck[ProcessorMax] = {};
+
+/// Set with the end of the drivers' loading.
+constinit bool mReady = false;
+constinit UINT64 mChecksumAtReady = 0;
+
+VOID
+Start ()
+{
+  // The boot code has tried to overwrite the signature from outside.
+  const auto *Header = reinterpret_cast<const volatile SmmImageHeader *> (SMM_IMAGE_BASE);
+  if (Header->Signature != SmmImageSignature) {
+    EndRun (EndMachine, "smm: a write from outside has reached SMRAM\n");
+  }
+  LogPrint ("smm: the first processor is in SMM\n");
+  MachineWorldStart ();
+  LoadDrivers ();
+}
+
+VOID
+MakeReady ()
+{
+  FirmwareSignalReadyToLock ();
+  SmmPagingSettle ();
+  mChecksumAtReady = SmmPagingChecksum ();
+  __atomic_store_n (&mReady, true, __ATOMIC_RELEASE);
+  LogPrint ("smm: ready to lock; checksum %016lx, %ld pool blocks\n", mChecksumAtReady,
+            gPools[PoolSmm].LiveBlocks);
+}
+
+VOID
+ReportState ()
+{
+  SmmStateReport &Report = HandOverRecord ().Calls.State;
+  Report.LiveBlocks = gPools[PoolSmm].LiveBlocks;
+  Report.LiveBytes = gPools[PoolSmm].LiveBytes;
+  Report.ChecksumAtReady = mChecksumAtReady;
+  Report.ChecksumNow = SmmPagingChecksum ();
+  __builtin_memcpy (Report.Processors, mStatistics, sizeof mStatistics);
+}
+
+VOID
+RunCommand (SmmCommand Command)
+{
+  switch (Command) {
+  case SmmStart:
+    Start ();
+    break;
+  case SmmReadyToLock:
+    MakeReady ();
+    break;
+  case SmmReadState:
+    ReportState ();
+    break;
+  default:
+    break;
+  }
+}
+
+/// Asks the error sources, and again for the errors of a machine check that came meanwhile.
+VOID
+ServeErrors (UINTN Processor)
+{
+  do {
+    __atomic_store_n (&mMachineCheck[Processor], false, __ATOMIC_SEQ_CST);
+    ServeErrorSources (Processor);
+  } while (__atomic_load_n (&mMachineCheck[Processor], __ATOMIC_SEQ_CST));
+}
+
+VOID
+CountSmi (const SmmTile &Tile)
+{
+  SmiStatistics &Of = mStatistics[Tile.Index];
+  Of.Last = AsmReadTsc () - Tile.EntryTsc;
+  Of.Shortest = Of.Count == 0 || Of.Last < Of.Shortest ? Of.Last : Of.Shortest;
+  Of.Longest = Of.Last > Of.Longest ? Of.Last : Of.Longest;
+  ++Of.Count;
+}
+
+} // namespace
+
+VOID
+SmmPrepare (UINTN ProcessorCount)
+{
+  FillInterruptTable (ExceptionStackNumber);
+  gInterruptTable[VectorMachineCheck].Stack = MachineCheckStackNumber;
+  for (UINTN Index = 0; Index < ProcessorCount; ++Index) {
+    PrepareTile (Index);
+  }
+  SmmPagingPrepare (ProcessorCount);
+}
+
+VOID
+SmmMain (SmmTile *Tile)
+{
+  SmmCommand *Asked = &HandOverRecord ().Calls.Command[Tile->Index];
+  const SmmCommand Command = __atomic_load_n (Asked, __ATOMIC_ACQUIRE);
+  PlatformInformationArm ();
+  RunCommand (Command);
+  if (__atomic_load_n (&mReady, __ATOMIC_ACQUIRE)) {
+    ServeErrors (Tile->Index);
+  }
+  PlatformInformationDisarm ();
+  __atomic_store_n (Asked, SmmNone, __ATOMIC_RELEASE);
+  CountSmi (*Tile);
+}
+
+VOID
+HandleException (ExceptionFrame *Frame)
+{
+  const UINTN Processor = CurrentTile ().Index;
+  if (Frame->Vector == VectorMachineCheck) {
+    __atomic_store_n (&mMachineCheck[Processor], true, __ATOMIC_SEQ_CST);
+    WriteMsr64 (MSR_IA32_MCG_STATUS, 0);
+    return;
+  }
+  if (Frame->Vector == VectorDebug && PlatformInformationServe (Frame)) {
+    return;
+  }
+  EndByException (Frame, "smm", Processor);
+}

@@ -1,0 +1,31 @@
+/// The page tables of SMM: all addresses below 4 GiB are what they are, but only code of SMRAM is
+/// executed, and in SMRAM each page allows no more than it has to.
+#pragma once
+
+#include "Base.h"
+
+enum PageAccess : UINT8 {
+  PageNone,
+  PageRead,
+  PageExecute, ///< And read.
+  PageWrite,   ///< And read.
+};
+
+extern "C" {
+
+/// Fills the tables for so many processors, while TSEG is plain RAM.
+VOID SmmPagingPrepare (UINTN ProcessorCount);
+
+/// Gives the pages from Start on, in TSEG, an access. Both numbers are multiples of a page's size.
+VOID SmmPagingSet (UINT64 Start, UINT64 Size, PageAccess Access);
+
+/// Lets this processor know of what was set; the others take it with their next SMI.
+VOID SmmPagingRefresh ();
+
+/// Takes the write access from all that nobody has to write once drivers are loaded, the tables
+/// among it.
+VOID SmmPagingSettle ();
+
+/// A checksum over the bytes of all of SMRAM that nobody may write.
+UINT64 SmmPagingChecksum ();
+}
