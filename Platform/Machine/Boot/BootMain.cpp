@@ -3,7 +3,9 @@
 #include "Chipset.h"
 #include "ControlChannel.h"
 #include "ExceptionFrame.h"
+#include "InventoryText.h"
 #include "MachineLog.h"
+#include "PciScan.h"
 #include "Processors.h"
 #include "Settings.h"
 #include "SmmCall.h"
@@ -23,6 +25,8 @@ BootMain ()
   ReadSettings ();
   ChipsetOpen ();
   StartProcessors ();
+  ScanPci ();
+  ReadInventory ();
   SetUpSmm ();
   CallSmm (SmmStart);
   CallSmm (SmmReadyToLock);

@@ -36,6 +36,7 @@ struct InventoryEntry {
   UINT8 Type; ///< An enum ErrorClass.
   UINT8 Socket, Channel, Dimm;
   UINT8 Bus, Device, Function;
+  UINT64 Base, Size; ///< Addresses that lie on a memory device, as far as they are known.
   CHAR8 Name[InventoryNameMax]; ///< Ends with a NUL.
 };
 

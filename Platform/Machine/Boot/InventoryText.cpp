@@ -1,0 +1,144 @@
+#include "InventoryText.h"
+
+#include "FirmwareConfiguration.h"
+#include "HandOver.h"
+#include "MachineLog.h"
+#include "TextReader.h"
+
+namespace {
+
+constexpr CHAR8 InventoryName[] = "opt/velmora/inventory";
+constexpr UINTN TextSize = 0x2000;
+constinit CHAR8 mText[TextSize] = {};
+
+constexpr UINT64 ByteMax = 0xFF;
+constexpr UINT64 SlotMax = 0x1FFF;
+constexpr UINT64 AddressMax = 0xFFFFFFFFFFFFFFFF;
+
+/// What reads the words of a line behind its first. Returns null, or what is wrong.
+using LineFunction = const CHAR8 *(*)(TextReader &Words, InventoryEntry &Entry);
+
+bool
+ReadByte (TextReader &Words, UINT8 &Byte)
+{
+  UINT64 Number;
+  if (!ReadNumber (Words, 10, ByteMax, Number)) {
+    return false;
+  }
+  Byte = static_cast<UINT8> (Number);
+  return true;
+}
+
+const CHAR8 *
+ReadProcessorLine (TextReader &Words, InventoryEntry &Entry)
+{
+  Entry.Type = ErrorClassProcessor;
+  return ReadByte (Words, Entry.Socket) && ReadWord (Words, Entry.Name, sizeof Entry.Name)
+             ? nullptr
+             : "expected processor SOCKET NAME";
+}
+
+const CHAR8 *
+ReadMemoryLine (TextReader &Words, InventoryEntry &Entry)
+{
+  Entry.Type = ErrorClassMemory;
+  bool Known = ReadByte (Words, Entry.Socket) && ReadByte (Words, Entry.Channel) &&
+               ReadByte (Words, Entry.Dimm) && ReadWord (Words, Entry.Name, sizeof Entry.Name);
+  if (Known && !TextEnds (Words)) {
+    Known = ReadNumber (Words, 16, AddressMax, Entry.Base) &&
+            ReadNumber (Words, 16, AddressMax, Entry.Size);
+  }
+  return Known ? nullptr : "expected memory SOCKET CHANNEL DIMM NAME [BASE SIZE]";
+}
+
+const PciFunction *
+FindRootPort (UINT64 Slot)
+{
+  const HandOver &Found = HandOverRecord ().Found;
+  for (UINTN Index = 0; Index < Found.PciFunctionCount; ++Index) {
+    const PciFunction &Each = Found.PciFunctions[Index];
+    if (Each.IsRootPort != 0 && Each.Slot == Slot) {
+      return &Each;
+    }
+  }
+  return nullptr;
+}
+
+bool
+HasFunction (UINT8 Bus)
+{
+  const HandOver &Found = HandOverRecord ().Found;
+  for (UINTN Index = 0; Index < Found.PciFunctionCount; ++Index) {
+    const PciFunction &Each = Found.PciFunctions[Index];
+    if (Each.Bus == Bus && Each.Device == 0 && Each.Function == 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+const CHAR8 *
+ReadSlotLine (TextReader &Words, InventoryEntry &Entry)
+{
+  UINT64 Slot;
+  Entry.Type = ErrorClassPcie;
+  if (!ReadNumber (Words, 10, SlotMax, Slot) || !ReadWord (Words, Entry.Name, sizeof Entry.Name)) {
+    return "expected slot NUMBER NAME";
+  }
+  const PciFunction *Port = FindRootPort (Slot);
+  if (Port == nullptr) {
+    return "no root port has this slot";
+  }
+  Entry.Bus = Port->SecondaryBus;
+  return HasFunction (Entry.Bus) ? nullptr : "the slot is empty";
+}
+
+struct LineKind {
+  const CHAR8 *Name;
+  LineFunction Function;
+};
+constexpr LineKind LineKinds[] = {
+    {"processor", ReadProcessorLine}, {"memory", ReadMemoryLine}, {"slot", ReadSlotLine}};
+
+/// Reads one line, whose end it moves Words to. Returns null, or what is wrong.
+const CHAR8 *
+ReadLine (TextReader &Words)
+{
+  HandOver &Found = HandOverRecord ().Found;
+  CHAR8 Kind[16];
+  if (Found.InventoryEntryCount == InventoryEntryMax) {
+    return "there are more devices than the machine has room for";
+  }
+  if (ReadWord (Words, Kind, sizeof Kind)) {
+    for (const LineKind &Each : LineKinds) {
+      if (!IsSameWord (Kind, Each.Name)) {
+        continue;
+      }
+      InventoryEntry &Entry = Found.Inventory[Found.InventoryEntryCount];
+      Entry = {};
+      const CHAR8 *Wrong = Each.Function (Words, Entry);
+      ++Found.InventoryEntryCount;
+      return Wrong == nullptr && !TextEnds (Words) ? "there are words too many" : Wrong;
+    }
+  }
+  return "expected processor, memory or slot";
+}
+
+} // namespace
+
+VOID
+ReadInventory ()
+{
+  HandOverRecord ().Found.InventoryEntryCount = 0;
+  (void)ReadConfigurationText (InventoryName, mText, sizeof mText);
+  TextReader Words = {mText};
+  for (UINTN Line = 1; *Words.Next != '\0'; ++Line) {
+    if (!TextEnds (Words)) {
+      const CHAR8 *Wrong = ReadLine (Words);
+      if (Wrong != nullptr) {
+        EndRun (EndSettings, "boot: inventory line %ld: %a\n", Line, Wrong);
+      }
+    }
+    Words.Next += *Words.Next == '\n' ? 1 : 0;
+  }
+}

@@ -1,0 +1,128 @@
+#include "PciScan.h"
+
+#include "HandOver.h"
+#include "MachineLog.h"
+#include "PciErrors.h"
+#include "PciRegisters.h"
+#include "PciResources.h"
+
+namespace {
+
+constexpr UINT16 NoFunction = 0xFFFF;
+constexpr UINTN DevicesPerBus = 32;
+constexpr UINTN FunctionsPerDevice = 8;
+
+/// Bridges behind each other.
+constexpr UINTN DepthMax = 8;
+
+constexpr UINT32 SubordinateUnknown = 0xFF;
+constexpr UINT32 FirstIo = 0x1000;
+constexpr UINT32 SlotNumberShift = 19;
+
+constinit PciSpace mSpace = {};
+constinit UINT8 mLastBus = 0;
+
+VOID ScanBus (UINTN Bus, UINTN Depth);
+
+PciFunction &
+AddFunction (const PciAddress &Address)
+{
+  HandOver &Found = HandOverRecord ().Found;
+  if (Found.PciFunctionCount == PciFunctionMax) {
+    EndRun (EndMachine, "boot: there are more than %ld PCI functions\n", PciFunctionMax);
+  }
+  PciFunction &Row = Found.PciFunctions[Found.PciFunctionCount++];
+  Row = {};
+  Row.Bus = static_cast<UINT8> (Address.Bus);
+  Row.Device = static_cast<UINT8> (Address.Device);
+  Row.Function = static_cast<UINT8> (Address.Function);
+  Row.ExpressCapability = FindPciCapability (Address, PciCapabilityExpress);
+  if (Row.ExpressCapability != 0) {
+    // Only such a function has extended capabilities.
+    Row.AerCapability = FindExtendedPciCapability (Address, PciExtendedCapabilityAer);
+    const UINT32 Capabilities =
+        MmioLoad16 (RegisterOf (Address, Row.ExpressCapability + ExpressCapabilities));
+    Row.IsRootPort = (Capabilities >> 4 & 0xF) == ExpressPortTypeRoot;
+    if ((Capabilities & ExpressHasSlot) != 0) {
+      Row.Slot = static_cast<UINT16> (
+          MmioLoad32 (RegisterOf (Address, Row.ExpressCapability + ExpressSlotCapabilities)) >>
+          SlotNumberShift);
+    }
+  }
+  return Row;
+}
+
+VOID
+SetBuses (const PciAddress &Bridge, UINT32 Secondary, UINT32 Subordinate)
+{
+  MmioStore32 (RegisterOf (Bridge, PciBusNumbers),
+               static_cast<UINT32> (Bridge.Bus) | Secondary << 8 | Subordinate << 16);
+}
+
+/// Configures all that lies behind a bridge, whose windows then enclose it.
+VOID
+ScanBehind (const PciAddress &Bridge, PciFunction &Row, UINTN Depth)
+{
+  if (Depth == DepthMax) {
+    EndRun (EndMachine, "boot: there are more than %ld PCI bridges behind each other\n", DepthMax);
+  }
+  Row.IsBridge = TRUE;
+  Row.SecondaryBus = ++mLastBus;
+  SetBuses (Bridge, Row.SecondaryBus, SubordinateUnknown);
+  AlignPciWindow (&mSpace);
+  const PciSpace Start = mSpace;
+  ScanBus (Row.SecondaryBus, Depth + 1);
+  AlignPciWindow (&mSpace);
+  SetPciWindow (Bridge, Start, mSpace);
+  Row.SubordinateBus = mLastBus;
+  SetBuses (Bridge, Row.SecondaryBus, Row.SubordinateBus);
+}
+
+VOID
+ScanFunction (const PciAddress &Address, UINT8 HeaderType, UINTN Depth)
+{
+  PciFunction &Row = AddFunction (Address);
+  const bool IsBridge = (HeaderType & ~PciHeaderMultiFunction) == PciHeaderBridge;
+  AssignPciBars (Address, IsBridge ? PciBarsOfBridge : PciBarsOfDevice, &mSpace);
+  if (IsBridge) {
+    ScanBehind (Address, Row, Depth);
+  }
+  EnablePciErrors (Row);
+  if (Row.IsRootPort != 0) {
+    LogPrint ("boot: root port %02x:%02x.%d: slot %d, buses %02x to %02x\n", Row.Bus, Row.Device,
+              Row.Function, Row.Slot, Row.SecondaryBus, Row.SubordinateBus);
+  } else if (Row.AerCapability != 0) {
+    LogPrint ("boot: PCI function %02x:%02x.%d reports errors\n", Row.Bus, Row.Device,
+              Row.Function);
+  }
+}
+
+VOID
+ScanBus (UINTN Bus, UINTN Depth)
+{
+  for (UINTN Device = 0; Device < DevicesPerBus; ++Device) {
+    UINTN Functions = 1;
+    for (UINTN Function = 0; Function < Functions; ++Function) {
+      const PciAddress Address = {Bus, Device, Function};
+      if (MmioLoad16 (RegisterOf (Address, PciVendorId)) == NoFunction) {
+        continue;
+      }
+      const UINT8 HeaderType = MmioLoad8 (RegisterOf (Address, PciHeaderType));
+      if (Function == 0 && (HeaderType & PciHeaderMultiFunction) != 0) {
+        Functions = FunctionsPerDevice;
+      }
+      ScanFunction (Address, HeaderType, Depth);
+    }
+  }
+}
+
+} // namespace
+
+VOID
+ScanPci ()
+{
+  HandOverRecord ().Found.PciFunctionCount = 0;
+  mSpace = {.Memory = PCI_MEMORY_BASE, .Io = FirstIo};
+  mLastBus = 0;
+  ScanBus (0, 0);
+}
