@@ -1,0 +1,45 @@
+/// The way to the BMC by the keyboard controller style (KCS) interface of IPMI 2.0, chapter 9.
+///
+/// Nothing is read from a clock: time is counted in polls, each of them a pause and one read of the
+/// status port, which on a real bus takes about a microsecond. The counts below bound every
+/// transfer, whatever the BMC does.
+#pragma once
+
+#include "FirmwareWorld.h"
+
+/// The interface's ports (IPMI 2.0, 9.1).
+inline constexpr UINT16 KCS_DATA_PORT = 0xCA2;
+inline constexpr UINT16 KCS_STATUS_PORT = 0xCA3; ///< Written, it takes control codes.
+
+/// Polls of one transfer from the first write to the last byte of the answer, all attempts taken
+/// together; and of one recovery, of which a transfer starts at most KCS_ATTEMPT_COUNT_MAX.
+inline constexpr UINT32 KCS_POLL_COUNT_MAX = 1000000;
+inline constexpr UINT32 KCS_RECOVERY_POLL_COUNT_MAX = 100000;
+inline constexpr UINTN KCS_ATTEMPT_COUNT_MAX = 3;
+
+/// Pauses for which a processor waits while others transfer.
+inline constexpr UINT32 KCS_LOCK_PAUSE_COUNT_MAX = 16 * KCS_POLL_COUNT_MAX;
+
+extern "C" {
+
+/// Sends one request to the BMC and waits for its answer, as FirmwareWorld::SendToBmc. Context is
+/// not used. Any processor may call at any time; they take turns.
+///
+/// The BMC gets a request once at most. One that it refuses half way is sent again, up to
+/// KCS_ATTEMPT_COUNT_MAX times; one whose last byte has been written is not, for the BMC may have
+/// acted on it already. What a transfer leaves unfinished the next one aborts and drains before it
+/// writes, so a late answer is never taken for that of a later request. Nor is the answer of
+/// another NetFn, LUN or Cmd: it is read and dropped, and the wait goes on.
+///
+/// Returns EFI_SUCCESS with any answer, be its completion code good or bad, and
+/// - EFI_BUFFER_TOO_SMALL if the answer is longer than the room: *ResponseSize bytes of it are
+///   there, the rest is lost;
+/// - EFI_TIMEOUT if the BMC does not take the request or does not answer within the bound, or if
+///   other processors hold the interface that long;
+/// - EFI_DEVICE_ERROR if the BMC breaks the protocol, or answers without a completion code;
+/// - EFI_NOT_FOUND if there is no such interface: its status port reads as all ones.
+/// *ResponseSize is 0 after the last three, and Response is as it was unless the BMC fell silent or
+/// broke the protocol within its answer.
+EFI_STATUS
+KcsSendToBmc (VOID *Context, const IpmiRequest *Request, UINT8 *Response, UINT8 *ResponseSize);
+}
