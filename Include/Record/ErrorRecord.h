@@ -22,6 +22,14 @@ inline constexpr EFI_GUID gEfiPlatformMemoryErrorSectionGuid = {
 inline constexpr EFI_GUID gEfiPcieErrorSectionGuid = {
     0xD995E954, 0xBBC1, 0x430F, {0xAD, 0x91, 0xB4, 0x4D, 0xCB, 0x3C, 0x6F, 0x35}};
 
+/// NotificationType of a record header: what made its reporter look (N.2.1.1).
+inline constexpr EFI_GUID gEfiEventNotificationTypeCmcGuid = {
+    0x2DCE8BB1, 0xBDD7, 0x450E, {0xB9, 0xAD, 0x9C, 0xF4, 0xEB, 0xD4, 0xF8, 0x90}};
+inline constexpr EFI_GUID gEfiEventNotificationTypeMceGuid = {
+    0xE8F56FFE, 0x919C, 0x4CC5, {0xBA, 0x88, 0x65, 0xAB, 0xE1, 0x49, 0x13, 0xBB}};
+inline constexpr EFI_GUID gEfiEventNotificationTypePcieGuid = {
+    0xCF93C01F, 0x1A16, 0x4DFC, {0xB8, 0xBC, 0x9C, 0x4D, 0xAF, 0x67, 0xC1, 0x04}};
+
 /// Header of a record (N.2.1).
 struct [[gnu::packed]] CperRecordHeader {
   UINT32 SignatureStart; ///< "CPER"
@@ -51,6 +59,7 @@ LAYOUT_SIZE (CperRecordHeader, 128);
 
 inline constexpr UINT32 CPER_SIGNATURE_START = 0x52455043;
 inline constexpr UINT32 CPER_SIGNATURE_END = 0xFFFFFFFF;
+inline constexpr UINT16 CPER_REVISION = 0x0101;
 
 /// Descriptor of one section; all descriptors follow the header (N.2.2).
 struct [[gnu::packed]] CperSectionDescriptor {
@@ -68,6 +77,9 @@ struct [[gnu::packed]] CperSectionDescriptor {
 LAYOUT_OFFSET (CperSectionDescriptor, SectionType, 16);
 LAYOUT_OFFSET (CperSectionDescriptor, SectionSeverity, 48);
 LAYOUT_SIZE (CperSectionDescriptor, 72);
+
+inline constexpr UINT16 CPER_SECTION_REVISION = 0x0100;
+inline constexpr UINT32 CPER_SECTION_FLAG_PRIMARY = 0x01;
 
 /// Body of a memory error section (N.2.5).
 struct [[gnu::packed]] EFI_PLATFORM_MEMORY_ERROR_DATA {

@@ -22,3 +22,7 @@ struct [[gnu::packed]] EFI_STATUS_CODE_DATA {
 LAYOUT_OFFSET (EFI_STATUS_CODE_DATA, Size, 2);
 LAYOUT_OFFSET (EFI_STATUS_CODE_DATA, Type, 4);
 LAYOUT_SIZE (EFI_STATUS_CODE_DATA, 20);
+
+/// Type of status code data without a published type of its own (PI 1.8, volume 3, 6.6.2).
+inline constexpr EFI_GUID gEfiStatusCodeSpecificDataGuid = {
+    0x335984BD, 0xE805, 0x409A, {0xB8, 0xF8, 0xD2, 0x7E, 0xCE, 0x5F, 0xF7, 0xA6}};

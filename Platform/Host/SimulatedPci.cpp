@@ -4,6 +4,7 @@
 
 #include "HostMachine.h"
 #include "Record/PciBridgeHeader.h"
+#include "Record/PcieRegisters.h"
 #include "Record/UpiHostData.h"
 #include "Topology.h"
 #include "Usra.h"
@@ -27,6 +28,13 @@ Noise ()
   SimulatedPci::Registers Page;
   Page.fill (RegisterNoise);
   return Page;
+}
+
+template <typename Type>
+void
+StoreRegister (SimulatedPci::Registers &Function, std::size_t Offset, Type Value)
+{
+  std::memcpy (&Function[Offset], &Value, sizeof Value);
 }
 
 /// The buses behind the bridges of one bus are given out one after the other.
@@ -91,6 +99,11 @@ SimulatedPci::MmioWrite (UINTN Address, UINTN Width, UINT32 Value)
   RecordAccess (Transcript, "mmio out", Address, Width, Value);
   UINT8 *Register = FindRegister (Address, Width);
   if (Register != nullptr) {
+    if (ClearedByOnes.contains (Address)) {
+      UINT32 Before = 0;
+      std::memcpy (&Before, Register, Width);
+      Value = Before & ~Value;
+    }
     std::memcpy (Register, &Value, Width);
   }
 }
@@ -98,8 +111,45 @@ SimulatedPci::MmioWrite (UINTN Address, UINTN Width, UINT32 Value)
 SimulatedPci::Registers &
 SimulatedPci::AddFunction (const PciPlace &Place, UINT8 HeaderType)
 {
-  Registers &Function = Pages[PageOf (Place)] = Noise ();
+  const UINTN Page = PageOf (Place);
+  ClearedByOnes.erase (ClearedByOnes.lower_bound (Page),
+                       ClearedByOnes.lower_bound (Page + PageSize));
+  Registers &Function = Pages[Page] = Noise ();
   Function[offsetof (PciBridgeHeader, HeaderType)] = HeaderType;
+  return Function;
+}
+
+SimulatedPci::Registers &
+SimulatedPci::AddExpressFunction (const PciPlace &Place, UINT8 PortType)
+{
+  constexpr UINT8 OtherOffset = 0xC0;
+  constexpr UINT16 ExtendedOffset = 0x100;
+  constexpr UINT32 SeverityDefault = 0x00462030;
+
+  const auto Express = static_cast<UINT16> (PCIE_CAPABILITIES_SLOT | PortType << 4 | 2);
+  const UINT8 Header = PortType == PciePortTypeRootPort ? PCI_HEADER_LAYOUT_BRIDGE : EndpointHeader;
+  Registers &Function = AddFunction (Place, Header | PCI_HEADER_MULTI_FUNCTION);
+  for (std::size_t Offset = 0; Offset < Function.size (); ++Offset) {
+    Function[Offset] = static_cast<UINT8> (RegisterNoise + 7 * Offset);
+  }
+  AerCapability Aer = {};
+  Aer.Header = 1U << 16 | PCIE_EXTENDED_CAPABILITY_ID_AER;
+  Aer.UncorrectableSeverity = SeverityDefault;
+  std::memset (Aer.HeaderLog, RegisterNoise, sizeof Aer.HeaderLog);
+  Function[offsetof (PcieHeader, HeaderType)] = Header | PCI_HEADER_MULTI_FUNCTION;
+  StoreRegister (Function, offsetof (PcieHeader, Status), PCI_STATUS_CAPABILITIES_LIST);
+  StoreRegister<UINT8> (Function, offsetof (PcieHeader, CapabilitiesPointer), OtherOffset);
+  StoreRegister<UINT16> (Function, OtherOffset, ExpressOffset << 8 | 0x05);
+  StoreRegister<UINT16> (Function, ExpressOffset, PCI_CAPABILITY_ID_EXPRESS);
+  StoreRegister (Function, ExpressOffset + offsetof (PcieCapability, Capabilities), Express);
+  StoreRegister<UINT32> (Function, ExtendedOffset, AerOffset << 20 | 0x1000B);
+  StoreRegister (Function, AerOffset, Aer);
+
+  const UINTN Page = PageOf (Place);
+  ClearedByOnes.insert ({Page + ExpressOffset + offsetof (PcieCapability, DeviceStatus),
+                         Page + AerOffset + offsetof (AerCapability, UncorrectableStatus),
+                         Page + AerOffset + offsetof (AerCapability, CorrectedStatus),
+                         Page + AerOffset + offsetof (AerCapability, RootErrorStatus)});
   return Function;
 }
 

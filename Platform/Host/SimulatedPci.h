@@ -36,6 +36,13 @@ public:
   /// Adds a function, or gives it new registers: a header of this type, and noise in all else.
   Registers &AddFunction (const PciPlace &Place, UINT8 HeaderType);
 
+  /// Adds a function with these capabilities, whose status registers ones clear: PCI Express, 2.0,
+  /// and Advanced Error Reporting without any error. Each lies behind another one in its list. A
+  /// root port is a bridge; whatever is not a register of errors is noise.
+  static constexpr UINT16 ExpressOffset = 0x40;
+  static constexpr UINT16 AerOffset = 0x140;
+  Registers &AddExpressFunction (const PciPlace &Place, UINT8 PortType);
+
   /// The registers of a function, or null.
   Registers *FindFunction (const PciPlace &Place);
   void RemoveFunction (const PciPlace &Place);
@@ -53,6 +60,7 @@ public:
 private:
   std::map<UINTN, Registers> Pages; ///< By the address at which they are mapped.
   std::set<UINTN> SilentPages;      ///< Addresses of blocks that do not answer.
+  std::set<UINTN> ClearedByOnes;    ///< Addresses of registers, as wide as they are written.
 
   UINT8 *FindRegister (UINTN Address, UINTN Width);
 };

@@ -15,10 +15,6 @@ namespace {
 constexpr std::size_t PageSize = 4096;
 constexpr std::size_t StatusCodeDataSizeMax = 0xFFFF;
 
-/// Type of status code data without a published type of its own (PI 1.8, volume 3, 6.6.2).
-constexpr EFI_GUID gEfiStatusCodeSpecificDataGuid = {
-    0x335984BD, 0xE805, 0x409A, {0xB8, 0xF8, 0xD2, 0x7E, 0xCE, 0x5F, 0xF7, 0xA6}};
-
 /// Whether a platform exists: the firmware has one state.
 bool PlatformExists = false;
 

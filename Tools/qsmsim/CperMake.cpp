@@ -3,13 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-namespace {
-
-constexpr UINT16 SECTION_REVISION = 0x0100;
-constexpr UINT32 SECTION_FLAG_PRIMARY = 0x01;
-
-} // namespace
-
 std::vector<UINT8>
 MakeCper (const CperSection &Section,
           const CperEnvelope &Envelope,
@@ -42,8 +35,8 @@ MakeCper (const CperSection &Section,
   CperSectionDescriptor Descriptor = {};
   Descriptor.SectionOffset = BodyOffset;
   Descriptor.SectionLength = static_cast<UINT32> (Section.BodySize);
-  Descriptor.Revision = SECTION_REVISION;
-  Descriptor.Flags = SECTION_FLAG_PRIMARY;
+  Descriptor.Revision = CPER_SECTION_REVISION;
+  Descriptor.Flags = CPER_SECTION_FLAG_PRIMARY;
   Descriptor.SectionType = Section.Type;
   Descriptor.SectionSeverity = Envelope.Severity;
   if (!Envelope.FruText.empty ()) {

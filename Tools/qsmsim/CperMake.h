@@ -7,7 +7,7 @@
 #include "CperFile.h"
 
 inline constexpr UINT16 CPER_REVISION_MIN = 0x0100;
-inline constexpr UINT16 CPER_REVISION_MAX = 0x0101;
+inline constexpr UINT16 CPER_REVISION_MAX = CPER_REVISION;
 
 /// What a record says beside the body of its section.
 struct CperEnvelope {
