@@ -1,4 +1,4 @@
-#include "ToolTest.h"
+#include "QsmsimTest.h"
 
 namespace {
 
@@ -6,7 +6,7 @@ constexpr const char *Corrected = "memory --socket 1 --channel 2 --dimm 0 -o ";
 constexpr const char *Platform = R"({"name": "one", "devices": [],
   "processors": [{"cpuid": "intel-sapphire-rapids", "apicIds": [0, 1]}]})";
 
-class BadInput : public ToolTest {
+class BadInput : public QsmsimTest {
 public:
   BadInput ()
   {

@@ -1,14 +1,14 @@
-#include "ToolTest.h"
+#include "QsmsimTest.h"
 
 #include "Console.h"
 
 namespace {
 
-class MakeRecord : public ToolTest {
+class MakeRecord : public QsmsimTest {
 public:
   /// Bytes of a file as text, zeros at the end of each block of 16 left out with the block if all
   /// are: "offset: bytes" lines.
-  static std::string
+  std::string
   Dump (const std::string &File)
   {
     const std::string Content = Read (File);

@@ -1,4 +1,4 @@
-#include "ToolTest.h"
+#include "QsmsimTest.h"
 
 #include <nlohmann/json.hpp>
 
@@ -6,10 +6,10 @@ namespace {
 
 using Json = nlohmann::json;
 
-class Report : public ToolTest {
+class Report : public QsmsimTest {
 public:
   /// The JSON of one report command.
-  static Json
+  Json
   ReportJson (const std::string &Line, int ExitCode = 0)
   {
     const ToolResult Result = Run ("report --json " + Line);
@@ -19,7 +19,7 @@ public:
   }
 
   /// What came of one record: the decoded event, or why it was dropped.
-  static std::string
+  std::string
   Outcome (const Json &Record)
   {
     if (!Record["dropped"].is_null ()) {

@@ -1,4 +1,4 @@
-#include "ToolTest.h"
+#include "QsmsimTest.h"
 
 #include <nlohmann/json.hpp>
 
@@ -6,9 +6,9 @@ namespace {
 
 using Json = nlohmann::json;
 
-class ShowBoot : public ToolTest {
+class ShowBoot : public QsmsimTest {
 public:
-  static Json
+  Json
   ShowJson (const std::string &Line, int ExitCode = 0)
   {
     const ToolResult Result = Run ("show " + Line + " --json");

@@ -1,4 +1,4 @@
-/// The bench for the tool: a directory of its own, and one command line after the other in it.
+/// The bench for a tool: a directory of its own, and one command line after the other in it.
 #pragma once
 
 #include <filesystem>
@@ -10,7 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include "Qsmsim.h"
+#include "Console.h"
+#include "TemporaryDirectory.h"
 
 struct ToolResult {
   int ExitCode;
@@ -20,25 +21,23 @@ struct ToolResult {
 
 class ToolTest : public testing::Test {
 public:
-  ToolTest ()
+  using ToolMain = int (int ArgumentCount, const char *const *Arguments, Console &Console);
+
+  ToolTest (std::string ToolName, ToolMain *Function) : Name (std::move (ToolName)), Main (Function)
   {
-    std::string Name = (std::filesystem::temp_directory_path () / "qsmsim.XXXXXX").string ();
-    EXPECT_NE (mkdtemp (Name.data ()), nullptr);
-    std::filesystem::current_path (Name);
+    std::filesystem::current_path (Directory.Path ());
   }
 
   ~ToolTest () override
   {
-    const std::filesystem::path Directory = std::filesystem::current_path ();
     std::filesystem::current_path ("/");
-    std::filesystem::remove_all (Directory);
   }
 
   /// Runs the tool with the arguments of a line: words between blanks.
-  static ToolResult
+  ToolResult
   Run (const std::string &Line)
   {
-    std::istringstream Text ("qsmsim " + Line);
+    std::istringstream Text (Name + " " + Line);
     const std::vector<std::string> Words (std::istream_iterator<std::string> (Text), {});
     std::vector<const char *> Arguments;
     for (const std::string &Word : Words) {
@@ -46,18 +45,8 @@ public:
     }
     std::ostringstream Out, Err;
     Console Console = {.Out = Out, .Err = Err};
-    const int ExitCode =
-        QsmsimMain (static_cast<int> (Arguments.size ()), Arguments.data (), Console);
+    const int ExitCode = Main (static_cast<int> (Arguments.size ()), Arguments.data (), Console);
     return {ExitCode, Out.str (), Err.str ()};
-  }
-
-  /// Makes files that a test needs; must succeed without a word.
-  static void
-  Make (const std::string &Line)
-  {
-    const ToolResult Result = Run ("make " + Line);
-    EXPECT_EQ (Result.ExitCode, 0) << Result.Err;
-    EXPECT_EQ (Result.Out + Result.Err, "");
   }
 
   static void
@@ -73,4 +62,9 @@ public:
     Content << std::ifstream (File, std::ios::binary).rdbuf ();
     return Content.str ();
   }
+
+private:
+  std::string Name;
+  ToolMain *Main;
+  TemporaryDirectory Directory;
 };

@@ -1,0 +1,53 @@
+/// The BMC behind its wire: which bytes it answers to which.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "BmcMode.h"
+#include "IpmiFrame.h"
+
+/// Completion codes (IPMI 2.0, table 5-2).
+enum CompletionCode : UINT8 {
+  CompletionNormal = 0x00,
+  CompletionInvalidCommand = 0xC1,
+  CompletionInvalidForLun = 0xC2,
+  CompletionOutOfSpace = 0xC4,
+  CompletionDataLengthInvalid = 0xC7,
+  CompletionDataFieldInvalid = 0xCC,
+  CompletionUnspecified = 0xFF
+};
+
+/// Whether the data of an event command are one: CompletionNormal, or why not. They are 0, a class,
+/// a severity and the device's id, printable and not empty, with one NUL behind it.
+CompletionCode CheckEvent (std::span<const UINT8> Data);
+
+/// One BMC, with one machine at its wire. Each request is answered by Get Device ID, the event
+/// command or a refusal; the mode then decides what becomes of that answer. Events are taken in all
+/// modes but Refuse.
+class Bmc {
+public:
+  /// Takes the data of a good event, and returns what the machine is told.
+  using EventTaker = std::function<CompletionCode (std::span<const UINT8> Data)>;
+
+  explicit Bmc (EventTaker Taker) : TakeEvent (std::move (Taker)) {}
+
+  /// The machine is connected, anew or again: no answer is held back any more. Returns the bytes to
+  /// greet it with.
+  std::vector<UINT8> Connect ();
+
+  /// Takes a frame of the machine and returns the bytes to send to it. What is no request is not
+  /// answered.
+  std::vector<UINT8> Take (const Frame &Frame);
+
+  /// The answer that is held back, to be sent now; empty if there is none.
+  std::vector<UINT8> Release ();
+
+  BmcMode Mode;
+
+private:
+  IpmiMessage Answer (const IpmiMessage &Request);
+
+  EventTaker TakeEvent;
+  std::vector<UINT8> Held;
+};

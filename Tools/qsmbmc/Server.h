@@ -1,0 +1,36 @@
+/// The process around the BMC: its connection, its standard input and how it ends.
+#pragma once
+
+#include "Bmc.h"
+#include "Console.h"
+#include "EventLog.h"
+#include "Listener.h"
+
+class Server {
+public:
+  /// Keeper is null if events are not kept. All of them outlive the server.
+  Server (Listener &At, EventLog *Keeper, BmcMode Mode, bool Json, Console &Console);
+
+  /// Serves one machine after the other until SIGINT, SIGTERM, or until standard output fails.
+  void Run ();
+
+private:
+  void Tell (const char *Key, const std::string &Value);
+  CompletionCode TakeEvent (std::span<const UINT8> Data);
+  void Accept ();
+  void Receive ();
+  void Send (std::span<const UINT8> Bytes);
+  void ReadInput ();
+  void Obey (const std::string &Line);
+
+  Listener &Listening;
+  EventLog *Log;
+  UINT64 Sequence; ///< Of the last event.
+  bool AsJson;
+  Console &Streams;
+  Bmc Controller;
+  FileDescriptor Client;
+  FrameReader Reader;
+  bool InputIsOpen = true;
+  std::string Input; ///< A line of standard input as far as it has come.
+};
