@@ -158,6 +158,8 @@ Server::Obey (const std::string &Line)
     const std::vector<UINT8> Answer = Controller.Release ();
     Send (Answer);
     Tell ("answer", Answer.empty () ? "none" : "sent");
+  } else if (Line == "mode") {
+    Tell ("mode", BmcModeText (Controller.Mode));
   } else if (Line.starts_with (MODE_PREFIX)) {
     try {
       Controller.Mode = ParseBmcMode (Line.substr (MODE_PREFIX.size ()));

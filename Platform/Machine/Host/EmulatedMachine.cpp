@@ -1,0 +1,216 @@
+#include "EmulatedMachine.h"
+
+#include <fstream>
+#include <sstream>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+
+#include "LocalSocket.h"
+#include "MachineError.h"
+
+namespace {
+
+/// What a failure shows of a log.
+constexpr std::size_t TAIL_SIZE = 2000;
+
+constexpr const char *CONTROL_DONE = "done";
+constexpr const char *CONTROL_ERROR = "error: ";
+
+std::string
+FileText (const std::filesystem::path &File)
+{
+  std::ostringstream Text;
+  Text << std::ifstream (File, std::ios::binary).rdbuf ();
+  return Text.str ();
+}
+
+/// The last lines of a file under a heading; nothing if it is empty.
+std::string
+TailText (const char *Heading, const std::filesystem::path &File)
+{
+  const std::string Text = FileText (File);
+  if (Text.empty ()) {
+    return {};
+  }
+  return fmt::format ("\n{}:\n{}", Heading,
+                      Text.substr (Text.size () - std::min (Text.size (), TAIL_SIZE)));
+}
+
+MachineFiles
+FilesIn (const std::filesystem::path &Directory)
+{
+  return {.RasLog = Directory / "ras.log",
+          .DebugLog = Directory / "debug.log",
+          .Control = Directory / "control",
+          .Qmp = Directory / "qmp",
+          .Inventory = Directory / "inventory.txt",
+          .Errors = Directory / "qemu.log"};
+}
+
+UINTN
+FileSize (const std::filesystem::path &File)
+{
+  std::error_code Error;
+  const auto Size = File.empty () ? 0 : std::filesystem::file_size (File, Error);
+  if (Error) {
+    throw MachineError (fmt::format ("{}: {}", File.string (), Error.message ()));
+  }
+  return Size;
+}
+
+} // namespace
+
+/// Runs Body and adds to a failure at which step of the run it was, and what the logs say.
+template <typename Function>
+auto
+EmulatedMachine::Guard (const std::string &Step, Function &&Body)
+{
+  try {
+    return Body ();
+  } catch (const MachineError &Error) {
+    Fail (Step, Error.what ());
+  }
+}
+
+EmulatedMachine::EmulatedMachine (const MachineOptions &Given)
+    : Options (Given), Files (FilesIn (Directory.Path ()))
+{
+  std::ofstream (Files.Inventory) << Options.Inventory;
+  const auto Arguments = MachineArguments (Options, Files, FileSize (Options.Driver));
+  const FileDescriptor ControlListener = ListenAt (Files.Control);
+  const FileDescriptor QmpListener = ListenAt (Files.Qmp);
+  const FileDescriptor Errors (
+      open (Files.Errors.c_str (), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+  Qemu = std::make_unique<ChildProcess> (
+      Arguments, ChildStreams{.Output = Errors.Get (), .Error = Errors.Get ()});
+  Guard ("start", [&] {
+    Control = LineChannel (Accept (ControlListener), Options.Patience);
+    Monitor = QmpClient (LineChannel (Accept (QmpListener), Options.Patience));
+  });
+}
+
+EmulatedMachine::~EmulatedMachine () = default;
+
+void
+EmulatedMachine::WaitUntilReady ()
+{
+  Guard ("boot", [&] {
+    const std::string Line = Control.ReadLine ();
+    if (Line != "ready") {
+      throw MachineError (fmt::format ("expected \"ready\", found \"{}\"", Line));
+    }
+  });
+}
+
+std::vector<std::string>
+EmulatedMachine::Command (const std::string &Line)
+{
+  return Guard (Line, [&] {
+    Control.WriteLine (Line);
+    std::vector<std::string> Answer;
+    for (;;) {
+      Answer.push_back (Control.ReadLine ());
+      if (Answer.back () == CONTROL_DONE) {
+        Answer.pop_back ();
+        return Answer;
+      }
+      if (Answer.back ().starts_with (CONTROL_ERROR)) {
+        throw MachineError (Answer.back ());
+      }
+    }
+  });
+}
+
+void
+EmulatedMachine::InjectPcieError (const std::string &Device,
+                                  const std::string &Name,
+                                  bool IsCorrected)
+{
+  Inject (fmt::format ("pcie_aer_inject_error {}{} {}", IsCorrected ? "-c " : "", Device, Name),
+          "OK ");
+}
+
+void
+EmulatedMachine::InjectMachineCheck (
+    UINTN Processor, UINTN Bank, UINT64 Status, UINT64 McgStatus, UINT64 Address, UINT64 Misc)
+{
+  Inject (fmt::format ("mce {} {} 0x{:x} 0x{:x} 0x{:x} 0x{:x}", Processor, Bank, Status, McgStatus,
+                       Address, Misc),
+          "");
+}
+
+/// Injects by the human monitor, whose answer begins with Expected or, if that is empty, is empty.
+void
+EmulatedMachine::Inject (const std::string &Line, const std::string &Expected)
+{
+  Guard (Line, [&] {
+    const std::string Answer = Monitor.ExecuteHuman (Line);
+    if (Expected.empty () ? !Answer.empty () : !Answer.starts_with (Expected)) {
+      throw MachineError (Answer);
+    }
+  });
+}
+
+int
+EmulatedMachine::Exit (int Number)
+{
+  Guard ("exit", [&] { Control.WriteLine (fmt::format ("exit {}", Number)); });
+  return WaitForEnd ();
+}
+
+int
+EmulatedMachine::WaitForEnd ()
+{
+  const auto Status = Qemu->WaitForEnd (Deadline (Options.Patience));
+  if (!Status) {
+    Fail ("end", fmt::format ("the machine still runs after {} ms", Options.Patience.count ()));
+  }
+  // A write to the exit port always gives an odd code.
+  if (!WIFEXITED (*Status) || WEXITSTATUS (*Status) % 2 == 0) {
+    Fail ("end", WIFEXITED (*Status) && WEXITSTATUS (*Status) == 0
+                     ? "the machine reset itself: a triple fault"
+                     : "QEMU ended with " + ChildStatusText (*Status));
+  }
+  return WEXITSTATUS (*Status) / 2;
+}
+
+std::string
+EmulatedMachine::RasLog () const
+{
+  return FileText (Files.RasLog);
+}
+
+std::string
+EmulatedMachine::DebugLog () const
+{
+  return FileText (Files.DebugLog);
+}
+
+FileDescriptor
+EmulatedMachine::Accept (const FileDescriptor &Listener)
+{
+  pollfd Waited[] = {{.fd = Listener.Get (), .events = POLLIN, .revents = 0},
+                     {.fd = Qemu->EndDescriptor (), .events = POLLIN, .revents = 0}};
+  if (!Deadline (Options.Patience).WaitFor (Waited)) {
+    throw MachineError ("QEMU does not connect");
+  }
+  if (Waited[0].revents == 0) {
+    throw MachineError ("QEMU does not run");
+  }
+  return FileDescriptor (accept4 (Listener.Get (), nullptr, nullptr, SOCK_CLOEXEC));
+}
+
+void
+EmulatedMachine::Fail (const std::string &Step, const std::string &Reason)
+{
+  // A machine that ends closes its channels first. The moment tells the two failures apart.
+  constexpr std::chrono::milliseconds Moment (200);
+  const auto Status = Qemu->WaitForEnd (Deadline (Moment));
+  throw MachineError (fmt::format (
+      "{}: {}{}{}{}", Step, Reason,
+      Status ? fmt::format ("\nQEMU has ended: {}", ChildStatusText (*Status)) : "",
+      TailText ("QEMU says", Files.Errors), TailText ("the debug log ends with", Files.DebugLog)));
+}

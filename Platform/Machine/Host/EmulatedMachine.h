@@ -1,0 +1,96 @@
+/// A machine of real x86 processors in QEMU, with real System Management Mode.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "MachineOptions.h"
+#include "QmpClient.h"
+#include "TemporaryDirectory.h"
+
+/// One run. No step of it is waited for longer than the options allow; what goes wrong is a
+/// MachineError that ends with the tail of the debug log. QEMU ends with the object.
+class EmulatedMachine {
+public:
+  /// Starts QEMU and connects to it. The machine then boots by itself.
+  explicit EmulatedMachine (const MachineOptions &Given);
+  ~EmulatedMachine ();
+  EmulatedMachine (const EmulatedMachine &) = delete;
+  EmulatedMachine &operator= (const EmulatedMachine &) = delete;
+
+  /// Waits until the boot is over, and the driver loaded.
+  void WaitUntilReady ();
+
+  /// Gives the machine a command over its control channel and returns the lines of the answer
+  /// without the last one, "done". An answer that ends with "error: ..." is a MachineError.
+  std::vector<std::string> Command (const std::string &Line);
+
+  /// Makes a PCI Express device raise an error of its Advanced Error Reporting capability by the
+  /// name that QEMU gives it, such as MALF_TLP or BAD_TLP.
+  void InjectPcieError (const std::string &Device, const std::string &Name, bool IsCorrected);
+
+  /// Sets the machine-check registers of a processor, and raises the exception if the status is
+  /// uncorrected.
+  void InjectMachineCheck (
+      UINTN Processor, UINTN Bank, UINT64 Status, UINT64 McgStatus, UINT64 Address, UINT64 Misc);
+
+  /// Sends "exit Number" and returns the number with which the machine ends.
+  int Exit (int Number);
+
+  /// Waits for the end of the machine and returns the number that it wrote to the exit port. A
+  /// machine that reset itself, as after a triple fault, is a MachineError.
+  int WaitForEnd ();
+
+  /// All that the driver has sent by COM1.
+  [[nodiscard]] std::string RasLog () const;
+
+  /// All that the firmware has written to its debug console.
+  [[nodiscard]] std::string DebugLog () const;
+
+  [[nodiscard]] const MachineFiles &
+  RunFiles () const
+  {
+    return Files;
+  }
+
+  /// Leaves the directory of the run in place when the object goes.
+  void
+  KeepFiles ()
+  {
+    Directory.Keep ();
+  }
+
+  [[nodiscard]] const std::filesystem::path &
+  DirectoryPath () const
+  {
+    return Directory.Path ();
+  }
+
+  [[nodiscard]] pid_t
+  ProcessId () const
+  {
+    return Qemu->Id ();
+  }
+
+  QmpClient &
+  Qmp ()
+  {
+    return Monitor;
+  }
+
+private:
+  FileDescriptor Accept (const FileDescriptor &Listener);
+  void Inject (const std::string &Line, const std::string &Expected);
+  [[noreturn]] void Fail (const std::string &Step, const std::string &Reason);
+  template <typename Function> auto Guard (const std::string &Step, Function &&Body);
+
+  MachineOptions Options;
+  TemporaryDirectory Directory;
+  MachineFiles Files;
+  std::unique_ptr<ChildProcess> Qemu;
+  QmpClient Monitor;
+  LineChannel Control;
+};

@@ -1,0 +1,127 @@
+#include "MachineOptions.h"
+
+#include <fmt/format.h>
+
+namespace {
+
+/// Where the ROM finds the image.
+constexpr UINT64 DRIVER_ADDRESS = 0x2000000;
+
+using Words = std::vector<std::string>;
+
+/// A path as the value of an option: commas part options.
+std::string
+Escaped (const std::filesystem::path &Path)
+{
+  std::string Text;
+  for (const char Character : Path.native ()) {
+    Text.append (Character == ',' ? 2 : 1, Character);
+  }
+  return Text;
+}
+
+void
+Append (Words &Arguments, const Words &More)
+{
+  Arguments.insert (Arguments.end (), More.begin (), More.end ());
+}
+
+/// Channels to this process: QEMU connects to sockets that listen already.
+void
+AppendChannels (Words &Arguments, const MachineFiles &Files)
+{
+  Append (Arguments, {"-serial", "file:" + Files.RasLog.string ()});
+  Append (Arguments, {"-chardev", "socket,id=control,path=" + Escaped (Files.Control), "-serial",
+                      "chardev:control"});
+  Append (Arguments, {"-chardev", "socket,id=qmp,path=" + Escaped (Files.Qmp), "-mon",
+                      "chardev=qmp,mode=control"});
+  Append (Arguments, {"-chardev", "file,id=debug,path=" + Escaped (Files.DebugLog), "-device",
+                      "isa-debugcon,iobase=0x402,chardev=debug"});
+  Append (Arguments, {"-device", "isa-debug-exit,iobase=0xf4,iosize=4"});
+}
+
+void
+AppendPorts (Words &Arguments, UINTN Count)
+{
+  for (UINTN Number = 1; Number <= Count; ++Number) {
+    Append (Arguments,
+            {"-device",
+             fmt::format ("pcie-root-port,id=rp{0},chassis={0},slot={0},addr={0:x}.0", Number)});
+    // There can be one balloon only, and any device of virtio serves.
+    Append (Arguments,
+            {"-device", fmt::format ("{1},bus=rp{0},aer=on,disable-legacy=on,id=nv{0}", Number,
+                                     Number == 1 ? "virtio-balloon-pci" : "virtio-rng-pci")});
+  }
+}
+
+void
+AppendBmc (Words &Arguments, const MachineOptions &Options)
+{
+  switch (Options.Bmc) {
+  case BmcConnection::None:
+    return;
+  case BmcConnection::Simulated:
+    Append (Arguments, {"-device", "ipmi-bmc-sim,id=bmc0"});
+    break;
+  case BmcConnection::External:
+    // A socket without reconnect, or one that listens, makes this QEMU crash.
+    Append (Arguments,
+            {"-chardev",
+             fmt::format ("socket,id=ipmi0,path={},reconnect=1", Escaped (Options.BmcSocket)),
+             "-device", "ipmi-bmc-extern,chardev=ipmi0,id=bmc0"});
+    break;
+  }
+  Append (Arguments, {"-device", "isa-ipmi-kcs,bmc=bmc0"});
+}
+
+void
+AppendSettings (Words &Arguments,
+                const MachineOptions &Options,
+                const MachineFiles &Files,
+                UINTN DriverSize)
+{
+  const auto Set = [&] (const char *Name, const std::string &Value) {
+    Append (Arguments, {"-fw_cfg", fmt::format ("name=opt/velmora/{},{}", Name, Value)});
+  };
+  if (Options.Driver.empty ()) {
+    Set ("drivers", "string=0");
+  } else {
+    Append (Arguments, {"-device", fmt::format ("loader,file={},addr=0x{:x},force-raw=on",
+                                                Escaped (Options.Driver), DRIVER_ADDRESS)});
+    Set ("image-size", fmt::format ("string={}", DriverSize));
+    Set ("drivers", "string=" + Options.DriverCount);
+  }
+  if (Options.LogLevels) {
+    Set ("log-levels", fmt::format ("string={:x}", *Options.LogLevels));
+  }
+  if (!Options.Inventory.empty ()) {
+    Set ("inventory", "file=" + Escaped (Files.Inventory));
+  }
+}
+
+} // namespace
+
+std::vector<std::string>
+MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINTN DriverSize)
+{
+  Words Arguments = {"qemu-system-x86_64", "-nodefaults", "-no-user-config",
+                     "-display",           "none",        "-no-reboot"};
+  Append (Arguments, {"-machine", "q35,smm=on,accel=tcg,vmport=off", "-m", "256M"});
+  Append (Arguments, {"-cpu", Options.Cpu, "-smp", Options.Processors});
+  Append (Arguments, {"-bios", Options.Rom.string ()});
+  AppendChannels (Arguments, Files);
+  AppendPorts (Arguments, Options.PortCount);
+  AppendBmc (Arguments, Options);
+  AppendSettings (Arguments, Options, Files, DriverSize);
+  if (Options.CountsInstructions) {
+    Append (Arguments, {"-icount", "shift=0,sleep=off"});
+  }
+  if (!Options.GdbServer.empty ()) {
+    Append (Arguments, {"-gdb", Options.GdbServer});
+  }
+  if (Options.IsStopped) {
+    Append (Arguments, {"-S"});
+  }
+  Append (Arguments, Options.Extra);
+  return Arguments;
+}
