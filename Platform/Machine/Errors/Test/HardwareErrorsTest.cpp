@@ -32,7 +32,7 @@ constexpr UINT32 BadTlp = 0x40;
 constexpr PcieErrorSource
 Source (UINT8 Bus, UINT8 Device, UINT8 Function)
 {
-  return {PciSegmentBase (1), 1, Bus, Device, Function};
+  return {SimulatedPciBase + PciSegmentSize, 1, Bus, Device, Function};
 }
 
 SimulatedMachine *mMachine = nullptr;
