@@ -68,13 +68,6 @@ FillStack (UINTN Socket, UINTN Stack, const StackRow &Row)
   gSystemInfo.Rcrb[Socket][Stack] = {.Base = Row.RcrbBase, .Valid = Row.RcrbValid};
 }
 
-/// Number of ports that are described: none if the policy shall have a number that it cannot have.
-UINTN
-KnownPorts (const SocketRow &Row)
-{
-  return Row.Present && Row.MaxPort <= IIO_PORT_MAX ? Row.MaxPort : 0;
-}
-
 VOID
 FillPorts (UINTN Socket, const SocketRow &Row)
 {
@@ -82,19 +75,8 @@ FillPorts (UINTN Socket, const SocketRow &Row)
   for (UINTN Port = 0; Port < IIO_PORT_MAX; ++Port) {
     mIioPolicy->PortBus[Socket][Port] = Row.Ports[Port].Bus;
   }
-  for (UINTN Port = 0; Port < KnownPorts (Row); ++Port) {
+  for (UINTN Port = 0; Port < KnownPorts (&Row); ++Port) {
     mIioPolicy->PortExists[Socket * Row.MaxPort + Port] = Row.Ports[Port].Exists;
-  }
-}
-
-/// Rows of different lengths may lie over each other in the policy, and then have to agree.
-VOID
-CheckPorts (UINTN Socket, const SocketRow &Row)
-{
-  for (UINTN Port = 0; Port < KnownPorts (Row); ++Port) {
-    if (mIioPolicy->PortExists[Socket * Row.MaxPort + Port] != Row.Ports[Port].Exists) {
-      FirmwareFault ("the policy has one place for ports of two sockets, which differ");
-    }
   }
 }
 
@@ -159,12 +141,12 @@ HandOffRecordsReset ()
 VOID
 HandOffRecordsFill ()
 {
+  if (ConflictingSocket (&gTopology) < SOCKET_MAX) {
+    FirmwareFault ("the policy has one place for ports of two sockets, which differ");
+  }
   mUpiHostRecord->SocketBitmap = 0;
   for (UINTN Socket = 0; Socket < SOCKET_MAX; ++Socket) {
     FillSocket (Socket, gTopology.Sockets[Socket]);
-  }
-  for (UINTN Socket = 0; Socket < SOCKET_MAX; ++Socket) {
-    CheckPorts (Socket, gTopology.Sockets[Socket]);
   }
   for (UINTN Port = 0; Port < IIO_PORT_MAX; ++Port) {
     mIioPolicy->Port[Port].Device = gTopology.Places[Port].Device;

@@ -15,9 +15,6 @@ static_assert (FirstSocketPorts + MorePortsPerSocket * (SOCKET_MAX - 1) == IIO_P
 constexpr UINTN PortsPerBus = 8;
 constexpr UINTN BusesPerPort = 4;
 
-constexpr UINT8 CxlReadyStatus = 0x83;
-constexpr UINT8 CxlTrainingStatus = 0x82;
-
 /// A value that no other place has.
 constexpr UINT8
 Mark (UINTN Kind, UINTN Socket, UINTN Stack)
@@ -61,10 +58,33 @@ StandardTopology (TopologyRows *Rows, UINTN SocketCount)
       Row.Stacks[Number] = Stack (Socket, Number);
     }
     Row.MaxPort = static_cast<UINT8> (FirstSocketPorts + MorePortsPerSocket * Socket);
-    for (UINTN Port = 0; Port < Row.MaxPort; ++Port) {
+    for (UINTN Port = 0; Port < IIO_PORT_MAX; ++Port) {
       Row.Ports[Port] = {.Exists = Port % 3 != 1,
                          .Bus =
                              static_cast<UINT8> (Port / PortsPerBus * PortsPerBus * BusesPerPort)};
     }
   }
+}
+
+UINTN
+KnownPorts (const SocketRow *Socket)
+{
+  return Socket->Present && Socket->MaxPort <= IIO_PORT_MAX ? Socket->MaxPort : 0;
+}
+
+UINTN
+ConflictingSocket (const TopologyRows *Rows)
+{
+  const PortRow *Places[SOCKET_MAX * IIO_PORT_MAX] = {};
+  for (UINTN Number = 0; Number < SOCKET_MAX; ++Number) {
+    const SocketRow &Socket = Rows->Sockets[Number];
+    for (UINTN Port = 0; Port < KnownPorts (&Socket); ++Port) {
+      const PortRow *&Place = Places[Number * Socket.MaxPort + Port];
+      if (Place != nullptr && Place->Exists != Socket.Ports[Port].Exists) {
+        return Number;
+      }
+      Place = &Socket.Ports[Port];
+    }
+  }
+  return SOCKET_MAX;
 }

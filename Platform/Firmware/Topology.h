@@ -4,6 +4,10 @@
 
 #include "Record/PlatformLimits.h"
 
+/// Statuses of a stack's CXL link: only the first has both bits that say so.
+inline constexpr UINT8 CxlReadyStatus = 0x83;
+inline constexpr UINT8 CxlTrainingStatus = 0x82;
+
 struct StackRow {
   BOOLEAN Present;
   UINT8 PolicyByte20082; ///< Bytes and words of no meaning here are named for where they go.
@@ -48,4 +52,12 @@ extern "C" {
 /// Fills *Rows with SocketCount sockets, at most SOCKET_MAX, in a segment each. They differ: in
 /// stacks, in the number of their ports, of which every third does not exist, and in what is CXL.
 VOID StandardTopology (TopologyRows *Rows, UINTN SocketCount);
+
+/// Number of ports that the records have of a socket: none if it is not there, or if the policy
+/// shall have a number that it cannot have.
+UINTN KnownPorts (const SocketRow *Socket);
+
+/// Rows of different lengths may lie over each other in the policy, and then have to agree. Returns
+/// the first socket whose ports differ from an earlier one's, or SOCKET_MAX if there is none.
+UINTN ConflictingSocket (const TopologyRows *Rows);
 }

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Topology.h"
+
 struct PlatformDescription {
   std::string Name;
 
@@ -37,6 +39,10 @@ struct PlatformDescription {
   /// 0, and the mask of the RAS debug log in its hand-off block, if there is one.
   std::map<uint8_t, uint8_t> Cmos = {};
   std::optional<uint32_t> LogLevelMask = std::nullopt;
+
+  /// The sockets; the standard topology of as many as there are packages of processors unless
+  /// given.
+  std::optional<TopologyRows> Topology = std::nullopt;
 };
 
 /// Reads a description in the JSON form of docs/platform.md. Throws InputError with one line that

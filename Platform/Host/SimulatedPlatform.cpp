@@ -94,6 +94,10 @@ SimulatedPlatform::SimulatedPlatform (const PlatformDescription &Plan)
   }
   const FirmwareWorld Table = World.Table ();
   FirmwareReset (&Table);
+  if (Description.Topology) {
+    gTopology = *Description.Topology;
+    HandOffRecordsFill ();
+  }
   Machine.Pci.Populate (gTopology);
   for (const PlatformDescription::Device &Device : Description.Devices) {
     const InventoryRow Row = {.Type = Device.Type,

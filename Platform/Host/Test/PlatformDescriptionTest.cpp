@@ -14,7 +14,9 @@ constexpr const char *Good = R"({
               {"type": 2, "id": null, "socket": 1, "channel": 255, "dimm": 3},
               {"type": "pcie", "id": "Slot", "bus": "0xFF", "device": 31, "function": 7},
               {"type": 4, "id": "Fan"}],
-  "cmos": {"0x4C": 200, "255": "0xFE"}, "logLevelMask": 4294967294})";
+  "cmos": {"0x4C": 200, "255": "0xFE"}, "logLevelMask": 4294967294,
+  "sockets": [{"segment": 3, "maxPort": 57, "absentPorts": [0], "absentStacks": [4, "11"],
+               "cxlStacks": [7], "rcrbStacks": []}, null, {}]})";
 
 TEST (PlatformDescription, HasWhatTheTextSays)
 {
@@ -40,6 +42,28 @@ TEST (PlatformDescription, HasWhatTheTextSays)
   EXPECT_EQ (std::tuple (Devices[2].Bus, Devices[2].Device, Devices[2].Function),
              std::tuple (255, 31, 7));
   EXPECT_EQ (std::tuple (Devices[3].Type, *Devices[3].Id), std::tuple (4, "Fan"));
+}
+
+TEST (PlatformDescription, HasTheSocketsWithWhatIsLeftOpenAsInTheStandardTopology)
+{
+  const TopologyRows Rows = ParsePlatformDescription ("text", Good).Topology.value ();
+  const SocketRow &First = Rows.Sockets[0];
+  EXPECT_EQ (std::tuple (First.Segment, First.MaxPort), std::tuple (3, 57));
+  for (UINTN Port = 0; Port < IIO_PORT_MAX; ++Port) {
+    EXPECT_EQ (First.Ports[Port].Exists, Port != 0);
+  }
+  for (UINTN Stack = 0; Stack < IIO_STACK_MAX; ++Stack) {
+    SCOPED_TRACE (Stack);
+    EXPECT_EQ (First.Stacks[Stack].Present, Stack != 4 && Stack != 11);
+    EXPECT_EQ ((First.Stacks[Stack].CxlStatus & 3) == 3, Stack == 7);
+    EXPECT_EQ (First.Stacks[Stack].RcrbValid, FALSE);
+  }
+  TopologyRows Standard;
+  StandardTopology (&Standard, 3);
+  for (const auto Field : {&SocketRow::Segment, &SocketRow::MaxPort, &SocketRow::UpiByte69}) {
+    EXPECT_EQ (Rows.Sockets[2].*Field, Standard.Sockets[2].*Field);
+  }
+  EXPECT_EQ (Rows.Sockets[1].Present + Rows.Sockets[3].Present, 0);
 }
 
 TEST (PlatformDescription, RefusesEachFaultWithOneLine)
@@ -81,6 +105,18 @@ TEST (PlatformDescription, RefusesEachFaultWithOneLine)
       {"4294967294", "-1", "$.logLevelMask: expected a number from 0 to 4294967295, found -1"},
       {"18446744073709551615", "18446744073709551616",
        "$.devices[0].socket: expected a number from 0 to 18446744073709551615, found 1.8"},
+      {R"("maxPort": 57)", R"("maxPort": 58)",
+       "$.sockets[0].maxPort: expected a number from 0 to 57, found 58"},
+      {R"("segment": 3)", R"("segment": 4)",
+       "$.sockets[0].segment: expected a number from 0 to 3, found 4"},
+      {R"("segment": 3)", R"("segment": 2)",
+       "$.sockets[2]: expected a segment of its own, not 2 as an earlier socket"},
+      {R"("11")", "4", "$.sockets[0].absentStacks[1]: expected each number once, found 4"},
+      {"[7]", "[8]", "$.sockets[0].cxlStacks[0]: expected a number from 0 to 7, found 8"},
+      {"absentPorts", "ports", "$.sockets[0].ports: expected no such key here, only segment, "},
+      {"null, {}", "7, {}", "$.sockets[1]: expected an object, found 7"},
+      {"null, {}", R"(null, {"maxPort": 3})", "$.sockets[2]: expected ports like those of an "},
+      {"null, {}", "null, {}, {}, {}", "$.sockets: expected at most 4 sockets, found "},
   };
   for (const auto &Row : Rows) {
     SCOPED_TRACE (Row.To);

@@ -149,6 +149,31 @@ TEST_F (ShowBoot, ShowsTheTopologyOfEachSocketInBothForms)
   }
 }
 
+TEST_F (ShowBoot, ShowsSocketsAsTheyAreDescribed)
+{
+  const std::string Description = R"({"name": "test", "devices": [],
+      "processors": [{"cpuid": "intel-tulsa", "apicIds": [0]}], "sockets": )";
+  Write ("own.json", Description + R"([{"maxPort": 57, "absentPorts": [0], "cxlStacks": [7]}, null,
+                                       {"maxPort": 3, "absentPorts": [], "absentStacks": [0]}]})");
+  std::string Counts;
+  const Json Shown = ShowJson ("topology --platform own.json");
+  for (const Json &Socket : Shown["sockets"]) {
+    Counts += Socket["socket"].dump () + ": " + std::to_string (Socket["ports"].size ());
+    for (const Json &Stack : Socket["stacks"]) {
+      Counts += Stack["present"] == false ? " -" : Stack["cxlReady"] == true ? " cxl" : " +";
+    }
+    Counts += "\n";
+  }
+  EXPECT_EQ (Counts, "0: 56 + + + + - + + cxl + - + +\n"
+                     "2: 3 - + cxl + + cxl + + + + + +\n");
+
+  Write ("own.json", Description + R"([{"rcrbStacks": []}]})");
+  const std::string Fault = "processor stopped at ServerSiliconPkg/Library/CxlIpLib/CxlIpLib:2469";
+  EXPECT_EQ (ShowJson ("topology --platform own.json", 1)["fault"], Fault);
+  const std::string Text = Run ("show topology --platform own.json").Out;
+  EXPECT_TRUE (Text.ends_with ("\n  fault: " + Fault + "\n")) << Text;
+}
+
 TEST_F (ShowBoot, ShowsThePointersThatAreLeftAtEachStage)
 {
   for (const bool Locked : {false, true}) {
