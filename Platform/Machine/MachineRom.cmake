@@ -42,7 +42,7 @@ qsm_add_machine_image (
           Smm/SmmMain.cpp
           Smm/SmmPaging.cpp
           Smm/SmmTile.cpp
-  LIBRARIES Firmware ImageLoader)
+  LIBRARIES Firmware HardwareErrors ImageLoader Kcs)
 
 qsm_add_machine_image (
   MachineBoot Boot/BootLayout.ld

@@ -23,25 +23,43 @@ Serve (UINTN, VOID *)
   CallSmm (SmmServe);
 }
 
+/// Which processors are to run a job: all of them, or the one with this number.
+struct Target {
+  bool All;
+  UINT64 Processor;
+};
+
 bool
-ReadProcessor (TextReader &Words, UINT64 &Processor)
+ReadTarget (TextReader &Words, Target &To)
 {
-  return ReadNumber (Words, 10, HandOverRecord ().Found.ProcessorCount - 1, Processor);
+  TextReader Again = Words;
+  CHAR8 Word[8];
+  To = {.All = ReadWord (Again, Word, sizeof Word) && IsSameWord (Word, "all"), .Processor = 0};
+  if (To.All) {
+    Words = Again;
+    return true;
+  }
+  return ReadNumber (Words, 10, HandOverRecord ().Found.ProcessorCount - 1, To.Processor);
+}
+
+VOID
+RunOnTarget (const Target &To, ProcessorJob Job, VOID *Argument)
+{
+  if (To.All) {
+    RunOnAllProcessors (Job, Argument);
+  } else {
+    RunOnProcessor (To.Processor, Job, Argument);
+  }
 }
 
 const CHAR8 *
 Poll (TextReader &Words)
 {
-  TextReader Again = Words;
-  CHAR8 Word[8];
-  UINT64 Processor;
-  if (ReadWord (Again, Word, sizeof Word) && IsSameWord (Word, "all") && TextEnds (Again)) {
-    RunOnAllProcessors (Serve, nullptr);
-  } else if (ReadProcessor (Words, Processor) && TextEnds (Words)) {
-    RunOnProcessor (Processor, Serve, nullptr);
-  } else {
-    return "expected poll CPU, or poll all";
+  Target To;
+  if (!ReadTarget (Words, To) || !TextEnds (Words)) {
+    return "expected poll CPU";
   }
+  RunOnTarget (To, Serve, nullptr);
   ControlPortPrint ("done");
   return nullptr;
 }
@@ -58,8 +76,8 @@ ReadMachineCheck (TextReader &Words, MachineCheck &Check)
 bool
 RunSeries (TextReader &Words, MachineCheckSeries &Series, UINTN ChecksMax)
 {
-  UINT64 Processor;
-  if (!ReadProcessor (Words, Processor) ||
+  Target To;
+  if (!ReadTarget (Words, To) ||
       !ReadNumber (Words, 10, MachineCheckBankCount () - 1, Series.Bank)) {
     return false;
   }
@@ -69,7 +87,7 @@ RunSeries (TextReader &Words, MachineCheckSeries &Series, UINTN ChecksMax)
       return false;
     }
   }
-  RunOnProcessor (Processor, RunMachineChecks, &Series);
+  RunOnTarget (To, RunMachineChecks, &Series);
   ControlPortPrint ("done");
   return true;
 }

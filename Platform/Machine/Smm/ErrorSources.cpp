@@ -1,16 +1,58 @@
 #include "ErrorSources.h"
 
+#include "HardwareErrors.h"
+#include "MachineWorld.h"
+#include "ProcessorInstructions.h"
+#include "SmmLock.h"
+
 namespace {
 
-/// All sources, in the order in which they are asked; the last row has no function.
-constexpr ErrorSource Sources[] = {{nullptr, nullptr}};
+[[gnu::section (".settled.data")]] constinit PcieErrorSource mPcie[PciFunctionMax] = {};
+[[gnu::section (".settled.data")]] constinit DimmRange mDimms[InventoryEntryMax] = {};
+[[gnu::section (".settled.data")]] constinit HardwareErrorSources mSources = {};
+
+/// All processors see the same PCI functions, and one at a time asks them.
+constinit SmmLock mPciLock = false;
+
+VOID
+WriteMsr (UINT32 Index, UINT64 Value)
+{
+  WriteMsr64 (Index, Value);
+}
 
 } // namespace
 
 VOID
-ServeErrorSources (UINTN Processor)
+ErrorSourcesStart ()
 {
-  for (const ErrorSource *Source = Sources; Source->Serve != nullptr; ++Source) {
-    Source->Serve (Processor);
+  mSources = {.Pcie = mPcie, .PcieCount = 0, .Dimms = mDimms, .DimmCount = 0, .WriteMsr = WriteMsr};
+  for (UINTN Index = 0; Index < gFound.PciFunctionCount; ++Index) {
+    const PciFunction &Each = gFound.PciFunctions[Index];
+    if (Each.AerCapability != 0) {
+      mPcie[mSources.PcieCount++] = {.WindowBase = PCI_WINDOW_BASE,
+                                     .Segment = 0,
+                                     .Bus = Each.Bus,
+                                     .Device = Each.Device,
+                                     .Function = Each.Function};
+    }
   }
+  for (UINTN Index = 0; Index < gFound.InventoryEntryCount; ++Index) {
+    const InventoryEntry &Each = gFound.Inventory[Index];
+    if (Each.Type == ErrorClassMemory && Each.Size != 0) {
+      mDimms[mSources.DimmCount++] = {.Base = Each.Base,
+                                      .Size = Each.Size,
+                                      .Socket = Each.Socket,
+                                      .Channel = Each.Channel,
+                                      .Dimm = Each.Dimm};
+    }
+  }
+}
+
+VOID
+ServeErrorSources ()
+{
+  TakeLock (mPciLock);
+  (void)ReportPcieErrors (&mSources);
+  GiveLock (mPciLock);
+  (void)ReportMachineChecks (&mSources);
 }

@@ -3,6 +3,7 @@
 #include "BlockArena.h"
 #include "Firmware.h"
 #include "FoundTopology.h"
+#include "KcsTransport.h"
 #include "MachineLog.h"
 #include "SmmTile.h"
 #include "SystemInventory.h"
@@ -34,14 +35,6 @@ DebugOutput (VOID *, const DebugEntry *Entry)
     EndRun (EndAssertion, "smm %ld: %a", Entry->Processor, Entry->Text);
   }
   LogPrint ("smm %ld: %08x %a", Entry->Processor, static_cast<UINT32> (Entry->Level), Entry->Text);
-}
-
-/// The machine has no way to the BMC yet.
-EFI_STATUS
-SendToBmc (VOID *, const IpmiRequest *, UINT8 *, UINT8 *ResponseSize)
-{
-  *ResponseSize = 0;
-  return EFI_NOT_FOUND;
 }
 
 UINTN
@@ -111,7 +104,7 @@ MachineWorldStart ()
                                .TakeBlock = TakeBlock,
                                .ReturnBlock = ReturnBlock,
                                .DebugOutput = DebugOutput,
-                               .SendToBmc = SendToBmc,
+                               .SendToBmc = KcsSendToBmc,
                                .ExecutingProcessor = ExecutingProcessor,
                                .PlaceOfProcessor = PlaceOfProcessor,
                                .Fault = Fault};

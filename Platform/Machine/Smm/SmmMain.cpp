@@ -46,6 +46,7 @@ Start ()
   }
   LogPrint ("smm: the first processor is in SMM\n");
   MachineWorldStart ();
+  ErrorSourcesStart ();
   LoadDrivers ();
 }
 
@@ -95,7 +96,7 @@ ServeErrors (UINTN Processor)
 {
   do {
     __atomic_store_n (&mMachineCheck[Processor], false, __ATOMIC_SEQ_CST);
-    ServeErrorSources (Processor);
+    ServeErrorSources ();
   } while (__atomic_load_n (&mMachineCheck[Processor], __ATOMIC_SEQ_CST));
 }
 
