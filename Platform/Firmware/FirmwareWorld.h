@@ -59,6 +59,12 @@ struct FirmwareWorld {
   UINT64 SmramStart;
   UINT64 SmramSize;
 
+  /// The range of SMRAM that the SMM core has for itself, and what the chipset adds to a
+  /// processor's address of SMRAM.
+  UINT64 CoreStart;
+  UINT64 CoreSize;
+  UINT64 SmramOffset;
+
   /// Where the chipset maps the configuration space of segment 0. Those of the other segments
   /// follow it.
   UINT64 PciExpressBase;

@@ -14,17 +14,10 @@ namespace {
 constexpr UINT64 EFI_SMRAM_OPEN = 0x00000001;
 constexpr UINT64 EFI_ALLOCATED = 0x00000010;
 
-/// Where the SMM core has its own memory.
-constexpr UINT64 CoreStart = 0x30000;
-constexpr UINT64 CoreSize = 0x10000;
-
-/// The chipset's addresses are not the processor's: no driver may mix them up.
-constexpr UINT64 ChipsetOffset = 0x100000000000;
-
 EFI_SMRAM_DESCRIPTOR
 Range (UINT64 Start, UINT64 Size)
 {
-  return {.PhysicalStart = Start + ChipsetOffset,
+  return {.PhysicalStart = Start + gWorld.SmramOffset,
           .CpuStart = Start,
           .PhysicalSize = Size,
           .RegionState = EFI_SMRAM_OPEN | EFI_ALLOCATED};
@@ -59,7 +52,7 @@ VOID
 SmmAccessReset ()
 {
   const UINT64 Middle = gWorld.SmramSize / 2;
-  gSmramMap[0] = Range (CoreStart, CoreSize);
+  gSmramMap[0] = Range (gWorld.CoreStart, gWorld.CoreSize);
   gSmramMap[1] = Range (gWorld.SmramStart, Middle);
   gSmramMap[2] = Range (gWorld.SmramStart + Middle, gWorld.SmramSize - Middle);
   gSmmAccess = {

@@ -11,6 +11,12 @@ namespace {
 constexpr UINTN SmmPoolSize = 8 * 1024 * 1024;
 constexpr UINTN BootPoolSize = 4 * 1024 * 1024;
 
+constexpr UINT64 CoreStart = 0x30000;
+constexpr UINT64 CoreSize = 0x10000;
+
+/// The chipset's addresses are not the processor's: no driver may mix them up.
+constexpr UINT64 SmramOffset = 0x100000000000;
+
 HostWorld &
 WorldOf (void *Context)
 {
@@ -52,6 +58,9 @@ HostWorld::Table ()
       .NumberOfProcessors = Processors.size (),
       .SmramStart = reinterpret_cast<UINTN> (Arenas[PoolSmm].Begin ()),
       .SmramSize = Arenas[PoolSmm].Size (),
+      .CoreStart = CoreStart,
+      .CoreSize = CoreSize,
+      .SmramOffset = SmramOffset,
       .PciExpressBase = SimulatedPciBase,
       .PciSegmentCount = SimulatedPciSegmentCount,
       .TakeBlock = [] (void *Context, PoolKind Kind, UINTN Size) -> void * {

@@ -37,7 +37,6 @@ qsm_add_machine_image (
           Smm/ErrorSources.cpp
           Smm/FoundTopology.cpp
           Smm/MachineWorld.cpp
-          Smm/PlatformInformation.cpp
           Smm/SmmEntry.S
           Smm/SmmMain.cpp
           Smm/SmmPaging.cpp

@@ -11,6 +11,7 @@ namespace {
 
 constexpr CHAR8 DriversName[] = "opt/velmora/drivers";
 constexpr CHAR8 FileSizeName[] = "opt/velmora/image-size";
+constexpr CHAR8 QuietName[] = "opt/velmora/quiet";
 constexpr CHAR8 LogLevelsName[] = "opt/velmora/log-levels";
 
 constexpr UINT64 DriversMax = 16;
@@ -54,11 +55,14 @@ ReadSettings ()
   if (!ReadSetting (FileSizeName, 10, DRIVER_FILE_MAX, FileSize) && Drivers != 0) {
     EndRun (EndSettings, "boot: %a is missing\n", FileSizeName);
   }
+  UINT64 Quiet = 0;
+  (void)ReadSetting (QuietName, 10, 1, Quiet);
   UINT64 LogLevels;
   if (ReadSetting (LogLevelsName, 16, 0xFFFFFFFF, LogLevels)) {
     WriteLogLevels (LogLevels);
   }
   HandOver &Found = HandOverRecord ().Found;
   Found.DriverCount = static_cast<UINT32> (Drivers);
+  Found.Quiet = static_cast<UINT32> (Quiet);
   Found.DriverFileSize = FileSize;
 }

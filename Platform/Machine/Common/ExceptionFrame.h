@@ -6,8 +6,6 @@
 /// Vectors that have an entry: the exceptions, and as many interrupts.
 inline constexpr UINTN VectorCount = 64;
 
-inline constexpr UINT8 VectorDebug = 1;
-inline constexpr UINT8 VectorPageFault = 14;
 inline constexpr UINT8 VectorMachineCheck = 18;
 
 /// The interrupted context as ExceptionEntry.S leaves it on the stack, lowest address first.

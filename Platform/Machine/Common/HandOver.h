@@ -68,6 +68,7 @@ struct HandOver {
   UINT32 PciFunctionCount;
   UINT32 InventoryEntryCount;
   UINT32 DriverCount;
+  UINT32 Quiet;          ///< Not 0 if the driver's messages are to be left out of the log.
   UINT64 DriverFileSize; ///< Bytes of the file at DRIVER_FILE_BASE.
   MachineProcessor Processors[ProcessorMax];
   PciFunction PciFunctions[PciFunctionMax];

@@ -4,7 +4,6 @@
 #include "ImageLoader.h"
 #include "MachineLog.h"
 #include "MachineWorld.h"
-#include "PlatformInformation.h"
 #include "SmmPaging.h"
 
 namespace {
@@ -41,9 +40,6 @@ Protect (const ImageFile &Image, UINT64 Base)
       EndRun (EndSettings, "smm: driver file: a section does not begin with a page\n");
     }
     SmmPagingSet (Start, WholePages (Section.MemorySize), AccessOf (Section));
-    if (AccessOf (Section) == PageExecute) {
-      PlatformInformationWatch (reinterpret_cast<const UINT8 *> (Start), Section.MemorySize);
-    }
   }
 }
 

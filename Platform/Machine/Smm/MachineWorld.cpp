@@ -34,7 +34,10 @@ DebugOutput (VOID *, const DebugEntry *Entry)
   if (Entry->Kind == DebugAssertion) {
     EndRun (EndAssertion, "smm %ld: %a", Entry->Processor, Entry->Text);
   }
-  LogPrint ("smm %ld: %08x %a", Entry->Processor, static_cast<UINT32> (Entry->Level), Entry->Text);
+  if (gFound.Quiet == 0) {
+    LogPrint ("smm %ld: %08x %a", Entry->Processor, static_cast<UINT32> (Entry->Level),
+              Entry->Text);
+  }
 }
 
 UINTN
@@ -99,6 +102,9 @@ MachineWorldStart ()
                                .NumberOfProcessors = gFound.ProcessorCount,
                                .SmramStart = SMM_POOL_BASE,
                                .SmramSize = SMM_POOL_SIZE,
+                               .CoreStart = TSEG_BASE,
+                               .CoreSize = SMM_POOL_BASE - TSEG_BASE,
+                               .SmramOffset = 0,
                                .PciExpressBase = PCI_WINDOW_BASE,
                                .PciSegmentCount = 1,
                                .TakeBlock = TakeBlock,

@@ -7,7 +7,6 @@
 #include "Machine.h"
 #include "MachineLog.h"
 #include "MachineWorld.h"
-#include "PlatformInformation.h"
 #include "Pool.h"
 #include "ProcessorInstructions.h"
 #include "SmmPaging.h"
@@ -128,12 +127,10 @@ SmmMain (SmmTile *Tile)
 {
   SmmCommand *Asked = &HandOverRecord ().Calls.Command[Tile->Index];
   const SmmCommand Command = __atomic_load_n (Asked, __ATOMIC_ACQUIRE);
-  PlatformInformationArm ();
   RunCommand (Command);
   if (__atomic_load_n (&mReady, __ATOMIC_ACQUIRE)) {
     ServeErrors (Tile->Index);
   }
-  PlatformInformationDisarm ();
   __atomic_store_n (Asked, SmmNone, __ATOMIC_RELEASE);
   CountSmi (*Tile);
 }
@@ -145,9 +142,6 @@ HandleException (ExceptionFrame *Frame)
   if (Frame->Vector == VectorMachineCheck) {
     __atomic_store_n (&mMachineCheck[Processor], true, __ATOMIC_SEQ_CST);
     WriteMsr64 (MSR_IA32_MCG_STATUS, 0);
-    return;
-  }
-  if (Frame->Vector == VectorDebug && PlatformInformationServe (Frame)) {
     return;
   }
   EndByException (Frame, "smm", Processor);
