@@ -75,15 +75,21 @@ KnownPorts (const SocketRow *Socket)
 UINTN
 ConflictingSocket (const TopologyRows *Rows)
 {
-  const PortRow *Places[SOCKET_MAX * IIO_PORT_MAX] = {};
+  enum PlaceState : UINT8 {
+    NobodysPlace,
+    PortIsAbsent,
+    PortExists
+  };
+  PlaceState Places[SOCKET_MAX * IIO_PORT_MAX] = {};
   for (UINTN Number = 0; Number < SOCKET_MAX; ++Number) {
     const SocketRow &Socket = Rows->Sockets[Number];
     for (UINTN Port = 0; Port < KnownPorts (&Socket); ++Port) {
-      const PortRow *&Place = Places[Number * Socket.MaxPort + Port];
-      if (Place != nullptr && Place->Exists != Socket.Ports[Port].Exists) {
+      PlaceState &Place = Places[Number * Socket.MaxPort + Port];
+      const PlaceState State = Socket.Ports[Port].Exists ? PortExists : PortIsAbsent;
+      if (Place != NobodysPlace && Place != State) {
         return Number;
       }
-      Place = &Socket.Ports[Port];
+      Place = State;
     }
   }
   return SOCKET_MAX;

@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "Usra.h"
+#include "SimulatedPci.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ ReadSocket (const DescriptionValue &Source, SocketRow &Socket)
   Source.AllowOnly (
       {"segment", "maxPort", "absentPorts", "absentStacks", "cxlStacks", "rcrbStacks"});
   if (Source.Has ("segment")) {
-    Socket.Segment = Source["segment"].Number<UINT8> (PciSegmentMax - 1);
+    Socket.Segment = Source["segment"].Number<UINT8> (SimulatedPciSegmentCount - 1);
   }
   if (Source.Has ("maxPort")) {
     Socket.MaxPort = Source["maxPort"].Number<UINT8> (IIO_PORT_MAX);
