@@ -146,22 +146,9 @@ TEST_F (ReportingSysHostPointer, EmptiesWhatLeadsOutsideSmramAtReadyToLock)
 {
   constexpr UINTN InsideSlot = 8;
   constexpr UINTN CopiedSlot = 13;
-  const char *const Names[16] = {"SptSysHost",
-                                 "SptHbmHost",
-                                 "SptSysInfoVar",
-                                 "SptSysSetup",
-                                 "SptSemaphoreData",
-                                 "SptSpdData",
-                                 "SptDebugData",
-                                 "SptMemMapHost",
-                                 nullptr,
-                                 "SptEmulationSetting",
-                                 "SptCpuAndRevision",
-                                 "SptMrcPerformanceData",
-                                 "SptCpgcHost",
-                                 nullptr,
-                                 nullptr,
-                                 nullptr};
+  std::istringstream Names ("SptSysHost SptHbmHost SptSysInfoVar SptSysSetup SptSemaphoreData "
+                            "SptSpdData SptDebugData SptMemMapHost - SptEmulationSetting "
+                            "SptCpuAndRevision SptMrcPerformanceData SptCpgcHost - - -");
   const auto Copied = Block (20, 20);
   const auto Foreign = Block (20, 20, gStaticPointerHobGuid);
   VOID *Inside = nullptr;
@@ -170,9 +157,11 @@ TEST_F (ReportingSysHostPointer, EmptiesWhatLeadsOutsideSmramAtReadyToLock)
   Lines << Driver << "Sanitizing non-SMRAM pointers in SysHostPointerLib\n" << std::uppercase;
   for (UINTN Number = 0; Number < 16; ++Number) {
     Leave (Number, AddressOf (Foreign.data ()));
+    std::string Name;
+    Names >> Name;
     if (Number != InsideSlot && Number != CopiedSlot) {
-      const bool IsNamed = DebugCodeEnabled () && Names[Number] != nullptr;
-      Lines << "  Setting entry " << (IsNamed ? Names[Number] : "<null string>") << " (" << std::dec
+      const bool IsNamed = DebugCodeEnabled () && Name != "-";
+      Lines << "  Setting entry " << (IsNamed ? Name : "<null string>") << " (" << std::dec
             << Number << ") to NULL; was 0x" << std::hex
             << static_cast<UINT32> (AddressOf (Foreign.data ())) << "\n";
     }

@@ -87,49 +87,6 @@ SmallTopology ()
   Socket.Stacks[1].Present = TRUE;
 }
 
-TEST_F (IioTopology, IsBuiltFromTheThreeSourcesAndRefreshedAtReadyToLock)
-{
-  const struct {
-    const char *Name;
-    void (*Prepare) ();
-  } Rows[] = {
-      {"two sockets", [] {}},
-      {"one small socket", SmallTopology},
-      {"a socket missing in the middle",
-       [] {
-         StandardTopology (&gTopology, 4);
-         gTopology.Sockets[1].Present = FALSE;
-       }},
-      {"no ports", [] { gTopology.Sockets[1].MaxPort = 0; }},
-      {"rows of 40 ports",
-       [] {
-         StandardTopology (&gTopology, 4);
-         for (SocketRow &Socket : gTopology.Sockets) {
-           Socket.MaxPort = 40;
-         }
-         gTopology.Sockets[2].Ports[39] = {.Exists = TRUE, .Bus = 0xF8};
-       }},
-      {"every CXL status",
-       [] {
-         StandardTopology (&gTopology, 1);
-         for (UINTN Stack = 0; Stack < IIO_STACK_MAX; ++Stack) {
-           gTopology.Sockets[0].Stacks[Stack].CxlStatus = static_cast<UINT8> (0xF8 + Stack);
-           gTopology.Sockets[0].Stacks[Stack].RcrbValid = TRUE;
-         }
-       }},
-  };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (Row.Name);
-    Boot ();
-    Row.Prepare ();
-    UseTopology ();
-    EXPECT_EQ (Construct (), EFI_SUCCESS);
-    EXPECT_EQ (Store (), Expected (false));
-    FirmwareSignalReadyToLock ();
-    EXPECT_EQ (Store (), Expected (true));
-  }
-}
-
 TEST_F (IioTopology, IsWhatRecordsOfAnyContentSay)
 {
   NoiseMachine Noisy;
@@ -141,22 +98,6 @@ TEST_F (IioTopology, IsWhatRecordsOfAnyContentSay)
     std::generate (std::begin (Noise), std::end (Noise), [&] { return Random () & Random (); });
     ASSERT_EQ (TryNoise ({reinterpret_cast<UINT8 *> (Noise), sizeof Noise}, Noisy), "") << Case;
   }
-}
-
-TEST_F (IioTopology, IsDumpedWhenItIsBuilt)
-{
-  InstallDebugService ();
-  SmallTopology ();
-  UseTopology ();
-  EXPECT_EQ (Construct (), EFI_SUCCESS);
-  EXPECT_EQ (Machine.Uart.Sent,
-             "InitializeIioTopology!\r\n"
-             "DumpIioTopology \r\n"
-             "SktId = 0x1, MaxPort 0x3\r\n"
-             "SktId = 0x1,Port = 0x0, Bus = 0x20,Device = 0x0,Function = 0x0 \r\n"
-             "SktId = 0x1,Port = 0x1, Bus = 0xA0,Device = 0x6,Function = 0x1 \r\n"
-             "SktId = 0x1,IioStack = 0x1 \r\n");
-  EXPECT_EQ (Messages (), "");
 }
 
 TEST_F (IioTopology, ReadsEachRegisterOfABridgeOnce)

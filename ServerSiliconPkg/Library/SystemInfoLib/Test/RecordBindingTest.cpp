@@ -6,6 +6,7 @@
 #include "HandOffRecords.h"
 #include "Protocol/CsrPseudoOffsetTable.h"
 #include "Protocol/EmulationConfiguration.h"
+#include "SmmServices.h"
 #include "SmmServicesTableLib.h"
 #include "SystemInfoLib.h"
 
@@ -13,58 +14,46 @@ namespace {
 
 using RecordBinding = FirmwareTestBench;
 
-const struct Library {
-  std::string SourceFile;
-  EFI_STATUS (EFIAPI *Construct) (EFI_HANDLE, EFI_SYSTEM_TABLE *);
-  const EFI_GUID &Protocol;
-  const VOID *(*Bound) ();
-  std::string NullLine, StatusLine;
-} Libraries[] = {
-    {"ServerSiliconPkg/Library/SystemInfoLib/SystemInfoLibSmm", SystemInfoLibConstructor,
-     gSystemInfoProtocolGuid, [] () -> const VOID * { return mSystemInfoRecord; }, "117", "126"},
-    {"ServerSiliconPkg/Library/CsrPseudoOffsetConvertLibSmm/CsrPseudoOffsetConvertLibSmm",
-     CsrPseudoOffsetConvertLibConstructor, gCsrPseudoOffsetTableProtocolGuid,
-     [] { return mCsrPseudoOffsetTable; }, "129", "138"},
-    {"ServerSiliconPkg/Library/EmulationConfigurationLib/EmulationConfigurationSmmLib",
-     EmulationConfigurationLibConstructor, gEmulationConfigurationProtocolGuid,
-     [] { return mEmulationConfig; }, "298", "307"},
-};
-
 TEST_F (RecordBinding, KeepsWhatThePlatformPublishes)
 {
-  for (const Library &Each : Libraries) {
-    SCOPED_TRACE (Each.SourceFile);
+  const struct {
+    EFI_STATUS (EFIAPI *Construct) (EFI_HANDLE, EFI_SYSTEM_TABLE *);
+    const EFI_GUID &Protocol;
+    const VOID *(*Bound) ();
+    std::string WithoutTable; ///< Where the processor stops without a services table.
+  } Libraries[] = {
+      {SystemInfoLibConstructor, gSystemInfoProtocolGuid,
+       [] () -> const VOID * { return mSystemInfoRecord; },
+       "ServerSiliconPkg/Library/SystemInfoLib/SystemInfoLibSmm:117"},
+      {CsrPseudoOffsetConvertLibConstructor, gCsrPseudoOffsetTableProtocolGuid,
+       [] { return mCsrPseudoOffsetTable; },
+       "ServerSiliconPkg/Library/CsrPseudoOffsetConvertLibSmm/CsrPseudoOffsetConvertLibSmm:129"},
+      {EmulationConfigurationLibConstructor, gEmulationConfigurationProtocolGuid,
+       [] { return mEmulationConfig; },
+       "ServerSiliconPkg/Library/EmulationConfigurationLib/EmulationConfigurationSmmLib:298"},
+  };
+  for (const auto &Each : Libraries) {
+    SCOPED_TRACE (Each.WithoutTable);
     VOID *Published = nullptr;
     EXPECT_EQ (ProtocolLocate (ProtocolSmm, &Each.Protocol, &Published), EFI_SUCCESS);
     EXPECT_EQ (Each.Construct (nullptr, nullptr), EFI_SUCCESS);
     EXPECT_EQ (Each.Bound (), Published);
+    ProtocolRemove (ProtocolSmm, &Each.Protocol);
+    EXPECT_EQ (Each.Construct (nullptr, nullptr), EFI_NOT_FOUND);
+    EXPECT_EQ (Each.Bound (), nullptr);
   }
-  EXPECT_EQ (mSystemInfoRecord, &gSystemInfo);
-}
-
-TEST_F (RecordBinding, StaysNullWithoutTheProtocolOrTheServicesTable)
-{
-  EFI_SMM_SYSTEM_TABLE2 *const Table = gSmst;
-  for (const bool Stops : {false, true}) {
-    if (Stops) {
-      InstallDebugService ();
-    }
-    for (const Library &Each : Libraries) {
-      SCOPED_TRACE (Each.SourceFile);
-      EFI_STATUS Status = EFI_SUCCESS;
-      const auto Construct = [&] { Status = Each.Construct (nullptr, nullptr); };
-      ProtocolRemove (ProtocolSmm, &Each.Protocol);
-      EXPECT_EQ (StoppedAt (Construct), Stops ? Each.SourceFile + ":" + Each.StatusLine +
-                                                    " !(((INTN)(RETURN_STATUS)(Status)) < 0)"
-                                              : "");
-      EXPECT_EQ (Status, Stops ? EFI_SUCCESS : EFI_NOT_FOUND);
-      gSmst = nullptr; // The debug service, if there is one, has been found by now.
-      EXPECT_EQ (StoppedAt (Construct),
-                 Stops ? Each.SourceFile + ":" + Each.NullLine + " ((BOOLEAN)(0==1))" : "");
-      EXPECT_EQ (Status, Stops ? EFI_SUCCESS : EFI_UNSUPPORTED);
-      EXPECT_EQ (Each.Bound (), nullptr);
-      gSmst = Table;
-    }
+  gSmst = nullptr;
+  for (const auto &Each : Libraries) {
+    EXPECT_EQ (Each.Construct (nullptr, nullptr), EFI_UNSUPPORTED);
+    EXPECT_EQ (Each.Bound (), nullptr);
+  }
+  gSmst = &gSmmSystemTable;
+  InstallDebugService ();
+  (void)StoppedAt ([&] { (void)Libraries[0].Construct (nullptr, nullptr); });
+  gSmst = nullptr; // The debug service has been found by now.
+  for (const auto &Each : Libraries) {
+    EXPECT_EQ (StoppedAt ([&] { (void)Each.Construct (nullptr, nullptr); }),
+               Each.WithoutTable + " ((BOOLEAN)(0==1))");
   }
 }
 
