@@ -1,5 +1,6 @@
 #include "BlockArena.h"
 
+#include <new>
 #include <stdexcept>
 
 #include <sanitizer/asan_interface.h>
@@ -20,14 +21,18 @@ StretchSize (UINTN Bytes)
   return (RedZone + Bytes + StretchAlignment - 1) / StretchAlignment * StretchAlignment;
 }
 
+/// Size of the whole pages that hold so many bytes.
+UINTN
+PagesSize (UINTN Bytes)
+{
+  return (Bytes + PageSize - 1) / PageSize * PageSize;
+}
+
+/// A heap block, for then AddressSanitizer can tell what lies at an address in it.
 UINT8 *
 TakePages (UINTN Bytes)
 {
-  void *Pages = mmap (nullptr, Bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (Pages == MAP_FAILED) {
-    throw std::runtime_error ("no memory for a pool");
-  }
-  return static_cast<UINT8 *> (Pages);
+  return static_cast<UINT8 *> (::operator new (PagesSize (Bytes), std::align_val_t{PageSize}));
 }
 
 } // namespace
@@ -41,7 +46,8 @@ BlockArena::BlockArena (UINTN Bytes)
 BlockArena::~BlockArena ()
 {
   ASAN_UNPOISON_MEMORY_REGION (Memory, TotalSize);
-  munmap (Memory, TotalSize);
+  (void)mprotect (Memory, SealedSize, PROT_READ | PROT_WRITE);
+  ::operator delete (Memory, std::align_val_t{PageSize});
 }
 
 /// The first free stretch of that size from the cursor on, then from the start.
@@ -117,7 +123,7 @@ BlockArena::Seal ()
   if (!Free.empty () && Free.rbegin ()->first + Free.rbegin ()->second == TotalSize - RedZone) {
     UsedSize = Free.rbegin ()->first;
   }
-  SealedSize = (UsedSize + PageSize - 1) / PageSize * PageSize;
+  SealedSize = PagesSize (UsedSize);
   Free.clear ();
   if (SealedSize + RedZone < TotalSize) {
     Free[SealedSize] = TotalSize - RedZone - SealedSize;

@@ -35,7 +35,7 @@ private:
 
   std::mutex Lock;
   UINTN TotalSize;
-  UINT8 *Memory;        ///< Pages of their own.
+  UINT8 *Memory;        ///< Whole pages.
   Stretches Free;       ///< Offset and size of each free stretch.
   UINTN Cursor = 0;     ///< Where the search for room goes on.
   UINTN SealedSize = 0; ///< Up to where Memory is read-only.
