@@ -14,7 +14,7 @@ namespace {
 using CommandFunction = const CHAR8 *(*)(TextReader &Words);
 
 constexpr UINT64 CountMax = 1000000;
-constexpr UINT64 ExitMax = 126; // The emulator's exit code has eight bits.
+constexpr UINT64 ExitMax = 127; // The emulator's exit code has eight bits.
 constexpr UINT64 NumberMax = 0xFFFFFFFFFFFFFFFF;
 
 VOID

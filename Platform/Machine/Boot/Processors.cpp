@@ -1,9 +1,9 @@
 #include "Processors.h"
 
 #include "BootStacks.h"
+#include "Cmos.h"
 #include "ExceptionFrame.h"
 #include "LocalApic.h"
-#include "Machine.h"
 #include "MachineLog.h"
 #include "ProcessorPlace.h"
 
@@ -22,11 +22,6 @@ extern const UINT8 gTrampolineEnd[];
 
 namespace {
 
-/// The CMOS byte that holds the number of processors less one.
-constexpr UINT8 CmosProcessorCount = 0x5F;
-constexpr UINT16 CmosIndexPort = 0x70;
-constexpr UINT16 CmosDataPort = 0x71;
-
 constexpr UINTN ArrivalPassesMax = 100000000;
 
 /// What a processor is to do; Function is null when there is nothing.
@@ -44,13 +39,6 @@ constinit bool mInOrder = false;
 
 /// Processors that stand at the barrier of RunOnAllProcessors.
 constinit UINTN mAtBarrier = 0;
-
-UINTN
-ProcessorCount ()
-{
-  IoWrite8 (CmosIndexPort, CmosProcessorCount);
-  return UINTN{IoRead8 (CmosDataPort)} + 1;
-}
 
 VOID
 SortByApicId ()
@@ -116,7 +104,7 @@ RunTogether (UINTN Processor, VOID *Argument)
 VOID
 StartProcessors ()
 {
-  const UINTN Count = ProcessorCount ();
+  const UINTN Count = UINTN{ReadCmos (CmosProcessors)} + 1;
   if (Count > ProcessorMax) {
     EndRun (EndMachine, "boot: the machine has %ld processors, and no more than %ld have a place\n",
             Count, ProcessorMax);

@@ -1,8 +1,8 @@
 #include "Settings.h"
 
+#include "Cmos.h"
 #include "FirmwareConfiguration.h"
 #include "HandOver.h"
-#include "Machine.h"
 #include "MachineLog.h"
 #include "Pcd.h"
 #include "TextReader.h"
@@ -15,8 +15,6 @@ constexpr CHAR8 QuietName[] = "opt/velmora/quiet";
 constexpr CHAR8 LogLevelsName[] = "opt/velmora/log-levels";
 
 constexpr UINT64 DriversMax = 16;
-constexpr UINT16 CmosIndexPort = 0x70;
-constexpr UINT16 CmosDataPort = 0x71;
 
 /// Reads a setting of one number. Returns false when it is not given.
 bool
@@ -39,8 +37,8 @@ VOID
 WriteLogLevels (UINT64 Levels)
 {
   for (UINT8 Byte = 0; Byte < sizeof (UINT32); ++Byte) {
-    IoWrite8 (CmosIndexPort, static_cast<UINT8> (RasLevelCmosOffset + Byte));
-    IoWrite8 (CmosDataPort, static_cast<UINT8> (Levels >> 8 * Byte));
+    WriteCmos (static_cast<UINT8> (RasLevelCmosOffset + Byte),
+               static_cast<UINT8> (Levels >> 8 * Byte));
   }
 }
 

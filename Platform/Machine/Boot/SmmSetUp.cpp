@@ -1,6 +1,7 @@
 #include "SmmSetUp.h"
 
 #include "Chipset.h"
+#include "Cmos.h"
 #include "HandOver.h"
 #include "Machine.h"
 #include "MachineLog.h"
@@ -30,18 +31,28 @@ constexpr UINTN SmiPassesMax = 100000000;
 /// What memory that is closed reads as.
 constexpr UINT32 AllOnes = 0xFFFFFFFF;
 
+/// The images lie at fixed places.
+VOID
+CheckRamSize ()
+{
+  constexpr UINT64 First = 0x1000000;
+  constexpr UINT64 Unit = 0x10000;
+  const UINT64 Units = UINT64{ReadCmos (CmosMemoryHigh)} << 8 | ReadCmos (CmosMemoryLow);
+  if (First + Units * Unit != RAM_SIZE) {
+    EndRun (EndMachine, "boot: the machine has to have %d MiB of RAM\n", RAM_SIZE / 0x100000);
+  }
+}
+
 VOID
 LayImage ()
 {
-  const auto Size = static_cast<UINTN> (gSmmImageEnd - gSmmImage);
   auto *Tseg = reinterpret_cast<UINT8 *> (TSEG_BASE);
   auto *Image = reinterpret_cast<UINT8 *> (SMM_IMAGE_BASE);
   __builtin_memset (Tseg, 0, TSEG_SIZE);
-  __builtin_memcpy (Image, gSmmImage, Size);
+  __builtin_memcpy (Image, gSmmImage, static_cast<UINTN> (gSmmImageEnd - gSmmImage));
   const auto *Header = reinterpret_cast<const SmmImageHeader *> (Image);
-  if (Size > SMM_IMAGE_MAX || Header->Signature != SmmImageSignature) {
-    EndRun (EndMachine, "boot: TSEG is not RAM; the machine has to have %d MiB\n",
-            RAM_SIZE / 0x100000);
+  if (Header->Signature != SmmImageSignature) {
+    EndRun (EndMachine, "boot: TSEG is not RAM\n");
   }
   Header->Prepare (HandOverRecord ().Found.ProcessorCount);
 }
@@ -83,6 +94,7 @@ CheckTsegIsClosed ()
 VOID
 SetUpSmm ()
 {
+  CheckRamSize ();
   LayImage ();
   __builtin_memcpy (reinterpret_cast<VOID *> (RelocationEntry), gRelocationHandler,
                     static_cast<UINTN> (gRelocationHandlerEnd - gRelocationHandler));

@@ -1,6 +1,7 @@
 #include "FoundTopology.h"
 
 #include "HandOffRecords.h"
+#include "MachineLog.h"
 #include "MachineWorld.h"
 
 namespace {
@@ -17,7 +18,7 @@ AddSockets ()
   for (UINTN Index = 0; Index < gFound.ProcessorCount; ++Index) {
     const UINT32 Package = gFound.Processors[Index].Package;
     if (Package >= SOCKET_MAX) {
-      FirmwareFault ("the machine has more packages than the records have sockets");
+      EndRun (EndMachine, "smm: the machine has more than %ld packages\n", SOCKET_MAX);
     }
     SocketRow &Socket = gTopology.Sockets[Package];
     Socket.Present = TRUE;
@@ -31,7 +32,7 @@ AddPort (const PciFunction &Port)
 {
   SocketRow &Socket = gTopology.Sockets[0];
   if (Socket.MaxPort == IIO_PORT_MAX) {
-    FirmwareFault ("the machine has more root ports than the records have places");
+    EndRun (EndMachine, "smm: the machine has more than %ld root ports\n", IIO_PORT_MAX);
   }
   const UINTN Number = Socket.MaxPort++;
   Socket.Ports[Number] = {.Exists = TRUE, .Bus = Port.Bus};
