@@ -34,10 +34,6 @@ constexpr UINT16 SmiEnablePort = PowerManagementPort + 0x30;
 constexpr UINT32 SmiEnableGlobal = 0x01;
 constexpr UINT32 SmiEnableApmPort = 0x20;
 
-/// Any value but 2 and 3, which the emulator takes for the switches of ACPI.
-constexpr UINT16 ApmCommandPort = 0xB2;
-constexpr UINT8 ApmCommand = 0x10;
-
 VOID
 WriteHostBridge (UINT32 Offset, UINT32 Value)
 {
@@ -74,10 +70,4 @@ ChipsetLockTseg ()
   WriteConfig8 (SmramControl, SmramEnabled);
   WriteConfig8 (SmramControl, SmramLocked);
   MmioStore32 (GeneralConfiguration, MmioLoad32 (GeneralConfiguration) | SmiLock);
-}
-
-VOID
-ChipsetRaiseSmi ()
-{
-  IoWrite8 (ApmCommandPort, ApmCommand);
 }

@@ -11,7 +11,4 @@ VOID ChipsetOpen ();
 
 /// Makes TSEG SMRAM, to which only a processor in SMM gets, and locks that.
 VOID ChipsetLockTseg ();
-
-/// Raises an SMI on the executing processor. It is taken a few instructions later.
-VOID ChipsetRaiseSmi ();
 }

@@ -1,6 +1,6 @@
 #include "SmmCall.h"
 
-#include "Chipset.h"
+#include "ApmPort.h"
 #include "Machine.h"
 #include "Processors.h"
 
@@ -12,7 +12,7 @@ CallSmm (SmmCommand Command)
   SmmCommand *Mine = &HandOverRecord ().Calls.Command[ExecutingProcessorNumber ()];
   SmmCommand Expected = SmmNone;
   __atomic_compare_exchange_n (Mine, &Expected, Command, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
-  ChipsetRaiseSmi ();
+  RaiseSmi ();
   while (__atomic_load_n (Mine, __ATOMIC_SEQ_CST) != SmmNone) {
     CpuPause ();
   }

@@ -1,5 +1,6 @@
 #include "SmmSetUp.h"
 
+#include "ApmPort.h"
 #include "Chipset.h"
 #include "Cmos.h"
 #include "HandOver.h"
@@ -64,7 +65,7 @@ Relocate (UINTN Processor, VOID *)
   auto *Call = reinterpret_cast<volatile RelocationCall *> (RelocationEntry);
   Call->NewSmbase = static_cast<UINT32> (SMM_TILES_BASE + Processor * SMM_TILE_SIZE);
   Call->Done = 0;
-  ChipsetRaiseSmi ();
+  RaiseSmi ();
   for (UINTN Pass = 0; Call->Done == 0; ++Pass) {
     if (Pass == SmiPassesMax) {
       EndRun (EndMachine, "boot: processor %ld takes no SMI\n", Processor);

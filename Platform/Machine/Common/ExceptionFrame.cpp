@@ -41,6 +41,7 @@ UseInterruptTable ()
 {
   LoadInterruptTable (
       {.Limit = sizeof gInterruptTable - 1, .Base = reinterpret_cast<UINT64> (gInterruptTable)});
+  WriteControl4 (CR4_CHECKED);
 }
 
 VOID

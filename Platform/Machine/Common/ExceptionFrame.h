@@ -37,7 +37,8 @@ extern InterruptGate gInterruptTable[VectorCount];
 /// Fills the table; all gates use the stack of that number.
 VOID FillInterruptTable (UINT8 Stack);
 
-/// Makes the table that of this processor.
+/// Makes the table that of this processor, and lets machine checks come by it. Until then they
+/// reset the machine.
 VOID UseInterruptTable ();
 
 /// Each image has its own: handles an exception or interrupt, and returns to go on with the

@@ -53,6 +53,7 @@
 // Bits of control registers (Intel SDM, volume 3, 2.5), and EFER.
 #define CR0_PROTECTED  0x00000001
 #define CR0_LONG_MODE  0x80010033 // PG, WP, NE, ET, MP, PE
-#define CR4_LONG_MODE  0x00000660 // OSXMMEXCPT, OSFXSR, MCE, PAE
+#define CR4_LONG_MODE  0x00000620 // OSXMMEXCPT, OSFXSR, PAE
+#define CR4_CHECKED    0x00000660 // And MCE, once the processor has an interrupt table.
 #define MSR_EFER       0xC0000080
 #define EFER_LONG_MODE 0x00000900 // NXE, LME

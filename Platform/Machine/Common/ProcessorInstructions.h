@@ -72,3 +72,9 @@ WriteControl0 (UINT64 Value)
 {
   asm volatile("mov %0, %%cr0" ::"r"(Value) : "memory");
 }
+
+inline VOID
+WriteControl4 (UINT64 Value)
+{
+  asm volatile("mov %0, %%cr4" ::"r"(Value) : "memory");
+}

@@ -1,5 +1,6 @@
 /// What a processor does in SMM, between its entry and RSM.
 
+#include "ApmPort.h"
 #include "DriverLoading.h"
 #include "ErrorSources.h"
 #include "ExceptionFrame.h"
@@ -27,9 +28,6 @@ namespace {
 constexpr UINT32 MSR_IA32_MCG_STATUS = 0x17A;
 
 constinit SmiStatistics mStatistics[ProcessorMax] = {};
-
-/// Whether a processor took a machine check in SMM since it last asked the error sources.
-constinit bool mMachineCheck[ProcessorMax] = {};
 
 /// Set with the end of the drivers' loading.
 constinit bool mReady = false;
@@ -89,16 +87,6 @@ RunCommand (SmmCommand Command)
   }
 }
 
-/// Asks the error sources, and again for the errors of a machine check that came meanwhile.
-VOID
-ServeErrors (UINTN Processor)
-{
-  do {
-    __atomic_store_n (&mMachineCheck[Processor], false, __ATOMIC_SEQ_CST);
-    ServeErrorSources ();
-  } while (__atomic_load_n (&mMachineCheck[Processor], __ATOMIC_SEQ_CST));
-}
-
 VOID
 CountSmi (const SmmTile &Tile)
 {
@@ -129,7 +117,7 @@ SmmMain (SmmTile *Tile)
   const SmmCommand Command = __atomic_load_n (Asked, __ATOMIC_ACQUIRE);
   RunCommand (Command);
   if (__atomic_load_n (&mReady, __ATOMIC_ACQUIRE)) {
-    ServeErrors (Tile->Index);
+    ServeErrorSources ();
   }
   __atomic_store_n (Asked, SmmNone, __ATOMIC_RELEASE);
   CountSmi (*Tile);
@@ -138,11 +126,10 @@ SmmMain (SmmTile *Tile)
 VOID
 HandleException (ExceptionFrame *Frame)
 {
-  const UINTN Processor = CurrentTile ().Index;
-  if (Frame->Vector == VectorMachineCheck) {
-    __atomic_store_n (&mMachineCheck[Processor], true, __ATOMIC_SEQ_CST);
-    WriteMsr64 (MSR_IA32_MCG_STATUS, 0);
-    return;
+  if (Frame->Vector != VectorMachineCheck) {
+    EndByException (Frame, "smm", CurrentTile ().Index);
   }
-  EndByException (Frame, "smm", Processor);
+  // The bank is looked at in one more SMI, behind this one.
+  RaiseSmi ();
+  WriteMsr64 (MSR_IA32_MCG_STATUS, 0);
 }
