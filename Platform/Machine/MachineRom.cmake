@@ -16,7 +16,7 @@ function (qsm_add_machine_image TARGET LAYOUT)
   add_executable (
     ${TARGET} ${Layout} ${ARG_SOURCES} Common/ExceptionEntry.S Common/ExceptionFrame.cpp
               Common/MachineLog.cpp)
-  target_include_directories (${TARGET} PRIVATE Common)
+  target_include_directories (${TARGET} PRIVATE Common Errors)
   target_link_libraries (${TARGET} PRIVATE qsm_include qsm_driver_options ${ARG_LIBRARIES}
                                            BasePrintLib BaseLibX64 CompilerIntrinsics)
   target_link_options (${TARGET} PRIVATE -T ${Layout} -nostdlib -static --gc-sections

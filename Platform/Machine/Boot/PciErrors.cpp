@@ -27,7 +27,9 @@ RouteToSmi (const PciAddress &Port, UINT16 Aer)
   const UINT32 Table = MmioLoad32 (RegisterOf (Port, MsiX + MsiXTable));
   const UINT32 Bar =
       MmioLoad32 (RegisterOf (Port, PciFirstBar + (Table & MsiXTableBarMask) * sizeof (UINT32)));
-  const UINT32 Number = MmioLoad32 (RegisterOf (Port, Aer + AerRootStatus)) >> AerRootMessageShift;
+  const UINT32 Number =
+      MmioLoad32 (RegisterOf (Port, Aer + offsetof (AerCapability, RootErrorStatus))) >>
+      AerRootMessageShift;
   const UINTN Entry =
       UINTN{Bar & ~0xFU} + (Table & ~MsiXTableBarMask) + Number * sizeof (MsiXEntry);
   MmioStore32 (Entry + offsetof (MsiXEntry, AddressLow), MessageAddress);
@@ -43,16 +45,19 @@ VOID
 EnablePciErrors (const PciFunction &Of)
 {
   const PciAddress Address = {Of.Bus, Of.Device, Of.Function};
-  SetBits16 (RegisterOf (Address, PciCommand), PciCommandEnable);
+  SetBits16 (RegisterOf (Address, offsetof (PcieHeader, Command)), PciCommandEnable);
   if (Of.IsBridge != 0) {
-    SetBits16 (RegisterOf (Address, PciBridgeControl), PciBridgeControlSerr);
+    SetBits16 (RegisterOf (Address, offsetof (PcieHeader, BridgeControl)), PciBridgeControlSerr);
   }
   if (Of.ExpressCapability != 0) {
-    SetBits16 (RegisterOf (Address, Of.ExpressCapability + ExpressDeviceControl),
-               ExpressReportAllErrors);
+    SetBits16 (
+        RegisterOf (Address, Of.ExpressCapability + offsetof (PcieCapability, DeviceControl)),
+        PcieReportAllErrors);
   }
   if (Of.IsRootPort != 0 && Of.AerCapability != 0) {
     RouteToSmi (Address, Of.AerCapability);
-    MmioStore32 (RegisterOf (Address, Of.AerCapability + AerRootCommand), AerRootReportAllErrors);
+    MmioStore32 (
+        RegisterOf (Address, Of.AerCapability + offsetof (AerCapability, RootErrorCommand)),
+        AerRootReportAllErrors);
   }
 }

@@ -12,10 +12,11 @@ constexpr UINTN ExtendedCapabilityCountMax = 960;
 UINT16
 FindPciCapability (const PciAddress &Of, UINT8 Id)
 {
-  if ((MmioLoad16 (RegisterOf (Of, PciStatus)) & PciStatusHasCapabilities) == 0) {
+  if ((MmioLoad16 (RegisterOf (Of, offsetof (PcieHeader, Status))) &
+       PCI_STATUS_CAPABILITIES_LIST) == 0) {
     return 0;
   }
-  UINTN Offset = MmioLoad8 (RegisterOf (Of, PciCapabilityPointer));
+  UINTN Offset = MmioLoad8 (RegisterOf (Of, offsetof (PcieHeader, CapabilitiesPointer)));
   for (UINTN Count = 0; Count < CapabilityCountMax && Offset >= CapabilityOffsetMin; ++Count) {
     const UINT16 Head = MmioLoad16 (RegisterOf (Of, Offset));
     if ((Head & 0xFF) == Id) {

@@ -1,40 +1,23 @@
-/// Registers of configuration space that the boot code programs, by offset, and access to them.
+/// Registers of configuration space that the boot code programs, and the way to them.
 #pragma once
 
 #include "PciWindow.h"
+#include "Record/PciBridgeHeader.h"
+#include "Record/PcieRegisters.h"
 
-/// The header (PCI Local Bus 3.0, 6.1; PCI-to-PCI Bridge Architecture 1.2, 3.2).
-inline constexpr UINTN PciVendorId = 0x00;
-inline constexpr UINTN PciCommand = 0x04;
-inline constexpr UINTN PciStatus = 0x06;
-inline constexpr UINTN PciHeaderType = 0x0E;
+/// The header, beyond what PcieHeader has (PCI Local Bus 3.0, 6.1; PCI-to-PCI Bridge Architecture
+/// 1.2, 3.2).
 inline constexpr UINTN PciFirstBar = 0x10;
 inline constexpr UINTN PciBusNumbers = 0x18;
 inline constexpr UINTN PciIoBaseLimit = 0x1C;
 inline constexpr UINTN PciMemoryBaseLimit = 0x20;
 inline constexpr UINTN PciPrefetchBaseLimit = 0x24;
-inline constexpr UINTN PciCapabilityPointer = 0x34;
-inline constexpr UINTN PciBridgeControl = 0x3E;
 
 inline constexpr UINT16 PciCommandEnable = 0x0107; ///< I/O, memory, bus master and SERR.
-inline constexpr UINT16 PciStatusHasCapabilities = 0x0010;
-inline constexpr UINT8 PciHeaderMultiFunction = 0x80;
-inline constexpr UINT8 PciHeaderBridge = 0x01;
 inline constexpr UINT16 PciBridgeControlSerr = 0x0002;
 
-/// The PCI Express capability (PCI Express Base 5.0, 7.5.3).
-inline constexpr UINT8 PciCapabilityExpress = 0x10;
-inline constexpr UINTN ExpressCapabilities = 0x02;
-inline constexpr UINTN ExpressDeviceControl = 0x08;
-inline constexpr UINTN ExpressSlotCapabilities = 0x14;
-inline constexpr UINT16 ExpressHasSlot = 0x0100;
-inline constexpr UINT16 ExpressReportAllErrors = 0x000F;
-inline constexpr UINT32 ExpressPortTypeRoot = 4;
-
-/// The Advanced Error Reporting capability (PCI Express Base 5.0, 7.8.4).
-inline constexpr UINT16 PciExtendedCapabilityAer = 0x0001;
-inline constexpr UINTN AerRootCommand = 0x2C;
-inline constexpr UINTN AerRootStatus = 0x30;
+/// All kinds of errors, in the controls of a function and of a root port.
+inline constexpr UINT16 PcieReportAllErrors = 0x000F;
 inline constexpr UINT32 AerRootReportAllErrors = 0x00000007;
 inline constexpr UINT32 AerRootMessageShift = 27;
 

@@ -36,16 +36,17 @@ AddFunction (const PciAddress &Address)
   Row.Bus = static_cast<UINT8> (Address.Bus);
   Row.Device = static_cast<UINT8> (Address.Device);
   Row.Function = static_cast<UINT8> (Address.Function);
-  Row.ExpressCapability = FindPciCapability (Address, PciCapabilityExpress);
+  Row.ExpressCapability = FindPciCapability (Address, PCI_CAPABILITY_ID_EXPRESS);
   if (Row.ExpressCapability != 0) {
     // Only such a function has extended capabilities.
-    Row.AerCapability = FindExtendedPciCapability (Address, PciExtendedCapabilityAer);
-    const UINT32 Capabilities =
-        MmioLoad16 (RegisterOf (Address, Row.ExpressCapability + ExpressCapabilities));
-    Row.IsRootPort = (Capabilities >> 4 & 0xF) == ExpressPortTypeRoot;
-    if ((Capabilities & ExpressHasSlot) != 0) {
+    Row.AerCapability = FindExtendedPciCapability (Address, PCIE_EXTENDED_CAPABILITY_ID_AER);
+    const UINT32 Capabilities = MmioLoad16 (
+        RegisterOf (Address, Row.ExpressCapability + offsetof (PcieCapability, Capabilities)));
+    Row.IsRootPort = (Capabilities >> 4 & 0xF) == PciePortTypeRootPort;
+    if ((Capabilities & PCIE_CAPABILITIES_SLOT) != 0) {
       Row.Slot = static_cast<UINT16> (
-          MmioLoad32 (RegisterOf (Address, Row.ExpressCapability + ExpressSlotCapabilities)) >>
+          MmioLoad32 (RegisterOf (Address, Row.ExpressCapability +
+                                               offsetof (PcieCapability, SlotCapabilities))) >>
           SlotNumberShift);
     }
   }
@@ -82,7 +83,7 @@ VOID
 ScanFunction (const PciAddress &Address, UINT8 HeaderType, UINTN Depth)
 {
   PciFunction &Row = AddFunction (Address);
-  const bool IsBridge = (HeaderType & ~PciHeaderMultiFunction) == PciHeaderBridge;
+  const bool IsBridge = (HeaderType & ~PCI_HEADER_MULTI_FUNCTION) == PCI_HEADER_LAYOUT_BRIDGE;
   AssignPciBars (Address, IsBridge ? PciBarsOfBridge : PciBarsOfDevice, &mSpace);
   if (IsBridge) {
     ScanBehind (Address, Row, Depth);
@@ -104,11 +105,11 @@ ScanBus (UINTN Bus, UINTN Depth)
     UINTN Functions = 1;
     for (UINTN Function = 0; Function < Functions; ++Function) {
       const PciAddress Address = {Bus, Device, Function};
-      if (MmioLoad16 (RegisterOf (Address, PciVendorId)) == NoFunction) {
+      if (MmioLoad16 (RegisterOf (Address, offsetof (PcieHeader, VendorId))) == NoFunction) {
         continue;
       }
-      const UINT8 HeaderType = MmioLoad8 (RegisterOf (Address, PciHeaderType));
-      if (Function == 0 && (HeaderType & PciHeaderMultiFunction) != 0) {
+      const UINT8 HeaderType = MmioLoad8 (RegisterOf (Address, offsetof (PcieHeader, HeaderType)));
+      if (Function == 0 && (HeaderType & PCI_HEADER_MULTI_FUNCTION) != 0) {
         Functions = FunctionsPerDevice;
       }
       ScanFunction (Address, HeaderType, Depth);

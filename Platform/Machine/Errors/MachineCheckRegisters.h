@@ -7,10 +7,14 @@
 inline constexpr UINT32 IA32_MCG_CAP = 0x179;
 inline constexpr UINT64 MCG_CAP_BANK_COUNT = 0xFF;
 
+/// Not 0 while a machine check is served: another one would then shut the processor down.
+inline constexpr UINT32 IA32_MCG_STATUS = 0x17A;
+
 /// The registers of the banks follow each other, four a bank. Those of bank 32 would lie in the
 /// place of other registers.
 inline constexpr UINT32 IA32_MC0_STATUS = 0x401;
 inline constexpr UINT32 IA32_MC0_ADDR = 0x402;
+inline constexpr UINT32 IA32_MC0_MISC = 0x403;
 inline constexpr UINT32 MC_REGISTERS_PER_BANK = 4;
 inline constexpr UINT32 MC_BANK_COUNT_MAX = 32;
 

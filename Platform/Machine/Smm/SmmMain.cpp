@@ -6,6 +6,7 @@
 #include "ExceptionFrame.h"
 #include "Firmware.h"
 #include "Machine.h"
+#include "MachineCheckRegisters.h"
 #include "MachineLog.h"
 #include "MachineWorld.h"
 #include "Pool.h"
@@ -23,9 +24,6 @@ VOID SmmPrepare (UINTN ProcessorCount);
 }
 
 namespace {
-
-/// A machine check is in progress (Intel SDM, volume 3, 16.3.1).
-constexpr UINT32 MSR_IA32_MCG_STATUS = 0x17A;
 
 constinit SmiStatistics mStatistics[ProcessorMax] = {};
 
@@ -131,5 +129,5 @@ HandleException (ExceptionFrame *Frame)
   }
   // The bank is looked at in one more SMI, behind this one.
   RaiseSmi ();
-  WriteMsr64 (MSR_IA32_MCG_STATUS, 0);
+  WriteMsr64 (IA32_MCG_STATUS, 0);
 }

@@ -57,6 +57,20 @@ SetBetween (const VOID *Start, const VOID *End, PageAccess Access)
   SmmPagingSet (AddressOf (Start), AddressOf (End) - AddressOf (Start), Access);
 }
 
+/// Takes all access to ordinary RAM but the hand-over record's large page: what lies there belongs
+/// to others from now on.
+VOID
+LeaveOrdinaryRam ()
+{
+  for (UINTN Index = 0; Index < TSEG_BASE / LargePageSize; ++Index) {
+    if (Index != HAND_OVER_BASE / LargePageSize) {
+      mDirectories[Index] = 0;
+    }
+  }
+}
+static_assert (sizeof (HandOverArea) <= LargePageSize && HAND_OVER_BASE % LargePageSize == 0);
+static_assert (TSEG_BASE + TSEG_SIZE == RAM_SIZE);
+
 } // namespace
 
 VOID
@@ -107,6 +121,7 @@ SmmPagingSettle ()
   // The tables are among what becomes read-only.
   const UINT64 Control = ReadControl0 ();
   WriteControl0 (Control & ~ControlWriteProtect);
+  LeaveOrdinaryRam ();
   SetBetween (gSmmSettledStart, gSmmWorkingStart, PageRead);
   SetBetween (gSmmWorkingEnd, gSmmImageEnd, PageRead);
   SmmPagingSet (SMM_FILE_BASE, DRIVER_FILE_MAX, PageRead);

@@ -22,8 +22,8 @@ VOID SmmPagingSet (UINT64 Start, UINT64 Size, PageAccess Access);
 /// Lets this processor know of what was set; the others take it with their next SMI.
 VOID SmmPagingRefresh ();
 
-/// Takes the write access from all that nobody has to write once drivers are loaded, the tables
-/// among it.
+/// For the time when drivers are loaded: takes the write access from all that nobody has to write
+/// then, the tables among it, and every access to ordinary RAM but the hand-over record.
 VOID SmmPagingSettle ();
 
 /// A checksum over the bytes of all of SMRAM that nobody may write.
