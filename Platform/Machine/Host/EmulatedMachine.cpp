@@ -39,17 +39,6 @@ TailText (const char *Heading, const std::filesystem::path &File)
                       Text.substr (Text.size () - std::min (Text.size (), TAIL_SIZE)));
 }
 
-MachineFiles
-FilesIn (const std::filesystem::path &Directory)
-{
-  return {.RasLog = Directory / "ras.log",
-          .DebugLog = Directory / "debug.log",
-          .Control = Directory / "control",
-          .Qmp = Directory / "qmp",
-          .Inventory = Directory / "inventory.txt",
-          .Errors = Directory / "qemu.log"};
-}
-
 UINTN
 FileSize (const std::filesystem::path &File)
 {
@@ -76,14 +65,14 @@ EmulatedMachine::Guard (const std::string &Step, Function &&Body)
 }
 
 EmulatedMachine::EmulatedMachine (const MachineOptions &Given)
-    : Options (Given), Files (FilesIn (Directory.Path ()))
+    : Options (Given), Files (FilesIn (Given.Directory))
 {
   std::ofstream (Files.Inventory) << Options.Inventory;
   const auto Arguments = MachineArguments (Options, Files, FileSize (Options.Driver));
   const FileDescriptor ControlListener = ListenAt (Files.Control);
   const FileDescriptor QmpListener = ListenAt (Files.Qmp);
   const FileDescriptor Errors (
-      open (Files.Errors.c_str (), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+      open (Files.Errors.c_str (), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600));
   Qemu = std::make_unique<ChildProcess> (
       Arguments, ChildStreams{.Output = Errors.Get (), .Error = Errors.Get ()});
   Guard ("start", [&] {

@@ -9,7 +9,6 @@
 #include "ChildProcess.h"
 #include "MachineOptions.h"
 #include "QmpClient.h"
-#include "TemporaryDirectory.h"
 
 /// One run. No step of it is waited for longer than the options allow; what goes wrong is a
 /// MachineError that ends with the tail of the debug log. QEMU ends with the object.
@@ -56,19 +55,6 @@ public:
     return Files;
   }
 
-  /// Leaves the directory of the run in place when the object goes.
-  void
-  KeepFiles ()
-  {
-    Directory.Keep ();
-  }
-
-  [[nodiscard]] const std::filesystem::path &
-  DirectoryPath () const
-  {
-    return Directory.Path ();
-  }
-
   [[nodiscard]] pid_t
   ProcessId () const
   {
@@ -88,7 +74,6 @@ private:
   template <typename Function> auto Guard (const std::string &Step, Function &&Body);
 
   MachineOptions Options;
-  TemporaryDirectory Directory;
   MachineFiles Files;
   std::unique_ptr<ChildProcess> Qemu;
   QmpClient Monitor;

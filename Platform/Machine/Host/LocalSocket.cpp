@@ -34,6 +34,7 @@ OpenAt (const std::filesystem::path &Path, Operation *Open)
 FileDescriptor
 ListenAt (const std::filesystem::path &Path)
 {
+  unlink (Path.c_str ());
   return OpenAt (Path, [] (int Socket, const sockaddr *Address, socklen_t Size) {
     return bind (Socket, Address, Size) == 0 ? listen (Socket, 1) : -1;
   });

@@ -6,7 +6,7 @@
 
 #include "FileDescriptor.h"
 
-/// Listens at Path. Throws MachineError.
+/// Listens at Path, where a socket of an earlier run may have been left. Throws MachineError.
 FileDescriptor ListenAt (const std::filesystem::path &Path);
 
 /// Connects to whoever listens at Path. Throws MachineError.

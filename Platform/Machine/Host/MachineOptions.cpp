@@ -89,7 +89,7 @@ AppendSettings (Words &Arguments,
     Append (Arguments, {"-device", fmt::format ("loader,file={},addr=0x{:x},force-raw=on",
                                                 Escaped (Options.Driver), DRIVER_ADDRESS)});
     Set ("image-size", fmt::format ("string={}", DriverSize));
-    Set ("drivers", "string=" + Options.DriverCount);
+    Set ("drivers", fmt::format ("string={}", Options.DriverCount));
   }
   if (Options.LogLevels) {
     Set ("log-levels", fmt::format ("string={:x}", *Options.LogLevels));
@@ -101,13 +101,42 @@ AppendSettings (Words &Arguments,
 
 } // namespace
 
+MachineFiles
+FilesIn (const std::filesystem::path &Directory)
+{
+  return {.RasLog = Directory / "ras.log",
+          .DebugLog = Directory / "debug.log",
+          .Control = Directory / "control",
+          .Qmp = Directory / "qmp",
+          .Inventory = Directory / "inventory.txt",
+          .Errors = Directory / "qemu.log"};
+}
+
+std::string
+MachineInventory (const MachineOptions &Options)
+{
+  std::string Text;
+  const UINT64 Size = MEMORY_SIZE / Options.SocketCount;
+  for (UINTN Socket = 0; Socket < Options.SocketCount; ++Socket) {
+    Text += fmt::format ("processor {0} CPU{0}\nmemory {0} 0 0 CPU{0}_C0_D0 {1:x} {2:x}\n", Socket,
+                         Socket * Size, Size);
+  }
+  for (UINTN Number = 1; Number <= Options.PortCount; ++Number) {
+    Text += fmt::format ("slot {0} Slot{0}\n", Number);
+  }
+  return Text;
+}
+
 std::vector<std::string>
 MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINTN DriverSize)
 {
   Words Arguments = {"qemu-system-x86_64", "-nodefaults", "-no-user-config",
                      "-display",           "none",        "-no-reboot"};
-  Append (Arguments, {"-machine", "q35,smm=on,accel=tcg,vmport=off", "-m", "256M"});
-  Append (Arguments, {"-cpu", Options.Cpu, "-smp", Options.Processors});
+  Append (Arguments, {"-machine", "q35,smm=on,accel=tcg,vmport=off", "-m",
+                      fmt::format ("{}M", MEMORY_SIZE >> 20)});
+  Append (Arguments, {"-cpu", Options.Cpu, "-smp",
+                      fmt::format ("{},sockets={},threads={}", Options.ProcessorCount,
+                                   Options.SocketCount, Options.ThreadCount)});
   Append (Arguments, {"-bios", Options.Rom.string ()});
   AppendChannels (Arguments, Files);
   AppendPorts (Arguments, Options.PortCount);

@@ -9,6 +9,9 @@
 
 #include "Base.h"
 
+/// Memory of the machine in bytes, from address 0 on.
+inline constexpr UINT64 MEMORY_SIZE = 0x10000000;
+
 enum class BmcConnection {
   None,      ///< No IPMI interface.
   Simulated, ///< QEMU's own BMC, which refuses the event command.
@@ -16,23 +19,25 @@ enum class BmcConnection {
 };
 
 struct MachineOptions {
+  std::filesystem::path Directory = {}; ///< Of the run's files: one of its own, which is there.
   std::filesystem::path Rom = {};
   std::filesystem::path Driver = {}; ///< The image, which the ROM finds in memory; none if empty.
-  std::string DriverCount = "1";
+  UINTN DriverCount = 1;
   std::string Inventory = {};           ///< Text of the system inventory; the ROM's own if empty.
   std::optional<UINT32> LogLevels = {}; ///< Mask of the RAS debug log.
 
-  std::string Processors = "4,sockets=2"; ///< As QEMU's -smp takes it.
-  std::string Cpu = "max";                ///< As QEMU's -cpu takes it.
-  UINTN PortCount = 2; ///< Root ports rp1, rp2, ... with the devices nv1, nv2, ... behind them.
+  UINTN ProcessorCount = 4;
+  UINTN SocketCount = 2;   ///< Divides the number of processors.
+  UINTN ThreadCount = 1;   ///< Of a core; divides the number of processors of a socket.
+  std::string Cpu = "max"; ///< As QEMU's -cpu takes it.
+  UINTN PortCount = 2;     ///< Root ports rp1, rp2, ... with the devices nv1, nv2, ... behind them.
 
   BmcConnection Bmc = BmcConnection::None;
   std::filesystem::path BmcSocket = {};
 
-  bool CountsInstructions =
-      false;                  ///< Time is a matter of instructions, so that all runs are alike.
-  std::string GdbServer = {}; ///< Where to wait for a debugger, as QEMU's -gdb takes it.
-  bool IsStopped = false;     ///< No processor runs until QMP or a debugger says so.
+  bool CountsInstructions = false;     ///< Time goes by instructions, so that all runs are alike.
+  std::string GdbServer = {};          ///< Where to wait for a debugger, as QEMU's -gdb takes it.
+  bool IsStopped = false;              ///< No processor runs until QMP or a debugger says so.
   std::vector<std::string> Extra = {}; ///< Further arguments of QEMU.
 
   /// No single step of the machine is waited for longer.
@@ -48,6 +53,14 @@ struct MachineFiles {
   std::filesystem::path Inventory = {}; ///< The text of the options.
   std::filesystem::path Errors = {};    ///< What QEMU itself complains of.
 };
+
+/// Where the files of a run are.
+MachineFiles FilesIn (const std::filesystem::path &Directory);
+
+/// A system inventory that names all that errors can be injected into: processor S of each socket,
+/// "CPU1", its memory, "CPU1_C0_D0", and the slot of each port, "Slot1". The sockets share the
+/// memory in equal parts.
+std::string MachineInventory (const MachineOptions &Options);
 
 /// The command line of QEMU. DriverSize is that of the image in bytes.
 std::vector<std::string>

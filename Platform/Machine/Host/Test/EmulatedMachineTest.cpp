@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "MachineError.h"
+#include "TemporaryDirectory.h"
 
 // A ROM that plays the firmware: it writes to all of its outputs, says that it is ready, and then
 // obeys the first letter of each line.
@@ -97,8 +98,9 @@ public:
   }
 
   TemporaryDirectory Directory;
-  MachineOptions Options{.Rom = Directory.Path () / "rom",
-                         .Processors = "2",
+  MachineOptions Options{.Directory = Directory.Path (),
+                         .Rom = Directory.Path () / "rom",
+                         .ProcessorCount = 2,
                          .Bmc = BmcConnection::External,
                          .BmcSocket = Directory.Path () / "bmc"};
 };
@@ -135,7 +137,7 @@ TEST_F (EmulatedMachineTest, FailsWithinItsPatience)
                HasSubstr ("QEMU has ended: exit code 0"));
   EXPECT_THAT (ErrorOf ([&] { Resetting.WaitForEnd (); }), HasSubstr ("triple fault"));
 
-  Options.Processors = "none";
+  Options.Cpu = "none";
   EXPECT_THAT (ErrorOf ([&] { const EmulatedMachine Machine (Options); }),
                HasSubstr ("QEMU says:\nqemu-system-x86_64: "));
 }
@@ -159,7 +161,7 @@ TEST (MachineArguments, SayWhatTheOptionsSay)
 {
   const MachineFiles Files = {.Inventory = "a,b/inventory"};
   const std::vector<std::string> Arguments = MachineArguments ({.Driver = "a,b/driver",
-                                                                .DriverCount = "3",
+                                                                .DriverCount = 3,
                                                                 .Inventory = "text",
                                                                 .LogLevels = 0x0C000000,
                                                                 .PortCount = 17,

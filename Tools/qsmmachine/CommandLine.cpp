@@ -1,0 +1,166 @@
+#include "Qsmmachine.h"
+
+#include <algorithm>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "InputFile.h"
+#include "MachineRun.h"
+#include "ToolOptions.h"
+#include "ToolRun.h"
+
+namespace {
+
+constexpr const char *Description =
+    "Runs the driver's image in the System Management Mode of an emulated server, injects hardware "
+    "errors and prints what the BMC gets, both logs and the closing state.";
+
+/// The errors unless others are given.
+const std::vector<std::string> UsualErrors = {"pcie-uncorrected", "pcie-corrected",
+                                              "memory-corrected", "processor-corrected"};
+
+constexpr UINTN PROCESSOR_COUNT_MAX = 16; // The ROM has tables of that size.
+constexpr UINTN DRIVER_COUNT_MAX = 16;
+constexpr UINTN FILE_SIZE_MAX = 16 << 20;
+
+/// Someone who works with a debugger is waited for longer than any machine.
+constexpr std::chrono::hours DEBUGGER_PATIENCE (24);
+
+struct RunArguments {
+  std::string Rom = QSM_ROM, Image = QSM_IMAGE, Bmc = QSM_BMC;
+  std::string Processors = "4,sockets=2";
+  std::string DriverCount = "1";
+  std::vector<std::string> Errors = UsualErrors;
+  std::string GdbPort;
+  bool Json = false;
+  bool Keep = false;
+};
+
+/// "N" or "N,sockets=M".
+void
+ReadProcessors (const std::string &Text, MachineOptions &Options)
+{
+  constexpr std::string_view SOCKETS = ",sockets=";
+  const std::size_t Place = std::min (Text.find (SOCKETS), Text.size ());
+  Options.ProcessorCount = NumberOption ("--smp", Text.substr (0, Place), 1, PROCESSOR_COUNT_MAX);
+  Options.SocketCount = 1;
+  if (Place != Text.size ()) {
+    const std::string Sockets = Text.substr (Place + SOCKETS.size ());
+    Options.SocketCount = NumberOption ("--smp sockets", Sockets, 1, Options.ProcessorCount);
+    if (Options.ProcessorCount % Options.SocketCount != 0) {
+      RefuseOption ("--smp sockets", "a divisor of the number of processors", Sockets);
+    }
+  }
+}
+
+/// "KIND" or "KIND@TARGET".
+Injection
+ReadError (const std::string &Text, const MachineOptions &Options)
+{
+  const std::size_t Place = std::min (Text.find ('@'), Text.size ());
+  const auto Kinds = ErrorKinds ();
+  const auto Kind = std::ranges::find (Kinds, Text.substr (0, Place), &ErrorKind::Name);
+  if (Kind == Kinds.end ()) {
+    RefuseOption ("--inject", "one of the kinds that --help lists", Text.substr (0, Place));
+  }
+  const bool IsDevice = Kind->Target == ErrorTarget::Device;
+  if (Place == Text.size ()) {
+    return {&*Kind, IsDevice ? 1U : 0U};
+  }
+  std::string Target = Text.substr (Place + 1);
+  if (!IsDevice) {
+    return {&*Kind, NumberOption ("--inject " + Text.substr (0, Place), Target, 0,
+                                  Options.ProcessorCount - 1)};
+  }
+  const auto Number = ParseNumber (Target.starts_with ("nv") ? Target.substr (2) : "");
+  if (!Number || *Number < 1 || *Number > Options.PortCount) {
+    RefuseOption ("--inject " + Text.substr (0, Place),
+                  fmt::format ("a device from nv1 to nv{}", Options.PortCount), Target);
+  }
+  return {&*Kind, *Number};
+}
+
+RunPlan
+ReadPlan (const RunArguments &Arguments)
+{
+  RunPlan Plan = {.Machine = {.Rom = Arguments.Rom, .Driver = Arguments.Image},
+                  .BmcProgram = Arguments.Bmc,
+                  .Injections = {},
+                  .IsKept = Arguments.Keep};
+  MachineOptions &Machine = Plan.Machine;
+  for (const std::string &File : {Arguments.Rom, Arguments.Image}) {
+    ReadInputFile (File, FILE_SIZE_MAX);
+  }
+  ReadProcessors (Arguments.Processors, Machine);
+  Machine.DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, DRIVER_COUNT_MAX);
+  Machine.Inventory = MachineInventory (Machine);
+  Machine.LogLevels = ~UINT32{0};
+  if (!Arguments.GdbPort.empty ()) {
+    const UINT64 Port = NumberOption ("--gdb", Arguments.GdbPort, 1, 0xFFFF);
+    Machine.GdbServer = fmt::format ("tcp:127.0.0.1:{}", Port);
+    Machine.IsStopped = true;
+    Machine.Patience = DEBUGGER_PATIENCE;
+  }
+  for (const std::string &Error : Arguments.Errors) {
+    Plan.Injections.push_back (ReadError (Error, Machine));
+  }
+  return Plan;
+}
+
+int
+Run (const RunArguments &Arguments, Console &Console)
+{
+  const RunPlan Plan = ReadPlan (Arguments);
+  if (Plan.Machine.IsStopped) {
+    Console.Err << "qsmmachine: waiting for gdb: target remote 127.0.0.1:" << Arguments.GdbPort
+                << std::endl;
+  }
+  const RunReport Report = RunMachine (Plan);
+  Arguments.Json ? PrintReportJson (Report, Console) : PrintReport (Report, Console);
+  return Report.Fault.empty () ? EXIT_DONE : EXIT_FAULT;
+}
+
+std::string
+KindsText ()
+{
+  std::string Text = "Kinds of errors:\n";
+  for (const ErrorKind &Kind : ErrorKinds ()) {
+    const bool IsDevice = Kind.Target == ErrorTarget::Device;
+    Text += fmt::format ("  {:<26}{}; {} unless given\n",
+                         fmt::format ("{}@{}", Kind.Name, IsDevice ? "DEVICE" : "CPU"), Kind.Help,
+                         IsDevice ? "nv1" : "0");
+  }
+  return Text;
+}
+
+} // namespace
+
+int
+QsmmachineMain (int ArgumentCount, const char *const *Arguments, Console &Console)
+{
+  CLI::App App (Description, "qsmmachine");
+  int ExitCode = EXIT_DONE;
+  RunArguments Parsed;
+  const auto Add = [&] (const char *Name, std::string &Value, const char *Help, const char *Type) {
+    return App.add_option (Name, Value, Help)->type_name (Type);
+  };
+  Add ("--smp", Parsed.Processors, "Processors, 1 to 16, in one socket unless given",
+       "N[,sockets=M]")
+      ->capture_default_str ();
+  Add ("--drivers", Parsed.DriverCount, "How often the boot loads the driver", "N")
+      ->capture_default_str ();
+  App.add_option ("--inject", Parsed.Errors,
+                  "Error to inject; may be given several times. One of each class unless given")
+      ->type_name ("KIND[@TARGET]")
+      ->allow_extra_args (false);
+  Add ("--gdb", Parsed.GdbPort, "Stop ahead of the first instruction until gdb comes", "PORT");
+  App.add_flag ("--json", Parsed.Json, "Print one JSON document");
+  App.add_flag ("--keep", Parsed.Keep, "Leave the directory of the run in place");
+  Add ("--rom", Parsed.Rom, "The machine's firmware", "FILE");
+  Add ("--image", Parsed.Image, "The driver's image", "FILE");
+  Add ("--bmc", Parsed.Bmc, "The BMC's program", "FILE");
+  App.footer (KindsText ());
+  App.callback ([&] { ExitCode = Run (Parsed, Console); });
+  return RunTool (App, ArgumentCount, Arguments, Console, ExitCode);
+}

@@ -1,0 +1,79 @@
+#include "MachineRun.h"
+
+#include <fmt/format.h>
+
+#include "InputFile.h"
+#include "MachineError.h"
+#include "TemporaryDirectory.h"
+
+namespace {
+
+constexpr UINTN LOG_SIZE_MAX = 64 << 20;
+
+/// The log as far as it came, also of a machine that did not start.
+std::string
+LogText (const std::filesystem::path &File)
+{
+  return std::filesystem::exists (File) ? ReadInputFile (File, LOG_SIZE_MAX) : "";
+}
+
+void
+Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
+{
+  BmcProcess Bmc ({.Program = Plan.BmcProgram,
+                   .Socket = Options.BmcSocket,
+                   .Log = Options.Directory / "events.jsonl",
+                   .Patience = Options.Patience});
+  EmulatedMachine Machine (Options);
+  Machine.WaitUntilReady ();
+  for (const Injection &Error : Plan.Injections) {
+    Report.Steps.push_back ({.Error = Error, .Events = {}});
+    Error.Kind->Inject (Machine, Options, Error.Number);
+    // Corrected errors raise no interrupt: somebody must look.
+    Machine.Command ("poll all");
+    Report.Steps.back ().Events = Bmc.TakeEvents ();
+    if (Report.Steps.back ().Events.empty ()) {
+      throw MachineError (
+          fmt::format ("{}@{}: the BMC has got no event", Error.Kind->Name, TargetText (Error)));
+    }
+  }
+  Report.State = Machine.Command ("state");
+  if (const int Number = Machine.Exit (0); Number != 0) {
+    throw MachineError (fmt::format ("the machine ended with {}", Number));
+  }
+}
+
+} // namespace
+
+RunReport
+RunMachine (const RunPlan &Plan)
+{
+  TemporaryDirectory Directory;
+  MachineOptions Options = Plan.Machine;
+  Options.Directory = Directory.Path ();
+  Options.Bmc = BmcConnection::External;
+  Options.BmcSocket = Directory.Path () / "bmc";
+  RunReport Report;
+  if (Plan.IsKept) {
+    Directory.Keep ();
+    Report.Directory = Directory.Path ().string ();
+  }
+  try {
+    Run (Plan, Options, Report);
+  } catch (const MachineError &Error) {
+    // The logs that stand below the first line are part of the report anyhow.
+    const std::string Text = Error.what ();
+    Report.Fault = Text.substr (0, Text.find ('\n'));
+  }
+  const MachineFiles Files = FilesIn (Directory.Path ());
+  Report.RasLog = LogText (Files.RasLog);
+  Report.DebugLog = LogText (Files.DebugLog);
+  Report.QemuLog = LogText (Files.Errors);
+  return Report;
+}
+
+std::string
+TargetText (const Injection &Error)
+{
+  return fmt::format ("{}{}", Error.Kind->Target == ErrorTarget::Device ? "nv" : "", Error.Number);
+}

@@ -1,0 +1,45 @@
+/// One run of the emulated machine: boot, errors, closing state.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "BmcProcess.h"
+#include "Console.h"
+#include "ErrorInjection.h"
+
+/// One error to inject.
+struct Injection {
+  const ErrorKind *Kind;
+  UINTN Number; ///< Of the processor or the device.
+};
+
+struct RunPlan {
+  MachineOptions Machine; ///< Directory and BMC are filled in by the run.
+  std::filesystem::path BmcProgram;
+  std::vector<Injection> Injections;
+  bool IsKept = false; ///< The directory stays.
+};
+
+/// What came of a run, as far as it came.
+struct RunReport {
+  struct Step {
+    Injection Error;
+    std::vector<BmcEvent> Events;
+  };
+
+  std::string Directory; ///< Empty unless it stays.
+  std::vector<Step> Steps;
+  std::vector<std::string> State;
+  std::string RasLog, DebugLog, QemuLog;
+  std::string Fault; ///< What went wrong; one line.
+};
+
+RunReport RunMachine (const RunPlan &Plan);
+
+/// The target as it is written behind "@": "nv1" or "0".
+std::string TargetText (const Injection &Error);
+
+/// Prints a report for people, or as one JSON document.
+void PrintReport (const RunReport &Report, Console &Console);
+void PrintReportJson (const RunReport &Report, Console &Console);

@@ -1,0 +1,71 @@
+#include "Qsmmachine.h"
+#include "ToolTest.h"
+
+namespace {
+
+class Qsmmachine : public ToolTest {
+public:
+  Qsmmachine () : ToolTest ("qsmmachine", QsmmachineMain)
+  {
+    Write ("rom", "no ROM");
+    Write ("image", "no image");
+  }
+};
+
+TEST_F (Qsmmachine, RefusesBadInputWithOneLine)
+{
+  const struct {
+    std::string Line, Complaint;
+  } Rows[] = {
+      {"--cpus 1", "There is no \"--cpus\" here (see --help)"},
+      {"--rom nosuch", "nosuch: expected a readable file: No such file or directory"},
+      {"--rom rom --image nosuch", "nosuch: expected a readable file: No such file or directory"},
+      {"--smp 17", "--smp: expected a number from 1 to 16, found \"17\""},
+      {"--smp 4,cores=2", "--smp: expected a number from 1 to 16, found \"4,cores=2\""},
+      {"--smp 4,sockets=3",
+       "--smp sockets: expected a divisor of the number of processors, found \"3\""},
+      {"--smp 2,sockets=4", "--smp sockets: expected a number from 1 to 2, found \"4\""},
+      {"--drivers 0", "--drivers: expected a number from 1 to 16, found \"0\""},
+      {"--gdb 65536", "--gdb: expected a number from 1 to 65535, found \"65536\""},
+      {"--inject fire", "--inject: expected one of the kinds that --help lists, found \"fire\""},
+      {"--inject pcie-corrected@nv3",
+       "--inject pcie-corrected: expected a device from nv1 to nv2, found \"nv3\""},
+      {"--inject pcie-corrected@1",
+       "--inject pcie-corrected: expected a device from nv1 to nv2, found \"1\""},
+      {"--smp 2 --inject memory-corrected@2",
+       "--inject memory-corrected: expected a number from 0 to 1, found \"2\""},
+      {"--inject memory-corrected pcie-corrected",
+       "There is no \"pcie-corrected\" here (see --help)"},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (Row.Line);
+    const bool HasFiles = Row.Line.starts_with ("--rom");
+    const ToolResult Result = Run ((HasFiles ? "" : "--rom rom --image image ") + Row.Line);
+    EXPECT_EQ (Result.ExitCode, 2);
+    EXPECT_EQ (Result.Err, "qsmmachine: " + Row.Complaint + "\n");
+    EXPECT_EQ (Result.Out, "");
+  }
+}
+
+TEST_F (Qsmmachine, ReportsARunThatDoesNotStart)
+{
+  const ToolResult Text = Run ("--rom rom --image image");
+  EXPECT_EQ (Text.ExitCode, 1);
+  EXPECT_NE (Text.Out.find ("QEMU:\n  qemu: could not load PC BIOS"), std::string::npos)
+      << Text.Out;
+  EXPECT_NE (Text.Out.find ("fault: start: "), std::string::npos) << Text.Out;
+  const ToolResult Json = Run ("--rom rom --image image --bmc rom --json");
+  EXPECT_EQ (Json.ExitCode, 1);
+  EXPECT_NE (Json.Out.find ("\"fault\": \"rom: cannot be started: "), std::string::npos)
+      << Json.Out;
+}
+
+TEST_F (Qsmmachine, ListsTheKindsOfErrors)
+{
+  const ToolResult Result = Run ("--help");
+  EXPECT_EQ (Result.ExitCode, 0);
+  EXPECT_NE (Result.Out.find ("  pcie-uncorrected@DEVICE   malformed TLP"), std::string::npos)
+      << Result.Out;
+}
+
+} // namespace
