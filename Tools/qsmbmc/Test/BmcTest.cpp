@@ -68,7 +68,7 @@ TEST_F (BmcTest, AnswersEachRequestWithItsCompletionCode)
       {"no data", Request ({}), 0xC7},
       {"no id", Request ({0, 2, 1}), 0xC7},
       {"an empty id", Request ({0, 2, 1, 0}), 0xCC},
-      {"no NUL", Request ({0, 2, 1, 'A'}), 0xCC},
+      {"no NUL", Request ({0, 2, 1, 'A', 'B'}), 0xCC},
       {"bytes behind the NUL", Request ({0, 2, 1, 'A', 0, 'B', 0}), 0xCC},
       {"an id that cannot be printed", Request ({0, 2, 1, 0x1B, 0}), 0xCC},
       {"a first byte", Request ({1, 2, 1, 'A', 0}), 0xCC},

@@ -55,6 +55,7 @@ TEST_F (EventLogTest, GoesOnWhereTheLastProcessStopped)
     EventLog Log (File);
     EXPECT_EQ (Log.LastSequence (), Row.Last);
     EXPECT_EQ (Log.CutSize (), Row.Found.size () - Row.Kept.size ());
+    EXPECT_EQ (Read (), Row.Kept);
     EXPECT_EQ (Log.Append (Data), 0);
     EXPECT_EQ (Log.LastSequence (), Row.Last + 1);
     EXPECT_EQ (Read (), Row.Kept + EventJson (Row.Last + 1, Data) + "\n");
