@@ -94,6 +94,9 @@ AppendSettings (Words &Arguments,
   if (Options.LogLevels) {
     Set ("log-levels", fmt::format ("string={:x}", *Options.LogLevels));
   }
+  if (Options.IsQuiet) {
+    Set ("quiet", "string=1");
+  }
   if (!Options.Inventory.empty ()) {
     Set ("inventory", "file=" + Escaped (Files.Inventory));
   }

@@ -23,14 +23,15 @@ struct MachineOptions {
   std::filesystem::path Rom = {};
   std::filesystem::path Driver = {}; ///< The image, which the ROM finds in memory; none if empty.
   UINTN DriverCount = 1;
-  std::string Inventory = {};           ///< Text of the system inventory; the ROM's own if empty.
+  std::string Inventory = {}; ///< Text of the system inventory, as docs/machine.md has it.
   std::optional<UINT32> LogLevels = {}; ///< Mask of the RAS debug log.
+  bool IsQuiet = false;                 ///< Leaves the messages of the driver out of the debug log.
 
   UINTN ProcessorCount = 4;
-  UINTN SocketCount = 2;   ///< Divides the number of processors.
-  UINTN ThreadCount = 1;   ///< Of a core; divides the number of processors of a socket.
-  std::string Cpu = "max"; ///< As QEMU's -cpu takes it.
-  UINTN PortCount = 2;     ///< Root ports rp1, rp2, ... with the devices nv1, nv2, ... behind them.
+  UINTN SocketCount = 2; ///< Divides the number of processors.
+  UINTN ThreadCount = 1; ///< Of a core; divides the number of processors of a socket.
+  std::string Cpu = "max,vendor=GenuineIntel"; ///< As QEMU's -cpu takes it.
+  UINTN PortCount = 2; ///< Root ports rp1, rp2, ... with the devices nv1, nv2, ... behind them.
 
   BmcConnection Bmc = BmcConnection::None;
   std::filesystem::path BmcSocket = {};
@@ -57,8 +58,8 @@ struct MachineFiles {
 /// Where the files of a run are.
 MachineFiles FilesIn (const std::filesystem::path &Directory);
 
-/// A system inventory that names all that errors can be injected into: processor S of each socket,
-/// "CPU1", its memory, "CPU1_C0_D0", and the slot of each port, "Slot1". The sockets share the
+/// A system inventory that names all that errors can be injected into: the processor of each socket
+/// ("CPU1"), its memory ("CPU1_C0_D0"), and the slot of each port ("Slot1"). The sockets share the
 /// memory in equal parts.
 std::string MachineInventory (const MachineOptions &Options);
 

@@ -164,20 +164,21 @@ TEST (MachineArguments, SayWhatTheOptionsSay)
                                                                 .DriverCount = 3,
                                                                 .Inventory = "text",
                                                                 .LogLevels = 0x0C000000,
+                                                                .IsQuiet = true,
                                                                 .PortCount = 17,
                                                                 .CountsInstructions = true,
                                                                 .GdbServer = "tcp:127.0.0.1:1234",
                                                                 .IsStopped = true,
                                                                 .Extra = {"-extra"}},
                                                                Files, 1000);
-  EXPECT_THAT (
-      Arguments,
-      IsSupersetOf ({"loader,file=a,,b/driver,addr=0x2000000,force-raw=on",
-                     "name=opt/velmora/image-size,string=1000", "name=opt/velmora/drivers,string=3",
-                     "name=opt/velmora/inventory,file=a,,b/inventory",
-                     "name=opt/velmora/log-levels,string=c000000",
-                     "pcie-root-port,id=rp17,chassis=17,slot=17,addr=11.0", "shift=0,sleep=off",
-                     "tcp:127.0.0.1:1234", "-S", "-extra"}));
+  EXPECT_THAT (Arguments,
+               IsSupersetOf (
+                   {"loader,file=a,,b/driver,addr=0x2000000,force-raw=on",
+                    "name=opt/velmora/image-size,string=1000", "name=opt/velmora/drivers,string=3",
+                    "name=opt/velmora/inventory,file=a,,b/inventory",
+                    "name=opt/velmora/log-levels,string=c000000", "name=opt/velmora/quiet,string=1",
+                    "pcie-root-port,id=rp17,chassis=17,slot=17,addr=11.0", "shift=0,sleep=off",
+                    "tcp:127.0.0.1:1234", "-S", "-extra"}));
   EXPECT_THAT (Arguments, testing::Not (testing::Contains (HasSubstr ("ipmi"))));
 }
 
