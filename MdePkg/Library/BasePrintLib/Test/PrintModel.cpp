@@ -1,56 +1,37 @@
 #include "PrintModel.h"
 
 #include <algorithm>
-#include <cctype>
-#include <charconv>
+#include <cstdio>
 #include <cstring>
 
 #include "Uefi/Time.h"
 
 namespace {
 
-const char16_t *const WarningWords[] = {u"Success",
-                                        u"Warning Unknown Glyph",
-                                        u"Warning Delete Failure",
-                                        u"Warning Write Failure",
-                                        u"Warning Buffer Too Small",
-                                        u"Warning Stale Data"};
-const char16_t *const ErrorWords[] = {
-    u"Load Error",           u"Invalid Parameter",  u"Unsupported",
-    u"Bad Buffer Size",      u"Buffer Too Small",   u"Not Ready",
-    u"Device Error",         u"Write Protected",    u"Out of Resources",
-    u"Volume Corrupt",       u"Volume Full",        u"No Media",
-    u"Media changed",        u"Not Found",          u"Access Denied",
-    u"No Response",          u"No mapping",         u"Time out",
-    u"Not started",          u"Already started",    u"Aborted",
-    u"ICMP Error",           u"TFTP Error",         u"Protocol Error",
-    u"Incompatible Version", u"Security Violation", u"CRC Error",
-    u"End of Media",         u"Reserved (29)",      u"Reserved (30)",
-    u"End of File",          u"Invalid Language",   u"Compromised Data"};
+/// The words for success and the warnings, by the status, and behind them those for the errors.
+constexpr UINT64 WarningCount = 6;
+constexpr UINT64 ErrorCount = 33;
+constexpr const char16_t *StatusWords[WarningCount + ErrorCount] = {
+    u"Success", u"Warning Unknown Glyph", u"Warning Delete Failure", u"Warning Write Failure",
+    u"Warning Buffer Too Small", u"Warning Stale Data",
+    // errors
+    u"Load Error", u"Invalid Parameter", u"Unsupported", u"Bad Buffer Size", u"Buffer Too Small",
+    u"Not Ready", u"Device Error", u"Write Protected", u"Out of Resources", u"Volume Corrupt",
+    u"Volume Full", u"No Media", u"Media changed", u"Not Found", u"Access Denied", u"No Response",
+    u"No mapping", u"Time out", u"Not started", u"Already started", u"Aborted", u"ICMP Error",
+    u"TFTP Error", u"Protocol Error", u"Incompatible Version", u"Security Violation", u"CRC Error",
+    u"End of Media", u"Reserved (29)", u"Reserved (30)", u"End of File", u"Invalid Language",
+    u"Compromised Data"};
 
-/// The values of one pass: of one directive, or one character outside any.
-struct Pass {
-  std::u16string Flags; ///< As they stand in the directive; "w" once there is a width.
-  UINT64 Width = 0;
-  UINT64 Precision = 1;
-
-  bool
-  Has (char16_t Flag) const
-  {
-    return Flags.find (Flag) != Flags.npos;
-  }
-
-  void
-  Set (UINT64 Number)
-  {
-    if (Has ('.')) {
-      Precision = Number;
-    } else {
-      Width = Number;
-      Flags += u'w';
-    }
-  }
-};
+/// What the C library makes of a format.
+template <typename... Types>
+std::u16string
+Composed (const char *Format, Types... Arguments)
+{
+  char Text[40];
+  const int Length = std::snprintf (Text, sizeof Text, Format, Arguments...);
+  return {Text, Text + Length};
+}
 
 class Model {
 public:
@@ -63,12 +44,14 @@ public:
   Run ()
   {
     while (Peek () != 0) {
-      Pass Values;
+      Flags.clear ();
+      Width = 0;
+      Precision = 1;
       const char16_t Character = Input[At++];
       if (Character == '%') {
-        Directive (Values);
+        PutArgument (TakeDirective ());
       } else {
-        Literal (Values, Character);
+        PutLiteral (Character);
       }
     }
     return {Output, Length};
@@ -81,103 +64,98 @@ private:
     return At < Input.size () ? Input[At] : u'\0';
   }
 
-  void
-  Put (char16_t Character, UINT64 Times = 1)
+  bool
+  Has (char16_t Flag) const
   {
-    if (static_cast<INT64> (Times) > 0) {
-      Length += Times;
-      Output.append (std::min<UINT64> (Times, Limit - Output.size ()), Character);
-    }
+    return Flags.find (Flag) != Flags.npos;
   }
 
   void
-  Pad (const Pass &Values, bool IsHere)
+  SetNumber (UINT64 Number)
   {
-    if (IsHere && Values.Has ('w')) {
-      Put (' ', Values.Width - Values.Precision);
+    if (Has ('.')) {
+      Precision = Number;
+    } else {
+      Width = Number;
+      Flags += u'w';
     }
   }
 
-  void
-  Directive (Pass &Values)
+  /// Takes a directive up to its type, which it returns.
+  char16_t
+  TakeDirective ()
   {
     for (;;) {
       const char16_t Character = Peek ();
+      if (Character == 0) {
+        Precision = 0;
+        return 0;
+      }
       if (Character >= '0' && Character <= '9') {
-        if (Character == '0' && !Values.Has ('.')) {
-          Values.Flags += Character;
-        }
+        Flags += Character == '0' && !Has ('.') ? u"0" : u"";
         UINT64 Number = 0;
         for (; Peek () >= '0' && Peek () <= '9'; ++At) {
           Number = 10 * Number + (Peek () - u'0');
         }
-        Values.Set (Number);
+        SetNumber (Number);
         continue;
-      }
-      if (Character == 0) {
-        Values.Precision = 0;
-        Text (Values, u"");
-        return;
       }
       ++At;
       if (Character == '*') {
-        Values.Set (*Arguments++);
+        SetNumber (*Arguments++);
       } else if (std::u16string_view (u".-+ ,lL").find (Character) != std::u16string_view::npos) {
-        Values.Flags += Character;
+        Flags += Character;
       } else {
-        Argument (Values, Character);
-        return;
+        return Character;
       }
     }
   }
 
   void
-  Argument (Pass &Values, char16_t Type)
+  PutArgument (char16_t Type)
   {
     if (std::u16string_view (u"duxXp").find (Type) != std::u16string_view::npos) {
-      Number (Values, Type, *Arguments++);
-    } else if (Type == 'a' || Type == 's' || Type == 'S') {
-      if (!Values.Has ('.')) {
-        Values.Precision = 0;
-      }
-      Text (Values, String (*Arguments++, Type != 'a', Values));
+      PutNumber (Type, *Arguments++);
+    } else if (Type == 'a') {
+      PutText (String<UINT8> (*Arguments++));
+    } else if (Type == 's' || Type == 'S') {
+      PutText (String<char16_t> (*Arguments++));
     } else if (Type == 'c') {
-      Text (Values, {static_cast<char16_t> (*Arguments++)});
+      PutText ({static_cast<char16_t> (*Arguments++)});
     } else if (Type == 'g') {
-      Text (Values, Guid (*Arguments++));
+      PutText (Guid (*Arguments++));
     } else if (Type == 't') {
-      Text (Values, Time (*Arguments++));
+      PutText (Time (*Arguments++));
     } else if (Type == 'r') {
-      Text (Values, Status (*Arguments++));
+      PutText (Status (*Arguments++));
     } else {
-      Literal (Values, Type);
+      PutLiteral (Type);
     }
   }
 
   void
-  Literal (Pass &Values, char16_t Character)
+  PutLiteral (char16_t Character)
   {
     const bool IsPair =
         (Character == '\n' && Peek () == '\r') || (Character == '\r' && Peek () == '\n');
     At += IsPair ? 1 : 0;
-    Text (Values, IsPair || Character == '\n' ? u"\r\n" : std::u16string (1, Character));
+    PutText (IsPair || Character == '\n' ? u"\r\n" : std::u16string (1, Character));
   }
 
-  static std::u16string
-  String (UINT64 Address, bool IsWide, const Pass &Values)
+  template <typename Character>
+  std::u16string
+  String (UINT64 Address)
   {
-    const auto *Bytes = reinterpret_cast<const UINT8 *> (Address);
-    if (Bytes == nullptr) {
+    if (!Has ('.')) {
+      Precision = 0;
+    }
+    const auto *Next = reinterpret_cast<const Character *> (Address);
+    if (Next == nullptr) {
       return u"<null string>";
     }
     std::u16string Result;
-    while (!Values.Has ('.') || Result.size () < Values.Precision) {
-      const int Character = IsWide ? Bytes[0] + 256 * Bytes[1] : Bytes[0];
-      if (Character == 0) {
-        break;
-      }
-      Result += static_cast<char16_t> (Character);
-      Bytes += IsWide ? 2 : 1;
+    while ((!Has ('.') || Result.size () < Precision) && *Next != 0) {
+      Result += static_cast<char16_t> (*Next++);
     }
     return Result;
   }
@@ -190,9 +168,10 @@ private:
     }
     EFI_GUID Guid;
     std::memcpy (&Guid, reinterpret_cast<const VOID *> (Address), sizeof Guid);
-    UINT64 Slots[11] = {Guid.Data1, Guid.Data2, Guid.Data3};
-    std::copy_n (Guid.Data4, 8, Slots + 3);
-    return Model (u"%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", Slots, 37).Run ().Text;
+    const UINT8 *Last = Guid.Data4;
+    return Composed ("%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X", Guid.Data1, Guid.Data2,
+                     Guid.Data3, Last[0], Last[1], Last[2], Last[3], Last[4], Last[5], Last[6],
+                     Last[7]);
   }
 
   static std::u16string
@@ -202,96 +181,98 @@ private:
       return u"<null time>";
     }
     const auto &Time = *reinterpret_cast<const EFI_TIME *> (Address);
-    const UINT64 Slots[] = {Time.Month, Time.Day, Time.Year, Time.Hour, Time.Minute};
-    return Model (u"%02d/%02d/%04d  %02d:%02d", Slots, 37).Run ().Text;
+    return Composed ("%02d/%02d/%04d  %02d:%02d", Time.Month, Time.Day, Time.Year, Time.Hour,
+                     Time.Minute);
   }
 
   static std::u16string
   Status (UINT64 Status)
   {
-    const UINT64 Low = Status & INT64_MAX;
-    if (Low == Status && Status <= 5) {
-      return WarningWords[Status];
+    const UINT64 Number = Status & INT64_MAX;
+    if (Number == Status && Number < WarningCount) {
+      return StatusWords[Number];
     }
-    if (Low != Status && Low >= 1 && Low <= 33) {
-      return ErrorWords[Low - 1];
+    if (Number != Status && Number >= 1 && Number <= ErrorCount) {
+      return StatusWords[WarningCount + Number - 1];
     }
-    return Model (u"%08X", &Status, 37).Run ().Text;
+    return Composed ("%08X", static_cast<UINT32> (Status));
   }
 
   void
-  Number (Pass &Values, char16_t Type, UINT64 Argument)
+  PutNumber (char16_t Type, UINT64 Argument)
   {
     const bool IsDecimal = Type == 'd' || Type == 'u';
-    const bool IsLong = Values.Has ('l') || Values.Has ('L') || Type == 'p';
-    bool FillsWithZeros = Values.Has ('0') || Type == 'X' || Type == 'p';
-    const bool HasCommas = Values.Has (',') && IsDecimal;
-    char16_t Prefix = 0;
-    if (Type != 'p') {
-      Prefix = Values.Has ('+') && Type != 'u' ? u'+' : Values.Has (' ') ? u' ' : u'\0';
+    const bool HasCommas = Has (',') && IsDecimal;
+    const bool FillsWithZeros = Has ('0') || Type == 'X' || Type == 'p';
+    UINT64 Value = Argument;
+    if (!Has ('l') && !Has ('L') && Type != 'p') {
+      const auto Low = static_cast<UINT32> (Argument);
+      Value = Type == 'd' ? static_cast<UINT64> (static_cast<INT32> (Low)) : Low;
     }
-
-    UINT64 Value = IsLong ? Argument : static_cast<UINT64> (static_cast<INT32> (Argument));
+    std::u16string Prefix;
     if (Type == 'd' && Value >> 63 != 0) {
-      Prefix = '-';
+      Prefix = u'-';
       Value = 0 - Value;
+    } else if (Type != 'p') {
+      Prefix = Has ('+') && Type != 'u' ? u"+" : Has (' ') ? u" " : u"";
     }
+
+    std::u16string Digits = Composed (IsDecimal ? "%llu" : "%llX", Value);
     if (HasCommas) {
-      FillsWithZeros = false;
-      Values.Precision = 1;
-    }
-    if (Type != 'd' && !IsLong) {
-      Value &= 0xFFFFFFFF;
-    }
-
-    char Text[21];
-    *std::to_chars (Text, Text + 20, Value, IsDecimal ? 10 : 16).ptr = '\0';
-    UINT64 Count = Value == 0 && Values.Precision == 0 ? 0 : std::strlen (Text);
-    UINT64 Digits = Count % 3 != 0 ? 3 - Count % 3 : 0;
-    if (HasCommas && Count != 0) {
-      Count += (Count - 1) / 3;
-    }
-    if (Prefix != 0) {
-      ++Count;
-      ++Values.Precision;
-    }
-    if (Values.Has ('w') && FillsWithZeros && !Values.Has ('.') && !Values.Has ('-')) {
-      Values.Precision = Values.Width;
-    }
-
-    Values.Precision = std::max (Values.Precision, Count);
-    Pad (Values, !Values.Has ('-'));
-    if (Prefix != 0) {
-      Put (Prefix);
-    }
-    Put ('0', Values.Precision - Count);
-    const char *Next = Text;
-    for (UINT64 Index = Prefix != 0 ? 1 : 0; Index < Count && *Next != '\0'; ++Index) {
-      Put (static_cast<char16_t> (std::toupper (*Next++)));
-      if (HasCommas && ++Digits == 3) {
-        Digits = 0;
-        if (++Index < Count) {
-          Put (',');
-        }
+      Precision = 1;
+      for (size_t Place = Digits.size (); Place > 3;) {
+        Digits.insert (Place -= 3, 1, u',');
       }
     }
-    Pad (Values, Values.Has ('-'));
+    if (Value == 0 && Precision == 0) {
+      Digits.clear ();
+    }
+    Precision += Prefix.size ();
+    if (FillsWithZeros && Has ('w') && !Has ('.') && !Has ('-') && !HasCommas) {
+      Precision = Width;
+    }
+    LayOut (Prefix, u'0', Digits);
   }
 
   void
-  Text (Pass &Values, std::u16string Shown)
+  PutText (std::u16string Text)
   {
-    Shown = Shown.substr (0, Shown.find (u'\0'));
-    if (Values.Has ('.') && Shown.size () > Values.Precision) {
-      Shown.resize (Values.Precision);
+    Text = Text.substr (0, Text.find (u'\0'));
+    if (Has ('.') && Text.size () > Precision) {
+      Text.resize (Precision);
     }
-    Values.Precision = std::max<UINT64> (Values.Precision, Shown.size ());
-    Pad (Values, !Values.Has ('-'));
-    Put (' ', Values.Precision - Shown.size ());
-    for (const char16_t Character : Shown) {
-      Put (Character);
+    LayOut (u"", u' ', Text);
+  }
+
+  /// Width and precision are the fewest characters with blanks and with the filler.
+  void
+  LayOut (const std::u16string &Prefix, char16_t Filler, const std::u16string &Text)
+  {
+    const UINT64 Count = Prefix.size () + Text.size ();
+    const UINT64 Filled = std::max (Precision, Count);
+    const UINT64 Blanks = Has ('w') ? Width - Filled : 0;
+    Put (' ', Has ('-') ? 0 : Blanks);
+    Put (Prefix);
+    Put (Filler, Filled - Count);
+    Put (Text);
+    Put (' ', Has ('-') ? Blanks : 0);
+  }
+
+  void
+  Put (const std::u16string &Text)
+  {
+    for (const char16_t Character : Text) {
+      Put (Character, 1);
     }
-    Pad (Values, Values.Has ('-'));
+  }
+
+  void
+  Put (char16_t Character, UINT64 Times)
+  {
+    if (static_cast<INT64> (Times) > 0) {
+      Length += Times;
+      Output.append (std::min<UINT64> (Times, Limit - Output.size ()), Character);
+    }
   }
 
   std::u16string_view Input;
@@ -300,6 +281,11 @@ private:
   size_t At = 0;
   std::u16string Output;
   UINT64 Length = 0;
+
+  // Of the directive, or of the one character outside any.
+  std::u16string Flags; ///< As they stand in the directive; "w" once there is a width.
+  UINT64 Width = 0;
+  UINT64 Precision = 1;
 };
 
 } // namespace
