@@ -1,121 +1,68 @@
 #include "SmmMemoryAllocationLib.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "ModuleTestBench.h"
-#include "Protocol/SmmAccess2.h"
+#include "FirmwareTestBench.h"
+#include "SmmAccess.h"
 #include "SmmServicesTableLib.h"
 #include "UefiBootServicesTableLib.h"
 
 namespace {
 
-/// What the firmware answers, and what it was asked. SMM pool is one block at a time, in SMRAM.
-struct Firmware {
-  EFI_STATUS Locate = EFI_SUCCESS;
-  EFI_STATUS AskSize = EFI_BUFFER_TOO_SMALL;
-  EFI_STATUS Allocate = EFI_SUCCESS;
-  EFI_STATUS ReadMap = EFI_SUCCESS;
-  EFI_STATUS Free = EFI_SUCCESS;
-  UINT8 Pool[128];
-  bool BlockIsLive = false;
-  std::string FreedBy;
-};
-Firmware mFirmware;
+const std::string Source = "MdePkg/Library/SmmMemoryAllocationLib/MemoryAllocationLib:";
+const std::string OnStatus = " !(((INTN)(RETURN_STATUS)(Status)) < 0)";
 
-/// Physical start, start as the processor sees it, size, state.
-const EFI_SMRAM_DESCRIPTOR Map[] = {
-    {0x5000, 0x1000, 0x100, 0},
-    {0x6000, reinterpret_cast<UINTN> (mFirmware.Pool), sizeof mFirmware.Pool, 0},
-    {0x7000, 0x3000, 0x1000, 0}};
-
-class SmmMemoryAllocationLib : public ModuleTestBench {
+class SmmMemoryAllocationLib : public FirmwareTestBench {
 public:
-  SmmMemoryAllocationLib ()
+  static void
+  Construct ()
   {
-    BootServices.LocateProtocol = [] (const EFI_GUID *Protocol, VOID *, VOID **Interface) EFIAPI {
-      static EFI_SMM_ACCESS2_PROTOCOL Access = {nullptr, nullptr, nullptr, GetCapabilities, 0, 1};
-      EXPECT_EQ (std::memcmp (Protocol, &gEfiSmmAccess2ProtocolGuid, sizeof (EFI_GUID)), 0);
-      *Interface = EFI_ERROR (mFirmware.Locate) ? nullptr : &Access;
-      return mFirmware.Locate;
-    };
-    BootServices.FreePool = [] (VOID *) EFIAPI {
-      mFirmware.FreedBy = "boot";
-      return mFirmware.Free;
-    };
-    gBS = &BootServices;
-    Smst.SmmAllocatePool = [] (EFI_MEMORY_TYPE Type, UINTN, VOID **Buffer) EFIAPI {
-      EXPECT_EQ (Type, 6U);
-      *Buffer = mFirmware.Pool;
-      mFirmware.BlockIsLive = !EFI_ERROR (mFirmware.Allocate);
-      return mFirmware.Allocate;
-    };
-    Smst.SmmFreePool = [] (VOID *Buffer) EFIAPI {
-      mFirmware.BlockIsLive = mFirmware.BlockIsLive && Buffer != mFirmware.Pool;
-      mFirmware.FreedBy = "smm";
-      return mFirmware.Free;
-    };
-    gSmst = &Smst;
+    EXPECT_EQ (SmmMemoryAllocationLibConstructor (nullptr, nullptr), EFI_SUCCESS);
   }
 
-  static EFI_STATUS EFIAPI
-  GetCapabilities (const EFI_SMM_ACCESS2_PROTOCOL *, UINTN *Size, EFI_SMRAM_DESCRIPTOR *Buffer)
-  {
-    EXPECT_EQ (*Size, Buffer == nullptr ? 0 : sizeof Map);
-    *Size = sizeof Map;
-    std::copy_n (Map, Buffer == nullptr ? 0 : std::size (Map), Buffer);
-    return Buffer == nullptr ? mFirmware.AskSize : mFirmware.ReadMap;
-  }
-
+  /// Which services are asked to free what lies at an address; they refuse.
   static std::string
   FreedBy (UINTN Address)
   {
-    mFirmware.FreedBy = "none";
+    const UINTN SmmCalls = gFaultPlan.Calls[ServiceSmmFreePool];
+    const UINTN BootCalls = gFaultPlan.Calls[ServiceBootFreePool];
+    FaultPlanFail (ServiceSmmFreePool, 1, EFI_INVALID_PARAMETER);
+    FaultPlanFail (ServiceBootFreePool, 1, EFI_INVALID_PARAMETER);
     FreePool (reinterpret_cast<VOID *> (Address));
-    return mFirmware.FreedBy;
+    return std::string (gFaultPlan.Calls[ServiceSmmFreePool] != SmmCalls ? "smm" : "") +
+           (gFaultPlan.Calls[ServiceBootFreePool] != BootCalls ? "boot" : "");
   }
-
-  /// Line and text of the assertion in which the constructor stopped, or "".
-  std::string
-  Construct ()
-  {
-    Assertions.clear ();
-    return StoppedAt ([] {
-      EXPECT_EQ (CallDriver (SmmMemoryAllocationLibConstructor, nullptr, nullptr), EFI_SUCCESS);
-    });
-  }
-
-  const std::string Source = "MdePkg/Library/SmmMemoryAllocationLib/MemoryAllocationLib:";
-  const std::string StatusText = " !(((INTN)(RETURN_STATUS)(Status)) < 0)";
-  EFI_BOOT_SERVICES BootServices = {};
 };
 
 TEST_F (SmmMemoryAllocationLib, FreesABufferWhereItStarts)
 {
-  EXPECT_EQ (Construct (), "");
-  for (const UINTN Address : {0x0FFFULL, 0x1000ULL, 0x10FFULL, 0x1100ULL, 0x3000ULL, 0x5000ULL}) {
-    const bool IsInSmram = Address >> 8 == 0x10 || Address == 0x3000;
-    EXPECT_EQ (FreedBy (Address), IsInSmram ? "smm" : "boot") << Address;
+  gSmramMap[0] = {0x5000, 0x1000, 0x100, 0}; // the chipset's address and the processor's, the size
+  Construct ();
+  for (const UINTN Address : {0x1000ULL, 0x10FFULL, gSmramMap[2].CpuStart}) {
+    EXPECT_EQ (FreedBy (Address), "smm") << Address;
   }
-  mFirmware.Free = EFI_INVALID_PARAMETER;
-  EXPECT_EQ (FreedBy (0x1000), "smm");
+  for (const UINTN Address : {0x0FFFULL, 0x1100ULL, 0x5000ULL}) {
+    EXPECT_EQ (FreedBy (Address), "boot") << Address;
+  }
   InstallDebugService ();
-  EXPECT_EQ (StoppedAt ([] { FreedBy (0x1000); }), Source + "989" + StatusText);
-  EXPECT_EQ (StoppedAt ([] { FreedBy (0x1100); }), Source + "989" + StatusText);
-  mFirmware.Free = EFI_SUCCESS;
+  EXPECT_EQ (StoppedAt ([] { FreedBy (0x1000); }), Source + "989" + OnStatus);
+  EXPECT_EQ (StoppedAt ([] { FreedBy (0x1100); }), Source + "989" + OnStatus);
+  gFaultPlan = {};
   EXPECT_EQ (SmmMemoryAllocationLibDestructor (nullptr, nullptr), EFI_SUCCESS);
-  EXPECT_FALSE (mFirmware.BlockIsLive);
+  EXPECT_EQ (gPools[PoolSmm].LiveBlocks, 0U);
 }
 
 TEST_F (SmmMemoryAllocationLib, AllocatesFromTheSmmPoolAlone)
 {
-  std::memset (mFirmware.Pool, 0xA5, sizeof mFirmware.Pool);
-  EXPECT_EQ (AllocatePool (8), mFirmware.Pool);
-  EXPECT_EQ (mFirmware.Pool[0], 0xA5);
-  EXPECT_EQ (AllocateZeroPool (5), mFirmware.Pool);
-  EXPECT_EQ (std::memcmp (mFirmware.Pool, "\0\0\0\0\0\xA5", 6), 0);
-  mFirmware.Allocate = EFI_OUT_OF_RESOURCES;
+  const auto *Raw = static_cast<UINT8 *> (AllocatePool (8));
+  EXPECT_NE (Raw[0], 0);
+  EXPECT_EQ (gPools[PoolSmm].Blocks[0].Type, EfiRuntimeServicesData);
+  const auto *Zeros = static_cast<UINT8 *> (AllocateZeroPool (5));
+  EXPECT_EQ (std::count (Zeros, Zeros + 5, 0), 5);
+  EXPECT_EQ (gPools[PoolSmm].LiveBytes, 13U);
+  FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
   EXPECT_EQ (AllocatePool (8), nullptr);
+  FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
   EXPECT_EQ (AllocateZeroPool (8), nullptr);
   gSmst = nullptr;
   EXPECT_EQ (AllocatePool (8), nullptr);
@@ -123,32 +70,35 @@ TEST_F (SmmMemoryAllocationLib, AllocatesFromTheSmmPoolAlone)
 
 TEST_F (SmmMemoryAllocationLib, StartsWithoutRangesWhenTheMapCannotBeHad)
 {
-  const std::string SizeText = " Status == ((RETURN_STATUS)(0x8000000000000000ULL | (5)))";
   const struct {
     std::string Assertion;
-    EFI_STATUS Firmware::*Answer;
-    EFI_STATUS Status = EFI_NOT_FOUND;
-  } Rows[] = {{"65" + StatusText, &Firmware::Locate},
-              {"72" + SizeText, &Firmware::AskSize, EFI_SUCCESS},
-              {"75 mSmramRanges != ((void *) 0)", &Firmware::Allocate},
-              {"78" + StatusText, &Firmware::ReadMap}};
-  gBS = nullptr;
-  EXPECT_EQ (Construct (), "");
-  EXPECT_EQ (FreedBy (0x1000), "none");
-  gBS = &BootServices;
+    FirmwareService Fails;
+    UINTN Call;
+  } Rows[] = {
+      {"65" + OnStatus, ServiceBootLocateProtocol, 1},
+      {"72 Status == ((RETURN_STATUS)(0x8000000000000000ULL | (5)))", ServiceGetCapabilities, 1},
+      {"75 mSmramRanges != ((void *) 0)", ServiceSmmAllocatePool, 1},
+      {"78" + OnStatus, ServiceGetCapabilities, 2}};
   for (const bool Stops : {false, true}) {
     for (const auto &Row : Rows) {
       SCOPED_TRACE (Row.Assertion);
-      mFirmware = {};
-      mFirmware.*Row.Answer = Row.Status;
-      EXPECT_EQ (Construct (), Stops ? Source + Row.Assertion : "");
+      PowerOn ();
+      FaultPlanFail (Row.Fails, Row.Call, EFI_NOT_FOUND);
+      EXPECT_EQ (StoppedAt (Construct), Stops ? Source + Row.Assertion : "");
       if (!Stops) {
-        EXPECT_FALSE (mFirmware.BlockIsLive) << "a leak";
-        EXPECT_EQ (FreedBy (0x1000), "boot");
+        EXPECT_EQ (gPools[PoolSmm].LiveBlocks, 0U) << "a leak";
+        EXPECT_EQ (FreedBy (gSmramMap[1].CpuStart), "boot");
       }
     }
     InstallDebugService ();
   }
+}
+
+TEST_F (SmmMemoryAllocationLib, FreesNothingWithoutTheBootServices)
+{
+  gBS = nullptr;
+  Construct ();
+  EXPECT_EQ (FreedBy (0x1000), "");
 }
 
 } // namespace
