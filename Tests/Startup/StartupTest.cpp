@@ -15,7 +15,6 @@
 #include "Protocol/SmmAccess2.h"
 #include "Protocol/SmmBase2.h"
 #include "Protocol/SmmCpuService.h"
-#include "Protocol/SmmDebugService.h"
 #include "Protocol/SmmIpmiTransport.h"
 #include "Protocol/SmmRscHandler.h"
 #include "Protocol/SmmVariable.h"
@@ -121,7 +120,7 @@ WithoutSmramMap (SimulatedPlatform &)
 }
 
 const std::string RasAssertion = "RAS ASSERT ERROR found -- ServerRasPkg/Library/";
-struct ConstructorFailure {
+struct StepFailure {
   UINTN Position;
   void (*Fail) (SimulatedPlatform &Platform);
   std::string Assertion; ///< Where the processor stops with a debug service, if it does.
@@ -129,7 +128,7 @@ struct ConstructorFailure {
   EFI_STATUS Status = EFI_SUCCESS;
 };
 
-const ConstructorFailure ConstructorFailures[] = {
+const StepFailure StepFailures[] = {
     // Nothing can be reported ahead of position 3, and nothing can fail in positions 5 and 10.
     {1, [] (auto &) { gSystemTable.BootServices = nullptr; }, "",
      RasAssertion + "SmmMpExtensionLib/SmmMpExtensionLib line 53!"},
@@ -178,17 +177,22 @@ const ConstructorFailure ConstructorFailures[] = {
      "RegisterErrorLogListener, Not Ready", EFI_NOT_READY},
     {25, Without<ProtocolSmm, gOrvBufferValidationProtocolGuid>,
      "OrvModulePkg/Library/SmmOrvBufferValidationLib/SmmOrvBufferValidationLib:38", ""},
+    // Behind the constructors comes the driver's entry, which ends with the status of its failure.
+    {26, Without<ProtocolSmm, gOrvSmmSystemInventoryInfoProtocolGuid>,
+     "VelmoraQsmErrorHandler/VelmoraQsmErrorHandler:377", "", EFI_NOT_FOUND},
+    {26, Without<ProtocolSmm, gSmmIpmiTransportProtocolGuid>,
+     "VelmoraQsmErrorHandler/VelmoraQsmErrorHandler:386", "", EFI_NOT_FOUND},
+    {26, Failing<ServiceRegisterListener, 1>,
+     "ServerRasPkg/Library/LibraryGen2/ErrorReportLib/ErrorReportLib:179",
+     "RegisterErrorLogListener, Device Error", EFI_DEVICE_ERROR},
 };
 
-TEST (Startup, SurvivesTheFailureOfEachConstructor)
+TEST (Startup, SurvivesTheFailureOfEachStep)
 {
   for (const DebugWorld Debug : {DebugWorld::Present, DebugWorld::Absent}) {
-    for (const auto &Row : ConstructorFailures) {
+    for (const auto &Row : StepFailures) {
       SCOPED_TRACE (testing::Message () << "position " << Row.Position);
-      SimulatedPlatform Platform (TwoSockets ({}));
-      if (Debug == DebugWorld::Absent) {
-        ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
-      }
+      BootedPlatform Platform (TwoSockets ({}), Debug);
       Platform.Machine.Cmos.Bytes[MaskTopByte] = 0x0C;
       Row.Fail (Platform);
       const CallResult Load = Platform.LoadDriver ();
@@ -205,55 +209,6 @@ TEST (Startup, SurvivesTheFailureOfEachConstructor)
         EXPECT_EQ (Load.Status, Row.Status);
         EXPECT_EQ (StatusCodeListenerCount (), EFI_ERROR (Row.Status) ? 0U : 1U);
       }
-    }
-  }
-}
-
-TEST (Startup, EndsWithTheStatusOfAMissingProtocol)
-{
-  const struct {
-    const EFI_GUID &Protocol;
-    const char *Line;
-  } Rows[] = {{gOrvSmmSystemInventoryInfoProtocolGuid, "377"},
-              {gSmmIpmiTransportProtocolGuid, "386"}};
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (Row.Line);
-    {
-      SimulatedPlatform Platform (TwoSockets ({}));
-      ProtocolRemove (ProtocolSmm, &Row.Protocol);
-      EXPECT_EQ (
-          Platform.LoadDriver ().Stopped,
-          std::string ("processor stopped at VelmoraQsmErrorHandler/VelmoraQsmErrorHandler:") +
-              Row.Line);
-    }
-    SimulatedPlatform Platform (TwoSockets ({}));
-    ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
-    ProtocolRemove (ProtocolSmm, &Row.Protocol);
-    const CallResult Load = Platform.LoadDriver ();
-    EXPECT_EQ (Load.Stopped, "");
-    EXPECT_EQ (Load.Status, EFI_NOT_FOUND);
-    // Nothing is asked for behind a missing protocol.
-    EXPECT_EQ (gFaultPlan.Calls[ServiceRegisterListener], 0U);
-    EXPECT_EQ (*Platform.Drivers[0]->Symbol<SmmIpmiTransportProtocol *> ("mIpmiTransport"),
-               nullptr);
-  }
-}
-
-TEST (Startup, EndsWithTheStatusOfAFailedRegistration)
-{
-  for (const bool WithDebugService : {true, false}) {
-    SimulatedPlatform Platform (TwoSockets ({}));
-    if (!WithDebugService) {
-      ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
-    }
-    FaultPlanFail (ServiceRegisterListener, 1, EFI_OUT_OF_RESOURCES);
-    const CallResult Load = Platform.LoadDriver ();
-    EXPECT_EQ (Load.Stopped, WithDebugService
-                                 ? "processor stopped at ServerRasPkg/Library/LibraryGen2/"
-                                   "ErrorReportLib/ErrorReportLib:179"
-                                 : "");
-    if (!WithDebugService) {
-      EXPECT_EQ (Load.Status, EFI_OUT_OF_RESOURCES);
     }
   }
 }
@@ -276,10 +231,7 @@ TEST (Startup, SurvivesTheFailureOfAnyCall)
     for (UINTN Nth = 1; Reached; ++Nth) {
       SCOPED_TRACE (Nth);
       ASSERT_LT (Nth, 1000U);
-      SimulatedPlatform Platform (TwoSockets ({}));
-      if (Debug == DebugWorld::Absent) {
-        ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
-      }
+      BootedPlatform Platform (TwoSockets ({}), Debug);
       Platform.Machine.Cmos.Bytes[MaskTopByte] = 0x08;
       gFaultPlan.AnyService = {.Call = Nth, .Status = EFI_DEVICE_ERROR};
       const CallResult Load = LoadWithFailingCalls (Platform);

@@ -93,12 +93,17 @@ LoadWithFailingCalls (SimulatedPlatform &Platform)
   }
 }
 
-LoadedPlatform::LoadedPlatform (const PlatformDescription &Platform, DebugWorld Debug)
+BootedPlatform::BootedPlatform (const PlatformDescription &Platform, DebugWorld Debug)
     : SimulatedPlatform (Platform)
 {
   if (Debug == DebugWorld::Absent) {
     ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
   }
+}
+
+LoadedPlatform::LoadedPlatform (const PlatformDescription &Platform, DebugWorld Debug)
+    : BootedPlatform (Platform, Debug)
+{
   const CallResult Load = LoadDriver ();
   EXPECT_EQ (Load.Status, EFI_SUCCESS);
   EXPECT_EQ (Load.Stopped, "");

@@ -38,8 +38,14 @@ enum class DebugWorld {
   Absent,
 };
 
+/// A platform before any driver is loaded.
+class BootedPlatform : public SimulatedPlatform {
+public:
+  BootedPlatform (const PlatformDescription &Platform, DebugWorld Debug);
+};
+
 /// A platform on which the driver has been loaded with success.
-class LoadedPlatform : public SimulatedPlatform {
+class LoadedPlatform : public BootedPlatform {
 public:
   explicit LoadedPlatform (const PlatformDescription &Platform,
                            DebugWorld Debug = DebugWorld::Present);

@@ -11,7 +11,6 @@
 #include "FaultPlan.h"
 #include "HandOffRecords.h"
 #include "Pool.h"
-#include "Protocol/SmmDebugService.h"
 #include "ProtocolDatabase.h"
 #include "Record/IioTopologyStore.h"
 #include "StatusCodeRouter.h"
@@ -96,8 +95,7 @@ TEST (TwoDrivers, LeaveNothingToCallInOneThatIsGone)
   const std::vector<bool> Orders[] = {{false, true}, {true, false}, {true, false, true}};
   for (const std::vector<bool> &Order : Orders) {
     SCOPED_TRACE (testing::PrintToString (Order));
-    SimulatedPlatform Platform (FourSockets ());
-    ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+    BootedPlatform Platform (FourSockets (), DebugWorld::Absent);
     UINTN Loaded = 0;
     std::string Store;
     for (const bool Stays : Order) {

@@ -12,8 +12,6 @@
 #include "FaultPlan.h"
 #include "HobList.h"
 #include "Pool.h"
-#include "Protocol/SmmDebugService.h"
-#include "ProtocolDatabase.h"
 #include "Record/RasMailBox.h"
 #include "StatusCodeRouter.h"
 
@@ -46,8 +44,11 @@ TEST (TwoDrivers, ShareTheBuffersOfTheFirst)
   auto Before = LiveBlocks ();
   for (auto &[Address, Bytes] : Before) {
     if (Bytes.size () == sizeof (RasMailBox)) {
-      const LIST_ENTRY *Head = reinterpret_cast<RasMailBox *> (Address)->ListHead;
+      const auto &MailBox = *reinterpret_cast<RasMailBox *> (Address);
+      EXPECT_EQ (+MailBox.MailBoxWord, 3U);
+      const LIST_ENTRY *Head = MailBox.ListHead;
       EXPECT_EQ (Head->ForwardLink, Head);
+      EXPECT_EQ (Head->BackLink, Head);
     }
     if (Bytes.size () > 100) { // All but the locks and the SMRAM map: what other users may write.
       std::fill (Bytes.begin (), Bytes.end (), 0xA5);
@@ -87,31 +88,18 @@ TEST (TwoDrivers, TakeThePortAndTheMaskAsTheFirstHasFoundThem)
   EXPECT_EQ (std::count (Uart.begin (), Uart.end (), "io out 3FA 01"), 0) << "not set up again";
 }
 
-TEST (TwoDrivers, NameTheProcessorThatLogs)
-{
-  PlatformDescription Description = TwoSockets ({});
-  Description.Processors[1].ApicId = 0x85;
-  SimulatedPlatform Platform (Description);
-  Platform.Machine.Cmos.Bytes[MaskTopByte] = 0x20;
-  Platform.LoadDriver ();
-  Platform.LoadDriver ();
-  const OnProcessor Acting (1);
-  for (const auto &Driver : Platform.Drivers) {
-    Driver->Symbol<Print> ("RasDebugPrint") (0x20000000, "line\n");
-  }
-  EXPECT_EQ (Platform.Machine.Uart.Sent, "S1 C2 T1 line\r\nS1 C2 T1 line\r\n");
-}
-
-TEST (TwoDrivers, KeepTheLinesOfTwoProcessorsWhole)
+TEST (TwoDrivers, KeepTheLinesOfTwoProcessorsWholeAndNameTheirPlaces)
 {
   const struct {
     UINTN Level; ///< An ordinary line, and one that goes by the second lock.
     std::string Lines[2];
   } Rows[] = {{0x01000000, {"a line\r", "a line\r"}},
-              {0x20000000, {"S0 C0 T0 a line\r", "S1 C0 T0 a line\r"}}};
+              {0x20000000, {"S0 C0 T0 a line\r", "S1 C2 T1 a line\r"}}};
   for (const auto &Row : Rows) {
     SCOPED_TRACE (Row.Level);
-    SimulatedPlatform Platform (TwoSockets ({}));
+    PlatformDescription Description = TwoSockets ({});
+    Description.Processors[1].ApicId = 0x85;
+    SimulatedPlatform Platform (Description);
     Platform.Machine.Cmos.Bytes[MaskTopByte] = 0x21;
     std::vector<std::thread> Threads;
     Platform.LoadDriver ();
@@ -143,8 +131,7 @@ TEST (TwoDrivers, OutliveTheFailureOfAnyCallOfTheFirst)
   for (UINTN Nth = 1; Reached; ++Nth) {
     SCOPED_TRACE (Nth);
     ASSERT_LT (Nth, 1000U);
-    SimulatedPlatform Platform (TwoSockets ({}));
-    ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
+    BootedPlatform Platform (TwoSockets ({}), DebugWorld::Absent);
     gFaultPlan.AnyService = {.Call = Nth, .Status = EFI_DEVICE_ERROR};
     LoadWithFailingCalls (Platform);
     Reached = gFaultPlan.AllCalls >= Nth;
