@@ -4,7 +4,6 @@
 
 #include "HostWorld.h"
 #include "Pool.h"
-#include "Protocol/SmmReadyToLock.h"
 #include "Protocol/SmmRscHandler.h"
 #include "ProtocolDatabase.h"
 #include "SmmServices.h"
@@ -57,23 +56,6 @@ TEST_F (Firmware, KnowsEveryPoolBlock)
   EXPECT_THROW (Boot.AllocatePool (EfiBootServicesData, 5, &First), PlatformFault);
 }
 
-TEST_F (Firmware, CallsNoNotificationThatHasBeenRemoved)
-{
-  static UINTN Calls;
-  Calls = 0;
-  const EFI_SMM_NOTIFY_FN Count = [] (const EFI_GUID *, void *, EFI_HANDLE) EFIAPI -> EFI_STATUS {
-    ++Calls;
-    return EFI_SUCCESS;
-  };
-  const auto Notify = gSmmSystemTable.SmmRegisterProtocolNotify;
-  void *Registration = nullptr;
-  EXPECT_EQ (Notify (&gEfiSmmReadyToLockProtocolGuid, Count, &Registration), EFI_SUCCESS);
-  FirmwareSignalReadyToLock ();
-  EXPECT_EQ (Notify (&gEfiSmmReadyToLockProtocolGuid, nullptr, &Registration), EFI_SUCCESS);
-  FirmwareSignalReadyToLock ();
-  EXPECT_EQ (Calls, 1U);
-}
-
 TEST_F (Firmware, AnswersWithTheFirstSuccessOfItsListeners)
 {
   void *Interface = nullptr;
@@ -109,23 +91,6 @@ TEST_F (Firmware, RefusesToChangeALockedVariable)
   Good.Size = sizeof Good + 4;
   Good.OffsetToName = sizeof Good;
   Good.LockPolicyType = VARIABLE_POLICY_TYPE_LOCK_NOW;
-  void (*const Damages[]) (VARIABLE_POLICY_ENTRY &) = {
-      [] (auto &Entry) { Entry.Version = 0x00020000; },
-      [] (auto &Entry) { Entry.OffsetToName = 45; },
-      [] (auto &Entry) { Entry.Size = 43; }, // less than the head
-      [] (auto &Entry) { Entry.Size = 46; }, // no NUL
-      [] (auto &Entry) { Entry.Size = 49; }, // half a character more
-      [] (auto &Entry) { Entry.Size = 50; }, // more than the name
-      [] (auto &Entry) { Entry.MinSize = 1; },
-      [] (auto &Entry) { Entry.AttributesMustHave = Entry.AttributesCantHave = 1; },
-  };
-  for (const auto &Damage : Damages) {
-    SCOPED_TRACE (&Damage - Damages);
-    Rule.Entry = Good;
-    Damage (Rule.Entry);
-    EXPECT_EQ (gVariablePolicy.RegisterVariablePolicy (&Rule.Entry), EFI_INVALID_PARAMETER);
-  }
-
   EXPECT_EQ (Set (u"A", 1), EFI_SUCCESS);
   Rule.Entry = Good;
   EXPECT_EQ (gVariablePolicy.RegisterVariablePolicy (&Rule.Entry), EFI_SUCCESS);
@@ -146,11 +111,6 @@ TEST_F (Firmware, KeepsNonVolatileVariablesOverALossOfPower)
   EXPECT_EQ (Set (u"A", 8), EFI_SUCCESS);
   EXPECT_EQ (Set (u"B", 1, Kept), EFI_SUCCESS);
   EXPECT_EQ (Set (u"A", 1, Kept), EFI_INVALID_PARAMETER) << "attributes stay";
-  UINT64 Half = 0;
-  UINTN Size = 4;
-  EXPECT_EQ (gSmmVariable.SmmGetVariable (u"A", &Space, nullptr, &Size, &Half),
-             EFI_BUFFER_TOO_SMALL);
-  EXPECT_EQ (Size, 8U);
   PowerOn ();
   EXPECT_EQ (VariableFind (u"A", &Space), nullptr);
   EXPECT_EQ (Set (u"B", 0), EFI_SUCCESS);

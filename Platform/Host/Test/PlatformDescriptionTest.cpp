@@ -44,28 +44,6 @@ TEST (PlatformDescription, HasWhatTheTextSays)
   EXPECT_EQ (std::tuple (Devices[3].Type, *Devices[3].Id), std::tuple (4, "Fan"));
 }
 
-TEST (PlatformDescription, HasTheSocketsWithWhatIsLeftOpenAsInTheStandardTopology)
-{
-  const TopologyRows Rows = ParsePlatformDescription ("text", Good).Topology.value ();
-  const SocketRow &First = Rows.Sockets[0];
-  EXPECT_EQ (std::tuple (First.Segment, First.MaxPort), std::tuple (3, 57));
-  for (UINTN Port = 0; Port < IIO_PORT_MAX; ++Port) {
-    EXPECT_EQ (First.Ports[Port].Exists, Port != 0);
-  }
-  for (UINTN Stack = 0; Stack < IIO_STACK_MAX; ++Stack) {
-    SCOPED_TRACE (Stack);
-    EXPECT_EQ (First.Stacks[Stack].Present, Stack != 4 && Stack != 11);
-    EXPECT_EQ ((First.Stacks[Stack].CxlStatus & 3) == 3, Stack == 7);
-    EXPECT_EQ (First.Stacks[Stack].RcrbValid, FALSE);
-  }
-  TopologyRows Standard;
-  StandardTopology (&Standard, 3);
-  for (const auto Field : {&SocketRow::Segment, &SocketRow::MaxPort, &SocketRow::UpiByte69}) {
-    EXPECT_EQ (Rows.Sockets[2].*Field, Standard.Sockets[2].*Field);
-  }
-  EXPECT_EQ (Rows.Sockets[1].Present + Rows.Sockets[3].Present, 0);
-}
-
 TEST (PlatformDescription, RefusesEachFaultWithOneLine)
 {
   // Each row puts one text of the good description in place of another.

@@ -7,14 +7,6 @@
 
 namespace {
 
-TEST (SimulatedPlatform, GivesEachDriverStateOfItsOwn)
-{
-  LoadedPlatform Platform (TwoSockets ({}));
-  EXPECT_EQ (Platform.LoadDriver ().Status, EFI_SUCCESS);
-  *Platform.Drivers[0]->Symbol<const InventoryInfo *> ("mInventoryInfo") = nullptr;
-  EXPECT_NE (*Platform.Drivers[1]->Symbol<const InventoryInfo *> ("mInventoryInfo"), nullptr);
-}
-
 TEST (SimulatedPlatform, CatchesAccessesOutsideRecordsAndBlocks)
 {
   LoadedPlatform Platform (TwoSockets ({ProcessorDevice ("cpu", 0)}));

@@ -24,18 +24,6 @@ TEST (SimulatedProcessor, FaultsOnWhatItDoesNotHave)
   EXPECT_THROW (Guest.TdVmCall (31, {0x100000802}, Result), MachineFault);
 }
 
-TEST (SimulatedProcessor, PutsItsIdIntoEveryLeafThatHasOne)
-{
-  SimulatedProcessor Intel (Server, 0x187, ApicMode::X2Apic);
-  EXPECT_EQ (Intel.Cpuid (1, 0).Ebx, 0x87800800U);
-  EXPECT_EQ (Intel.Cpuid (0xB, 1).Edx, 0x187U);
-  EXPECT_EQ (Intel.Cpuid (0xB, 0x105).Ecx, 5U); // the level number has 8 bits
-  EXPECT_EQ (Intel.Cpuid (0x1F, 5).Edx, 0x187U);
-  SimulatedProcessor Amd (*FindCpuidSet ("amd-naples"), 0x47, ApicMode::XApic);
-  EXPECT_EQ (Amd.Cpuid (0x8000001E, 0).Eax, 0x47U);
-  EXPECT_EQ (Amd.Cpuid (0xB, 0).Edx, 0U); // it has no such leaf
-}
-
 TEST (CpuidSets, ListsEveryLeafOfEverySetOnce)
 {
   for (const CpuidSet &Set : AllCpuidSets ()) {

@@ -79,22 +79,24 @@ ProcessModuleUnloadList (EFI_HANDLE)
 
 namespace {
 
-TEST_F (DriverEntryPoint, RunsTheDestructorsAfterAnErrorOnly)
+TEST_F (DriverEntryPoint, RefusesAnOldSystemTableAndRunsTheDestructorsAfterAnErrorOnly)
 {
-  ExpectEntry (EFI_SUCCESS, "constructors, entry, ");
-  mEntryStatus = 5; // a warning
-  ExpectEntry (5, "constructors, entry, ");
-  mEntryStatus = EFI_NOT_FOUND;
-  ExpectEntry (EFI_NOT_FOUND, "constructors, entry, destructors, ");
-}
-
-TEST_F (DriverEntryPoint, RefusesASystemTableThatIsTooOld)
-{
-  mRevision = 0x20000;
-  SystemTable.Hdr.Revision = 0x1FFFF;
-  ExpectEntry (EFI_INCOMPATIBLE_VERSION, "");
   SystemTable.Hdr.Revision = 0x20000;
-  ExpectEntry (EFI_SUCCESS, "constructors, entry, ");
+  const struct {
+    UINT32 Revision; ///< That the driver asks for.
+    EFI_STATUS Entry, Status;
+    const char *Transcript;
+  } Rows[] = {
+      {0, EFI_SUCCESS, EFI_SUCCESS, "constructors, entry, "},
+      {0x20000, 5, 5, "constructors, entry, "}, // a warning
+      {0x20000, EFI_NOT_FOUND, EFI_NOT_FOUND, "constructors, entry, destructors, "},
+      {0x20001, EFI_SUCCESS, EFI_INCOMPATIBLE_VERSION, ""},
+  };
+  for (const auto &Row : Rows) {
+    mRevision = Row.Revision;
+    mEntryStatus = Row.Entry;
+    ExpectEntry (Row.Status, Row.Transcript);
+  }
 }
 
 TEST_F (DriverEntryPoint, HooksTheUnloadHandlerIfThereIsOne)

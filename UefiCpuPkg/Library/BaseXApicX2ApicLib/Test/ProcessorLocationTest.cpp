@@ -149,17 +149,14 @@ TEST_F (ProcessorLocation, SkipsNullAndStoresThePackageLast)
 {
   for (const char *Set : {"intel-pentium3", "amd-naples"}) {
     UseProcessor (Set, 0, ApicMode::XApic);
-    const Location Whole = Locate (0x47);
-    for (UINTN Given = 0; Given < 3; ++Given) {
-      UINT32 Value = ~0U;
-      UINT32 *To[3] = {};
-      To[Given] = &Value;
-      GetProcessorLocationByApicId (0x47, To[0], To[1], To[2]);
-      EXPECT_EQ (Value, Whole[Given]);
-    }
-    UINT32 Last = ~0U;
-    GetProcessorLocationByApicId (0x47, &Last, &Last, &Last);
-    EXPECT_EQ (Last, Whole[0]);
+    const auto [Package, Core, Thread] = Locate (0x47);
+    UINT32 Value = ~0U;
+    GetProcessorLocationByApicId (0x47, nullptr, nullptr, &Value);
+    EXPECT_EQ (Value, Thread);
+    GetProcessorLocationByApicId (0x47, nullptr, &Value, nullptr);
+    EXPECT_EQ (Value, Core);
+    GetProcessorLocationByApicId (0x47, &Value, &Value, &Value);
+    EXPECT_EQ (Value, Package);
   }
 }
 
