@@ -1,5 +1,6 @@
 #include "EmulatedMachine.h"
 
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 
@@ -110,6 +111,32 @@ EmulatedMachine::Command (const std::string &Line)
         throw MachineError (Answer.back ());
       }
     }
+  });
+}
+
+MachineState
+EmulatedMachine::State ()
+{
+  const std::vector<std::string> Lines = Command ("state");
+  return Guard ("state", [&] {
+    MachineState State = {};
+    int Known = 0;
+    for (const std::string &Line : Lines) {
+      SmiTimes Smi = {};
+      if (std::sscanf (Line.c_str (), "cpu %*u smi %llu last %llu min %llu max %llu", &Smi.Count,
+                       &Smi.Last, &Smi.Shortest, &Smi.Longest) == 4) {
+        State.Processors.push_back (Smi);
+      } else {
+        Known += std::sscanf (Line.c_str (), "pool %llu blocks %llu bytes", &State.PoolBlocks,
+                              &State.PoolBytes);
+        Known += std::sscanf (Line.c_str (), "checksum %llx at ready %llx now",
+                              &State.ChecksumAtReady, &State.ChecksumNow);
+      }
+    }
+    if (Known != 4 || State.Processors.size () != Options.ProcessorCount) {
+      throw MachineError (fmt::format ("unexpected answer:\n{}", fmt::join (Lines, "\n")));
+    }
+    return State;
   });
 }
 

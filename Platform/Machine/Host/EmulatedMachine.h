@@ -10,6 +10,18 @@
 #include "MachineOptions.h"
 #include "QmpClient.h"
 
+/// SMIs of one processor, with the ticks of its time-stamp counter from SMM entry to RSM.
+struct SmiTimes {
+  UINT64 Count, Last, Shortest, Longest;
+};
+
+/// What the machine answers to "state".
+struct MachineState {
+  UINT64 PoolBlocks, PoolBytes;
+  UINT64 ChecksumAtReady, ChecksumNow;
+  std::vector<SmiTimes> Processors;
+};
+
 /// One run. No step of it is waited for longer than the options allow; what goes wrong is a
 /// MachineError that ends with the tail of the debug log. QEMU ends with the object.
 class EmulatedMachine {
@@ -26,6 +38,9 @@ public:
   /// Gives the machine a command over its control channel and returns the lines of the answer
   /// without the last one, "done". An answer that ends with "error: ..." is a MachineError.
   std::vector<std::string> Command (const std::string &Line);
+
+  /// The machine's closing state so far.
+  MachineState State ();
 
   /// Makes a PCI Express device raise an error of its Advanced Error Reporting capability by the
   /// name that QEMU gives it, such as MALF_TLP or BAD_TLP.
