@@ -1,0 +1,34 @@
+/// A run of the built ROM with the built image, and its BMC.
+#pragma once
+
+#include <optional>
+
+#include <gmock/gmock.h>
+
+#include "BmcProcess.h"
+#include "EmulatedMachine.h"
+#include "TemporaryDirectory.h"
+
+/// ROM, image and a BMC of its own.
+MachineOptions UsualMachine ();
+
+/// Both processes, in a directory of the run's own.
+class TestMachine {
+  TemporaryDirectory Directory;
+
+public:
+  /// Fills in the directory, the BMC's socket, and the inventory of all devices if there is none.
+  explicit TestMachine (const MachineOptions &Given = UsualMachine ());
+
+  /// The next events at the BMC, for which it waits, or all that it has. Each is what the machine
+  /// sent, with the id as text: "00 01 02 CPU0 00".
+  std::string WaitForEvent ();
+  std::vector<std::string> TakeEvents ();
+
+  MachineOptions Options;
+  std::optional<BmcProcess> Bmc; ///< None unless the machine has an external one.
+  EmulatedMachine Machine;
+};
+
+/// Lines of a text that have Part in them, without what stands ahead of it.
+std::vector<std::string> LinesWith (const std::string &Text, const std::string &Part);
