@@ -24,13 +24,7 @@ constexpr const char *NotFound = "FindRedFishId() Exiting - Device Not Found";
 
 TEST (MachineEvents, OfPcieDevices)
 {
-  // Behind the third root port is a switch, and the device behind that is in no slot.
-  MachineOptions Options = UsualMachine ();
-  Options.Extra = {"-device", "pcie-root-port,id=rp3,chassis=3,slot=3,addr=3.0",
-                   "-device", "x3130-upstream,id=up,bus=rp3",
-                   "-device", "xio3130-downstream,id=down,bus=up,chassis=4,slot=4",
-                   "-device", "virtio-rng-pci,bus=down,aer=on,disable-legacy=on,id=nv3"};
-  TestMachine Run (Options);
+  TestMachine Run (MachineWithSwitch ());
   Run.Machine.WaitUntilReady ();
   // What is uncorrected comes as an SMI of the root port. Nobody polls.
   const struct {
@@ -59,6 +53,7 @@ TEST (MachineEvents, OfPcieDevices)
   }
   EXPECT_THAT (LinesWith (Run.Machine.DebugLog (), NotFound), SizeIs (0));
 
+  // The slot of the third root port is not in the inventory.
   Run.Machine.InjectPcieError ("nv3", "MALF_TLP", false);
   Run.Machine.InjectPcieError ("nv3", "BAD_TLP", true);
   Run.Machine.Command ("poll 0");

@@ -1,5 +1,7 @@
 #include "TestMachine.h"
 
+#include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace {
@@ -45,6 +47,17 @@ UsualMachine ()
   return {.Rom = QSM_ROM, .Driver = QSM_IMAGE, .Bmc = BmcConnection::External};
 }
 
+MachineOptions
+MachineWithSwitch ()
+{
+  MachineOptions Options = UsualMachine ();
+  Options.Extra = {"-device", "pcie-root-port,id=rp3,chassis=3,slot=3,addr=3.0",
+                   "-device", "x3130-upstream,id=up,bus=rp3",
+                   "-device", "xio3130-downstream,id=down,bus=up,chassis=4,slot=4",
+                   "-device", "virtio-rng-pci,bus=down,aer=on,disable-legacy=on,id=nv3"};
+  return Options;
+}
+
 TestMachine::TestMachine (const MachineOptions &Given)
     : Options (Completed (Given, Directory.Path ())), Bmc (StartBmc (Options)), Machine (Options)
 {
@@ -64,6 +77,46 @@ TestMachine::TakeEvents ()
     Texts.push_back (EventText (Event));
   }
   return Texts;
+}
+
+void
+TestMachine::StopInSmm ()
+{
+  // A mute BMC keeps the processor waiting for a million polls.
+  constexpr int AttemptsMax = 20;
+  Bmc->SetMode ("mute");
+  for (int Attempt = 0; Attempt < AttemptsMax; ++Attempt) {
+    Machine.InjectPcieError ("nv1", "MALF_TLP", false);
+    Bmc->WaitForEvent ();
+    Machine.Qmp ().Execute ("stop");
+    if (Machine.Qmp ().ExecuteHuman ("info registers").find ("SMM=1") != std::string::npos) {
+      return;
+    }
+    Machine.Qmp ().Execute ("cont");
+  }
+  FAIL () << "the processor was never found in SMM";
+}
+
+std::vector<UINT8>
+TestMachine::ReadMemory (UINT64 Address, UINT64 Size)
+{
+  return Save ("pmemsave", Address, Size);
+}
+
+std::vector<UINT8>
+TestMachine::ReadSmram (UINT64 Address, UINT64 Size)
+{
+  return Save ("memsave", Address, Size);
+}
+
+std::vector<UINT8>
+TestMachine::Save (const char *Command, UINT64 Address, UINT64 Size)
+{
+  const std::filesystem::path Path = Directory.Path () / "memory";
+  Machine.Qmp ().Execute (Command,
+                          {{"val", Address}, {"size", Size}, {"filename", Path.string ()}});
+  std::ifstream File (Path, std::ios::binary);
+  return {std::istreambuf_iterator<char> (File), {}};
 }
 
 std::vector<std::string>

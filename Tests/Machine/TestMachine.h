@@ -12,6 +12,9 @@
 /// ROM, image and a BMC of its own.
 MachineOptions UsualMachine ();
 
+/// One with a third root port, behind which is a switch, and behind that the device nv3.
+MachineOptions MachineWithSwitch ();
+
 /// Both processes, in a directory of the run's own.
 class TestMachine {
   TemporaryDirectory Directory;
@@ -25,9 +28,19 @@ public:
   std::string WaitForEvent ();
   std::vector<std::string> TakeEvents ();
 
+  /// Stops the machine while the first processor is in SMM and waits for the BMC there.
+  void StopInSmm ();
+
+  /// Bytes of memory as a device sees it, or as the processor of StopInSmm.
+  std::vector<UINT8> ReadMemory (UINT64 Address, UINT64 Size);
+  std::vector<UINT8> ReadSmram (UINT64 Address, UINT64 Size);
+
   MachineOptions Options;
   std::optional<BmcProcess> Bmc; ///< None unless the machine has an external one.
   EmulatedMachine Machine;
+
+private:
+  std::vector<UINT8> Save (const char *Command, UINT64 Address, UINT64 Size);
 };
 
 /// Lines of a text that have Part in them, without what stands ahead of it.

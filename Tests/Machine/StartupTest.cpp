@@ -1,0 +1,137 @@
+/// From reset to the end of the boot, and what lies in SMRAM then.
+#include "TestMachine.h"
+
+#include <algorithm>
+#include <fstream>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "BuiltImage.h"
+#include "ImageLoader.h"
+#include "LocalSocket.h"
+#include "MemoryMap.h"
+#include "Record/IioTopologyStore.h"
+#include "Record/Inventory.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+using Bytes = std::vector<UINT8>;
+
+TEST (MachineStartup, TellsBothLogs)
+{
+  MachineOptions Options = UsualMachine ();
+  Options.LogLevels = 0xFFFFFFFF;
+  TestMachine Run (Options);
+  Run.Machine.WaitUntilReady ();
+  EXPECT_EQ (Run.Machine.RasLog (),
+             "InitializeIioTopology!\r\n"
+             "DumpIioTopology \r\n"
+             "SktId = 0x0, MaxPort 0x2\r\n"
+             "SktId = 0x0,Port = 0x0, Bus = 0x0,Device = 0x1,Function = 0x0 \r\n"
+             "SktId = 0x0,Port = 0x1, Bus = 0x0,Device = 0x2,Function = 0x0 \r\n"
+             "SktId = 0x1, MaxPort 0x0\r\n"
+             "SktId = 0x0,IioStack = 0x0 \r\n"
+             "SktId = 0x1,IioStack = 0x0 \r\n"
+             "InitializeErrorReportLib, Success\r\n"
+             "InitializeErrorReportLib, Success\r\n"
+             "RegisterErrorLogListener, Success\r\n");
+  EXPECT_THAT (
+      LinesWith (Run.Machine.DebugLog (), "smm"),
+      ElementsAre ("smm: the first processor is in SMM",
+                   StartsWith ("smm: driver 0 at 0xFC00000, "),
+                   "smm 0: 00000040 VelmoraQsmErrorHandler: Building data for SysHostPointerLib",
+                   "smm 0: 00000040 Inside ORVQsmErrorHandler EntryPoint",
+                   "smm 0: 00000040 RegisterErrorListener (QsmLogErrorWrapper ) Status: Success ",
+                   "smm: driver 0 resident",
+                   "smm 0: 00000040 VelmoraQsmErrorHandler: Sanitizing non-SMRAM pointers in "
+                   "SysHostPointerLib",
+                   "smm 0: 00000040 VelmoraQsmErrorHandler: Done sanitizing non-SMRAM pointers",
+                   MatchesRegex ("smm: ready to lock; checksum [0-9A-F]{16}, 11 pool blocks")));
+  EXPECT_EQ (Run.Machine.Exit (21), 21);
+}
+
+TEST (MachineStartup, LocksTheVeryBytesOfTheFileIntoSmram)
+{
+  const Bytes File = ReadBuiltFile (ImageName);
+  ImageFile Image;
+  ASSERT_EQ (OpenImage (File.data (), File.size (), Image), nullptr);
+  const UINT64 Size = Image.Headers->ImageSize;
+  Bytes Placed (Size);
+  ASSERT_EQ (PlaceImage (Image, Placed.data (), SMM_DRIVERS_BASE), nullptr);
+
+  TestMachine Run;
+  Run.Machine.WaitUntilReady ();
+  EXPECT_EQ (Run.ReadMemory (DRIVER_FILE_BASE, File.size ()), File) << "what the machine was given";
+  EXPECT_EQ (Run.ReadMemory (TSEG_BASE, TSEG_SIZE), Bytes (TSEG_SIZE, 0xFF)) << "from outside";
+  Run.StopInSmm ();
+  EXPECT_EQ (Run.ReadSmram (SMM_FILE_BASE, File.size ()), File) << "what was loaded";
+  const Bytes Driver = Run.ReadSmram (SMM_DRIVERS_BASE, Size);
+  for (UINTN Index = 0; Index < Image.Headers->SectionCount; ++Index) {
+    const SectionHeader &Section = Image.Sections[Index];
+    if ((Section.Characteristics & PE_SECTION_WRITE) == 0) {
+      SCOPED_TRACE (Section.Address);
+      const auto At = static_cast<std::ptrdiff_t> (Section.Address);
+      EXPECT_TRUE (std::equal (Driver.begin () + At, Driver.begin () + At + Section.MemorySize,
+                               Placed.begin () + At))
+          << "what runs";
+    }
+  }
+}
+
+/// Where a variable lies in the image, by the linker's map.
+UINT64
+AddressInImage (const std::string &Name)
+{
+  const Bytes Map = ReadBuiltFile ("VelmoraQsmErrorHandler.map");
+  std::istringstream Lines (std::string (Map.begin (), Map.end ()));
+  for (std::string Line; std::getline (Lines, Line);) {
+    if (Line.ends_with (" " + Name)) {
+      return std::stoull (Line, nullptr, 16);
+    }
+  }
+  ADD_FAILURE () << "no " << Name << " in the map";
+  return 0;
+}
+
+TEST (MachineStartup, LeavesTheBusNumbersOfTheBridgesInTheStore)
+{
+  TestMachine Run (MachineWithSwitch ());
+  Run.Machine.WaitUntilReady ();
+  // As the emulator knows them.
+  std::vector<std::string> Bridges;
+  const nlohmann::json Root = Run.Machine.Qmp ().Execute ("query-pci")[0];
+  for (const auto &Device : Root["devices"]) {
+    if (Device.contains ("pci_bridge")) {
+      const auto &Bus = Device["pci_bridge"]["bus"];
+      Bridges.push_back (fmt::format ("1 {} {} {} {} {}", Device["bus"].get<int> (),
+                                      Device["slot"].get<int> (), Device["function"].get<int> (),
+                                      Bus["secondary"].get<int> (),
+                                      Bus["subordinate"].get<int> ()));
+    }
+  }
+  EXPECT_THAT (Bridges, ElementsAre ("1 0 1 0 1 1", "1 0 2 0 2 2", "1 0 3 0 3 5"));
+
+  Run.StopInSmm ();
+  const Bytes Pointer = Run.ReadSmram (SMM_DRIVERS_BASE + AddressInImage ("mIioTopology"), 8);
+  UINT64 Address = 0;
+  std::copy (Pointer.begin (), Pointer.end (), reinterpret_cast<UINT8 *> (&Address));
+  const Bytes Store = Run.ReadSmram (Address, sizeof (IioTopologyStore));
+  const auto &Sockets = reinterpret_cast<const IioTopologyStore *> (Store.data ())->Socket;
+  std::vector<std::string> Ports;
+  for (const IioTopologySocket &Socket : Sockets) {
+    for (const IioTopologyPort &Port : Socket.Port) {
+      if (Port.Valid != 0) {
+        Ports.push_back (fmt::format ("{} {} {} {} {} {}", Port.Valid, Port.Bus, Port.Device,
+                                      Port.Function, Port.SecondaryBus, Port.SubordinateBus));
+      }
+    }
+  }
+  EXPECT_EQ (Ports, Bridges);
+}
+
+} // namespace
