@@ -32,7 +32,7 @@ struct RunArguments {
   std::string Processors = "4,sockets=2";
   std::string DriverCount = "1";
   std::vector<std::string> Errors = UsualErrors;
-  std::string GdbPort;
+  std::string BmcPort, GdbPort;
   bool Json = false;
   bool Keep = false;
 };
@@ -96,6 +96,9 @@ ReadPlan (const RunArguments &Arguments)
   Machine.DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, DRIVER_COUNT_MAX);
   Machine.Inventory = MachineInventory (Machine);
   Machine.LogLevels = ~UINT32{0};
+  if (!Arguments.BmcPort.empty ()) {
+    Machine.BmcPort = NumberOption ("--bmc-port", Arguments.BmcPort, 1, 0xFFFF);
+  }
   if (!Arguments.GdbPort.empty ()) {
     const UINT64 Port = NumberOption ("--gdb", Arguments.GdbPort, 1, 0xFFFF);
     Machine.GdbServer = fmt::format ("tcp:127.0.0.1:{}", Port);
@@ -160,6 +163,8 @@ QsmmachineMain (int ArgumentCount, const char *const *Arguments, Console &Consol
   Add ("--rom", Parsed.Rom, "The machine's firmware", "FILE");
   Add ("--image", Parsed.Image, "The driver's image", "FILE");
   Add ("--bmc", Parsed.Bmc, "The BMC's program", "FILE");
+  Add ("--bmc-port", Parsed.BmcPort, "Start no BMC: one listens at this port of 127.0.0.1", "PORT")
+      ->excludes ("--bmc");
   App.footer (KindsText ());
   App.callback ([&] { ExitCode = Run (Parsed, Console); });
   return RunTool (App, ArgumentCount, Arguments, Console, ExitCode);

@@ -15,7 +15,8 @@ struct Injection {
 };
 
 struct RunPlan {
-  MachineOptions Machine; ///< Directory and BMC are filled in by the run.
+  /// Directory and BMC are filled in by the run, but for a port at which one listens already.
+  MachineOptions Machine;
   std::filesystem::path BmcProgram;
   std::vector<Injection> Injections;
   bool IsKept = false; ///< The directory stays.
@@ -28,8 +29,8 @@ struct RunReport {
     std::vector<BmcEvent> Events;
   };
 
-  std::string Directory; ///< Empty unless it stays.
-  std::vector<Step> Steps;
+  std::string Directory;   ///< Empty unless it stays.
+  std::vector<Step> Steps; ///< None if the BMC is not the run's own.
   std::vector<std::string> State;
   std::string RasLog, DebugLog, QemuLog;
   std::string Fault; ///< What went wrong; one line.

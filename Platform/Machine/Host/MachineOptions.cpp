@@ -65,10 +65,12 @@ AppendBmc (Words &Arguments, const MachineOptions &Options)
     break;
   case BmcConnection::External:
     // A socket without reconnect, or one that listens, makes this QEMU crash.
-    Append (Arguments,
-            {"-chardev",
-             fmt::format ("socket,id=ipmi0,path={},reconnect=1", Escaped (Options.BmcSocket)),
-             "-device", "ipmi-bmc-extern,chardev=ipmi0,id=bmc0"});
+    Append (Arguments, {"-chardev",
+                        fmt::format ("socket,id=ipmi0,{},reconnect=1",
+                                     Options.BmcPort == 0
+                                         ? "path=" + Escaped (Options.BmcSocket)
+                                         : fmt::format ("host=127.0.0.1,port={}", Options.BmcPort)),
+                        "-device", "ipmi-bmc-extern,chardev=ipmi0,id=bmc0"});
     break;
   }
   Append (Arguments, {"-device", "isa-ipmi-kcs,bmc=bmc0"});

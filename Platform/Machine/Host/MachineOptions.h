@@ -15,7 +15,7 @@ inline constexpr UINT64 MEMORY_SIZE = 0x10000000;
 enum class BmcConnection {
   None,      ///< No IPMI interface.
   Simulated, ///< QEMU's own BMC, which refuses the event command.
-  External   ///< A process at MachineOptions.BmcSocket, now or later.
+  External   ///< A process at MachineOptions.BmcPort or BmcSocket, now or later.
 };
 
 struct MachineOptions {
@@ -35,6 +35,7 @@ struct MachineOptions {
 
   BmcConnection Bmc = BmcConnection::None;
   std::filesystem::path BmcSocket = {};
+  UINTN BmcPort = 0; ///< TCP port of 127.0.0.1, in place of the socket unless 0.
 
   bool CountsInstructions = false;     ///< Time goes by instructions, so that all runs are alike.
   std::string GdbServer = {};          ///< Where to wait for a debugger, as QEMU's -gdb takes it.

@@ -26,6 +26,7 @@ TEST_F (Qsmmachine, RefusesBadInputWithOneLine)
        "--smp sockets: expected a divisor of the number of processors, found \"3\""},
       {"--smp 2,sockets=4", "--smp sockets: expected a number from 1 to 2, found \"4\""},
       {"--drivers 0", "--drivers: expected a number from 1 to 16, found \"0\""},
+      {"--bmc-port 0", "--bmc-port: expected a number from 1 to 65535, found \"0\""},
       {"--gdb 65536", "--gdb: expected a number from 1 to 65535, found \"65536\""},
       {"--inject fire", "--inject: expected one of the kinds that --help lists, found \"fire\""},
       {"--inject pcie-corrected@nv3",

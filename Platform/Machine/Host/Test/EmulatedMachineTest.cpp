@@ -180,6 +180,8 @@ TEST (MachineArguments, SayWhatTheOptionsSay)
                     "pcie-root-port,id=rp17,chassis=17,slot=17,addr=11.0", "shift=0,sleep=off",
                     "tcp:127.0.0.1:1234", "-S", "-extra"}));
   EXPECT_THAT (Arguments, testing::Not (testing::Contains (HasSubstr ("ipmi"))));
+  EXPECT_THAT (MachineArguments ({.Bmc = BmcConnection::External, .BmcPort = 99}, {}, 0),
+               testing::Contains ("socket,id=ipmi0,host=127.0.0.1,port=99,reconnect=1"));
 }
 
 } // namespace
