@@ -1,0 +1,101 @@
+/// Counts what one SMI of the emulated machine takes, from SMM entry to RSM, in which one error is
+/// reported: instructions, bytes to the debug console, accesses to the ports of the BMC.
+///
+///     SmiTime ROM IMAGE
+#include <fstream>
+#include <iostream>
+
+#include <fmt/format.h>
+
+#include "EmulatedMachine.h"
+#include "TemporaryDirectory.h"
+
+namespace {
+
+/// How the machine is equipped.
+struct Equipment {
+  const char *Name;
+  bool HasDriver;
+  bool IsQuiet;
+  BmcConnection Bmc; ///< The emulator's own answers at once, whatever time it is outside.
+};
+constexpr Equipment Equipments[] = {
+    {"no_driver", false, true, BmcConnection::None},
+    {"no_bmc_quiet", true, true, BmcConnection::None},
+    {"bmc_quiet", true, true, BmcConnection::Simulated},
+    {"no_bmc_log", true, false, BmcConnection::None},
+    {"bmc_log", true, false, BmcConnection::Simulated},
+};
+
+struct Cause {
+  const char *Name;
+  void (*Raise) (EmulatedMachine &Machine);
+};
+constexpr Cause Causes[] = {
+    {"none", [] (EmulatedMachine &Machine) { Machine.Command ("poll 0"); }},
+    {"processor",
+     [] (EmulatedMachine &Machine) { Machine.Command ("bank 0 4 9000000000000135 0 0"); }},
+    {"memory",
+     [] (EmulatedMachine &Machine) { Machine.Command ("bank 0 4 9400000000000090 1000 0"); }},
+    {"PCIe", [] (EmulatedMachine &Machine) { Machine.InjectPcieError ("nv1", "MALF_TLP", false); }},
+};
+
+/// Ticks of the SMI of one error on the first processor.
+UINT64
+TicksOf (const Cause &Of, EmulatedMachine &Machine)
+{
+  const UINT64 Before = Machine.State ().Processors[0].Count;
+  Of.Raise (Machine);
+  const SmiTimes After = Machine.State ().Processors[0];
+  // The first state's own SMI is one of them.
+  if (After.Count != Before + 2) {
+    throw std::runtime_error (fmt::format ("{} took {} SMIs", Of.Name, After.Count - Before - 1));
+  }
+  return After.Last;
+}
+
+/// Lines of the emulator's trace that tell of an access to a device.
+std::ptrdiff_t
+AccessCount (const std::filesystem::path &Trace, const std::string &Device)
+{
+  std::ifstream Lines (Trace);
+  std::ptrdiff_t Count = 0;
+  for (std::string Line; std::getline (Lines, Line);) {
+    Count += Line.ends_with ("name '" + Device + "'") ? 1 : 0;
+  }
+  return Count;
+}
+
+} // namespace
+
+int
+main (int ArgumentCount, char **Arguments)
+{
+  if (ArgumentCount != 3) {
+    std::cerr << "usage: SmiTime ROM IMAGE\n";
+    return 2;
+  }
+  std::cout << "equipment cause instructions log_bytes bmc_accesses\n";
+  for (const Equipment &Each : Equipments) {
+    const TemporaryDirectory Directory;
+    MachineOptions Options = {.Directory = Directory.Path (),
+                              .Rom = Arguments[1],
+                              .Driver = Each.HasDriver ? Arguments[2] : "",
+                              .IsQuiet = Each.IsQuiet,
+                              .Bmc = Each.Bmc,
+                              .CountsInstructions = true,
+                              .Extra = {"-trace", "memory_region_ops_*"}};
+    Options.Inventory = MachineInventory (Options);
+    EmulatedMachine Machine (Options);
+    Machine.WaitUntilReady ();
+    const std::filesystem::path Trace = Machine.RunFiles ().Errors;
+    for (const Cause &Of : Causes) {
+      std::filesystem::resize_file (Trace, 0);
+      const UINT64 Ticks = TicksOf (Of, Machine);
+      std::cout << fmt::format ("{} {} {} {} {}\n", Each.Name, Of.Name, Ticks,
+                                AccessCount (Trace, "isa-debugcon"),
+                                AccessCount (Trace, "ipmi-kcs"));
+    }
+  }
+  return 0;
+}
