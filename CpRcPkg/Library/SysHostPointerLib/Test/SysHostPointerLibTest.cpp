@@ -3,6 +3,7 @@
 #include <cstring>
 #include <functional>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include "Firmware.h"
@@ -29,12 +30,6 @@ Block (UINTN Size, UINT16 ClaimedSize, EFI_GUID Signature = gStaticPointerBlockG
   std::memcpy (Bytes.data (), &Signature, sizeof Signature);
   std::memcpy (Bytes.data () + 16, &ClaimedSize, sizeof ClaimedSize);
   return Bytes;
-}
-
-UINT64
-AddressOf (const void *Data)
-{
-  return reinterpret_cast<UINT64> (Data);
 }
 
 class SysHostPointer : public FirmwareTestBench {
@@ -64,13 +59,6 @@ public:
     return SmmSysHostPointerLibProtocolDestructor (nullptr, nullptr);
   }
 
-  /// Sets a pointer that an earlier phase leaves.
-  static void
-  Leave (UINTN Slot, UINT64 Pointer)
-  {
-    std::memcpy (reinterpret_cast<UINT8 *> (HandOffStaticPointers ()) + 8 * Slot, &Pointer, 8);
-  }
-
   /// Blocks that are live beside the copy of the SMRAM map.
   static UINTN
   LiveBlocks ()
@@ -78,115 +66,91 @@ public:
     return gPools[PoolSmm].LiveBlocks - 1;
   }
 
-  /// The published table's bytes; none if there is no table.
-  static const UINT8 *
+  /// The published table; null if there is none.
+  static const VOID *
   Published ()
   {
     VOID *Interface = nullptr;
-    return EFI_ERROR (ProtocolLocate (ProtocolSmm, &gStaticPointerTableProtocolGuid, &Interface))
-               ? nullptr
-               : static_cast<const UINT8 *> (Interface);
-  }
-
-  /// A slot of the published table.
-  static UINT64
-  Slot (UINTN Number)
-  {
-    UINT64 Pointer = 0;
-    std::memcpy (&Pointer, Published () + 8 + 8 * Number, sizeof Pointer);
-    return Pointer;
+    const EFI_STATUS Status =
+        ProtocolLocate (ProtocolSmm, &gStaticPointerTableProtocolGuid, &Interface);
+    return EFI_ERROR (Status) ? nullptr : Interface;
   }
 };
 
-class ReportingSysHostPointer : public SysHostPointer {
-public:
-  ReportingSysHostPointer ()
-  {
-    InstallDebugService ();
-  }
-};
-
-TEST_F (ReportingSysHostPointer, CopiesBlocksThatMayBeCopiedAndKeepsOtherPointers)
+TEST_F (SysHostPointer, CopiesBlocksThatMayBeCopiedAndKeepsOtherPointers)
 {
-  const auto Whole = Block (100, 100);
-  const auto Short = Block (20, 7);
-  const auto Empty = Block (20, 0);
-  const auto Foreign = Block (20, 20, gStaticPointerHobGuid);
-  Leave (SptSysHost, 0);
-  Leave (SptMemMapHost, 0);
-  Leave (1, AddressOf (Whole.data ()));
-  Leave (8, AddressOf (Short.data ()));
-  Leave (9, AddressOf (Empty.data ()));
-  Leave (15, AddressOf (Foreign.data ()));
+  InstallDebugService ();
+  const struct {
+    UINTN Slot;
+    std::vector<UINT8> Block;
+    UINTN Copied;
+  } Rows[] = {
+      {1, Block (100, 100), 100},
+      {8, Block (20, 7), 7},
+      {9, Block (20, 0), 0},
+      {15, Block (20, 20, gStaticPointerHobGuid), 0},
+  };
+  StaticPointerHobData *Left = HandOffStaticPointers ();
+  *Left = {};
+  for (const auto &Row : Rows) {
+    Left->Pointers[Row.Slot] = reinterpret_cast<UINT64> (Row.Block.data ());
+  }
   EXPECT_EQ (Construct (), EFI_SUCCESS);
 
-  ASSERT_EQ (Published (), reinterpret_cast<UINT8 *> (mPrivate));
-  EXPECT_EQ (Published ()[0], 0);
+  ASSERT_EQ (Published (), mPrivate);
+  EXPECT_EQ (mPrivate->Sanitized, FALSE);
   EXPECT_EQ (LiveBlocks (), 3U);
   EXPECT_EQ (gPools[PoolSmm].LiveBytes, 96U + 528 + 32 * 3 + 100 + 7) << "the SMRAM map included";
-  for (const auto &[Number, Data] : {std::pair (1U, &Whole), std::pair (8U, &Short)}) {
-    EXPECT_NE (Slot (Number), AddressOf (Data->data ()));
-    EXPECT_EQ (std::memcmp (reinterpret_cast<VOID *> (Slot (Number)), Data->data (),
-                            Data == &Whole ? 100 : 7),
-               0);
+  for (const auto &Row : Rows) {
+    const UINT64 Pointer = std::exchange (mPrivate->Pointers[Row.Slot], 0);
+    EXPECT_EQ (Pointer == Left->Pointers[Row.Slot], Row.Copied == 0);
+    EXPECT_EQ (std::memcmp (reinterpret_cast<VOID *> (Pointer), Row.Block.data (), Row.Copied), 0);
   }
-  EXPECT_EQ (Slot (9), AddressOf (Empty.data ()));
-  EXPECT_EQ (Slot (15), AddressOf (Foreign.data ()));
-  for (const int Other : {0, 2, 3, 4, 5, 6, 7, 10, 11, 12, 13, 14}) {
-    EXPECT_EQ (Slot (static_cast<UINTN> (Other)), 0U) << Other;
+  for (const UINT64 Other : mPrivate->Pointers) {
+    EXPECT_EQ (Other, 0U);
   }
-  const UINT32 RangeCount = 3;
-  EXPECT_EQ (std::memcmp (Published () + 520, &RangeCount, sizeof RangeCount), 0);
-  EXPECT_EQ (std::memcmp (Published () + 528, gSmramMap, 32 * 3), 0);
+  EXPECT_EQ (mPrivate->SmramRangeCount, 3U);
+  EXPECT_EQ (std::memcmp (mPrivate + 1, gSmramMap, sizeof gSmramMap), 0);
   EXPECT_EQ (Messages (), Driver + "Building data for SysHostPointerLib\n")
       << "the constructor's own message is of a level below";
 }
 
-TEST_F (ReportingSysHostPointer, EmptiesWhatLeadsOutsideSmramAtReadyToLock)
+TEST_F (SysHostPointer, EmptiesWhatLeadsOutsideSmramAtReadyToLock)
 {
+  InstallDebugService ();
   constexpr UINTN InsideSlot = 8;
-  constexpr UINTN CopiedSlot = 13;
   std::istringstream Names ("SptSysHost SptHbmHost SptSysInfoVar SptSysSetup SptSemaphoreData "
                             "SptSpdData SptDebugData SptMemMapHost - SptEmulationSetting "
                             "SptCpuAndRevision SptMrcPerformanceData SptCpgcHost - - -");
-  const auto Copied = Block (20, 20);
-  const auto Foreign = Block (20, 20, gStaticPointerHobGuid);
-  VOID *Inside = nullptr;
-  EXPECT_EQ (gSmst->SmmAllocatePool (EfiRuntimeServicesData, 20, &Inside), EFI_SUCCESS);
-  std::ostringstream Lines;
-  Lines << Driver << "Sanitizing non-SMRAM pointers in SysHostPointerLib\n" << std::uppercase;
-  for (UINTN Number = 0; Number < 16; ++Number) {
-    Leave (Number, AddressOf (Foreign.data ()));
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  World.Forget ();
+  std::string Lines = Driver + "Sanitizing non-SMRAM pointers in SysHostPointerLib\n";
+  for (UINTN Slot = 0; Slot < 16; ++Slot) {
+    mPrivate->Pointers[Slot] = 0xF1234ABCD;
     std::string Name;
     Names >> Name;
-    if (Number != InsideSlot && Number != CopiedSlot) {
-      const bool IsNamed = DebugCodeEnabled () && Name != "-";
-      Lines << "  Setting entry " << (IsNamed ? Name : "<null string>") << " (" << std::dec
-            << Number << ") to NULL; was 0x" << std::hex
-            << static_cast<UINT32> (AddressOf (Foreign.data ())) << "\n";
+    Name = DebugCodeEnabled () && Name != "-" ? Name : "<null string>";
+    if (Slot != InsideSlot) {
+      Lines +=
+          "  Setting entry " + Name + " (" + std::to_string (Slot) + ") to NULL; was 0x1234ABCD\n";
     }
   }
-  Lines << Driver << "Done sanitizing non-SMRAM pointers\n";
-  Leave (InsideSlot, AddressOf (Inside));
-  Leave (CopiedSlot, AddressOf (Copied.data ()));
-  EXPECT_EQ (Construct (), EFI_SUCCESS);
-  const UINT64 Copy = Slot (CopiedSlot);
-  World.Forget ();
+  Lines += Driver + "Done sanitizing non-SMRAM pointers\n";
+  mPrivate->Pointers[InsideSlot] = gSmramMap[1].CpuStart;
   FirmwareSignalReadyToLock ();
+  EXPECT_EQ (mPrivate->Sanitized, TRUE);
+  for (UINTN Slot = 0; Slot < 16; ++Slot) {
+    EXPECT_EQ (mPrivate->Pointers[Slot], Slot == InsideSlot ? gSmramMap[1].CpuStart : 0U);
+  }
   mPrivate->Pointers[4] = 1;
   EXPECT_EQ (SanitizeStaticPointers (nullptr, nullptr, nullptr), EFI_SUCCESS);
-  EXPECT_EQ (Messages (), Lines.str ()) << "the work is done once";
-  EXPECT_EQ (Published ()[0], 1);
-  for (UINTN Number = 0; Number < 16; ++Number) {
-    EXPECT_EQ (Slot (Number), Number == InsideSlot   ? AddressOf (Inside)
-                              : Number == CopiedSlot ? Copy
-                              : Number == 4          ? 1U
-                                                     : 0U);
-  }
+  EXPECT_EQ (mPrivate->Pointers[4], 1U);
+  EXPECT_EQ (Messages (), Lines) << "the work is done once";
 }
 
-TEST_F (ReportingSysHostPointer, TellsSmramByTheProcessorsAddresses)
+TEST_F (SysHostPointer, TellsSmramByTheProcessorsAddresses)
 {
+  InstallDebugService ();
   gSmramMap[0] = {0x9000, 0x1000, 0x100, 0}; // the chipset's address and the processor's, the size
   EXPECT_EQ (Construct (), EFI_SUCCESS);
   EXPECT_TRUE (IsPointerInSmram (0x1000) && IsPointerInSmram (0x10FF));
@@ -194,8 +158,9 @@ TEST_F (ReportingSysHostPointer, TellsSmramByTheProcessorsAddresses)
   EXPECT_TRUE (IsPointerInSmram (gSmramMap[2].CpuStart));
 }
 
-TEST_F (ReportingSysHostPointer, LeavesNoNotificationBehind)
+TEST_F (SysHostPointer, LeavesNoNotificationBehind)
 {
+  InstallDebugService ();
   EXPECT_EQ (Destruct (), EFI_SUCCESS) << "nothing is registered yet";
   EXPECT_EQ (gFaultPlan.Calls[ServiceSmmRegisterNotify], 0U);
   EXPECT_EQ (Construct (), EFI_SUCCESS);
@@ -296,8 +261,9 @@ TEST_F (SysHostPointer, ReportsEachFailureAndGoesOnAsFarAsItCan)
   }
 }
 
-TEST_F (ReportingSysHostPointer, HasNothingToSanitizeWithoutATable)
+TEST_F (SysHostPointer, HasNothingToSanitizeWithoutATable)
 {
+  InstallDebugService ();
   EXPECT_EQ (StoppedAt ([] {
                EXPECT_EQ (SanitizeStaticPointers (nullptr, nullptr, nullptr),
                           EFI_INVALID_PARAMETER);
