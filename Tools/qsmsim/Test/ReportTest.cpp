@@ -91,17 +91,10 @@ TEST_F (Report, TakesThePlatformFromItsFile)
       {"type": "processor", "id": null, "socket": 1},
       {"type": "processor", "id": "CPU0", "socket": 0}]})");
   Make ("processor --severity recoverable -o processor.cper");
-  const struct {
-    const char *Line, *Bytes;
-  } Rows[] = {
-      {"processor.cper --cpu 1", "00 01 01 43 50 55 30 00"},
-      {"processor.cper --cpu 2", "00 01 01 3C 6E 75 6C 6C 20 73 74 72 69 6E 67 3E 00"},
-  };
-  for (const auto &Row : Rows) {
-    const Json Result = ReportJson (std::string (Row.Line) + " --platform platform.json");
-    EXPECT_EQ (Result["platform"], "test");
-    EXPECT_EQ (Result["records"][0]["events"][0]["bytes"], Row.Bytes) << Row.Line;
-  }
+  const Json Result = ReportJson ("processor.cper --cpu 2 --platform platform.json");
+  EXPECT_EQ (Result["platform"], "test");
+  EXPECT_EQ (Result["records"][0]["events"][0]["bytes"],
+             "00 01 01 3C 6E 75 6C 6C 20 73 74 72 69 6E 67 3E 00");
 }
 
 TEST_F (Report, PointsOutWhatTheDriverReadsDifferently)

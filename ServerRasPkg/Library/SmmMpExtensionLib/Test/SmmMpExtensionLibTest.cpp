@@ -47,9 +47,6 @@ TEST_F (SmmMpExtensionLib, SitsAtZeroWhereTheServiceFails)
               {&gCpuService, ServiceGetProcessorInfo, ":94", 1}};
   const OnProcessor Acting (1);
   for (const bool Stops : {false, true}) {
-    if (Stops) {
-      InstallDebugService ();
-    }
     for (const auto &Row : Rows) {
       mSmmCpuService = Row.Service;
       FaultPlanFail (Row.Fails, 1, EFI_DEVICE_ERROR);
@@ -58,6 +55,7 @@ TEST_F (SmmMpExtensionLib, SitsAtZeroWhereTheServiceFails)
                  Stops ? SourceFile + Row.Line + OnStatus : "");
       EXPECT_EQ (At.ProcessorId | At.Package | At.Core | At.Thread, Stops ? 7U : 0U);
     }
+    InstallDebugService ();
   }
 }
 

@@ -66,9 +66,6 @@ TEST_F (CxlIpLib, ProbesNoBaseOfZero)
       {"zero below 4 GiB", 0x300000000, 1, true, "", 0x300000000},
   };
   for (const bool Stops : {false, true}) {
-    if (Stops) {
-      InstallDebugService ();
-    }
     Machine.Pci = {}; // Any probe is a fault.
     for (const auto &Row : Rows) {
       SCOPED_TRACE (Row.Name);
@@ -80,6 +77,7 @@ TEST_F (CxlIpLib, ProbesNoBaseOfZero)
       EXPECT_EQ (Messages (), Stops ? Row.Message : "");
       EXPECT_EQ (CxlGetDownstreamRcrbBar (Socket, Stack), Row.Bar);
     }
+    InstallDebugService ();
   }
 }
 

@@ -166,9 +166,6 @@ TEST_F (RasGlobalData, ReportsAServiceThatIsNotThere)
        "83 mVariablePolicy != ((void *) 0)"},
   };
   for (const bool Stops : {false, true}) {
-    if (Stops) {
-      InstallDebugService ();
-    }
     for (const auto &Row : Rows) {
       Boot ();
       ProtocolRemove (Row.Space, Row.Protocol);
@@ -181,6 +178,7 @@ TEST_F (RasGlobalData, ReportsAServiceThatIsNotThere)
       EXPECT_EQ (Status, EFI_NOT_FOUND);
       EXPECT_EQ (Messages (), Stops ? "InitializeSmmRasGlobalData: " + Row.Message : "");
     }
+    InstallDebugService ();
   }
 }
 

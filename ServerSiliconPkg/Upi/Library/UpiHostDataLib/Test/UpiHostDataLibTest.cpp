@@ -102,9 +102,6 @@ TEST_F (UpiHostData, IsNotPublishedInPart)
                      [&] { HobListRemove (&Record.Hob); }, EFI_NOT_FOUND, 0});
   }
   for (const bool Stops : {false, true}) {
-    if (Stops) {
-      InstallDebugService ();
-    }
     for (const Row &Each : Rows) {
       SCOPED_TRACE (Each.Assertion);
       PowerOn ();
@@ -116,6 +113,7 @@ TEST_F (UpiHostData, IsNotPublishedInPart)
       VOID *Interface = nullptr;
       EXPECT_EQ (ProtocolLocate (ProtocolSmm, &gSmmKtiProtocolGuid, &Interface), EFI_NOT_FOUND);
     }
+    InstallDebugService ();
   }
 }
 
