@@ -2,6 +2,7 @@
 #include "TestMachine.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 
 #include <fmt/format.h>
@@ -81,6 +82,40 @@ TEST (MachineStartup, LocksTheVeryBytesOfTheFileIntoSmram)
           << "what runs";
     }
   }
+}
+
+TEST (MachineStartup, LeavesWritableWhatIsWrittenOnly)
+{
+  using Table = std::array<UINT64, 512>;
+  MachineOptions Options = UsualMachine ();
+  Options.ProcessorCount = Options.SocketCount = 1;
+  TestMachine Run (Options);
+  Run.Machine.WaitUntilReady ();
+  Run.StopInSmm ();
+  const auto TableOf = [&] (UINT64 Entry) {
+    Table Entries = {};
+    const Bytes Read = Run.ReadSmram (Entry & 0xFFFFFFFFFF000, sizeof Entries);
+    std::ranges::copy (Read, reinterpret_cast<UINT8 *> (Entries.data ()));
+    return Entries;
+  };
+  const std::string Registers = Run.Machine.Qmp ().ExecuteHuman ("info registers");
+  const UINT64 Root = std::stoull (Registers.substr (Registers.find ("CR3=") + 4), nullptr, 16);
+  const Table Directory = TableOf (TableOf (TableOf (Root)[0])[0]);
+  std::string Writable;
+  bool IsOpen = false;
+  for (UINT64 Large = TSEG_BASE; Large < TSEG_BASE + TSEG_SIZE; Large += 0x200000) {
+    UINT64 Page = Large;
+    for (const UINT64 Entry : TableOf (Directory[Large / 0x200000])) {
+      if (((Entry & 3) == 3) != IsOpen) {
+        IsOpen = !IsOpen;
+        Writable += fmt::format ("{:X}{}", Page, IsOpen ? "-" : " ");
+      }
+      Page += 0x1000;
+    }
+  }
+  // Stacks, save state, .working of the SMM image, the driver's data, and the pool to its end.
+  EXPECT_THAT (Writable, MatchesRegex ("F801000-F808000 F80F000-F810000 F9[0-9A-F]*-F9[0-9A-F]* "
+                                       "FC0[0-9A-F]000-FC0[0-9A-F]000 FE00000-"));
 }
 
 /// Where a variable lies in the image, by the linker's map.

@@ -54,15 +54,14 @@ OpenFile ()
   if (Wrong != nullptr) {
     EndRun (EndSettings, "smm: driver file: %a\n", Wrong);
   }
-  if (Image.Headers->EntryPoint >= Image.Headers->ImageSize) {
-    EndRun (EndSettings, "smm: driver file: the entry lies outside the image\n");
-  }
   return Image;
 }
 
 VOID
 LoadDriver (const ImageFile &Image, UINTN Number, UINT64 Base)
 {
+  SmmPagingSet (Base, WholePages (Image.Headers->ImageSize), PageWrite);
+  SmmPagingRefresh ();
   const CHAR8 *Wrong = PlaceImage (Image, reinterpret_cast<UINT8 *> (Base), Base);
   if (Wrong != nullptr) {
     EndRun (EndSettings, "smm: driver file: %a\n", Wrong);

@@ -70,6 +70,7 @@ LeaveOrdinaryRam ()
 }
 static_assert (sizeof (HandOverArea) <= LargePageSize && HAND_OVER_BASE % LargePageSize == 0);
 static_assert (TSEG_BASE + TSEG_SIZE == RAM_SIZE);
+static_assert (SMM_TILES_BASE + ProcessorMax * SMM_TILE_SIZE <= SMM_IMAGE_BASE);
 
 } // namespace
 
@@ -88,17 +89,19 @@ SmmPagingPrepare (UINTN ProcessorCount)
     mDirectories[TSEG_BASE / LargePageSize + Index] =
         AddressOf (&mTsegPages[Index * EntriesPerTable]) | EntryTable;
   }
-  SmmPagingSet (TSEG_BASE, TSEG_SIZE, PageWrite);
-  SmmPagingSet (SMM_TILES_BASE, ProcessorMax * SMM_TILE_SIZE, PageRead);
+  // A tile's first page stays away, and so do the tiles of processors that are not there.
   for (UINTN Index = 0; Index < ProcessorCount; ++Index) {
     const UINT64 Base = SMM_TILES_BASE + Index * SMM_TILE_SIZE;
     constexpr UINT64 StatePage = SMM_SAVE_STATE_OFFSET & ~(PageSize - 1);
-    SmmPagingSet (Base, TILE_STACK, PageNone);
     SmmPagingSet (Base + TILE_STACK, SMM_ENTRY_OFFSET - TILE_STACK, PageWrite);
+    SmmPagingSet (Base + SMM_ENTRY_OFFSET, StatePage - SMM_ENTRY_OFFSET, PageRead);
     SmmPagingSet (Base + StatePage, PageSize, PageWrite);
   }
   SetBetween (reinterpret_cast<const VOID *> (SMM_IMAGE_BASE), gSmmConstantsStart, PageExecute);
   SetBetween (gSmmConstantsStart, gSmmSettledStart, PageRead);
+  SetBetween (gSmmSettledStart, gSmmImageEnd, PageWrite);
+  SmmPagingSet (SMM_FILE_BASE, DRIVER_FILE_MAX, PageWrite);
+  SmmPagingSet (SMM_POOL_BASE, SMM_POOL_SIZE, PageWrite);
 }
 
 VOID

@@ -13,7 +13,8 @@ enum PageAccess : UINT8 {
 
 extern "C" {
 
-/// Fills the tables for so many processors, while TSEG is plain RAM.
+/// Fills the tables for so many processors, while TSEG is plain RAM. In TSEG there is then what
+/// every boot has; the place of the drivers is not.
 VOID SmmPagingPrepare (UINTN ProcessorCount);
 
 /// Gives the pages from Start on, in TSEG, an access. Both numbers are multiples of a page's size.
@@ -23,7 +24,8 @@ VOID SmmPagingSet (UINT64 Start, UINT64 Size, PageAccess Access);
 VOID SmmPagingRefresh ();
 
 /// For the time when drivers are loaded: takes the write access from all that nobody has to write
-/// then, the tables among it, and every access to ordinary RAM but the hand-over record.
+/// then, the tables among it, and every access to ordinary RAM but the large page that begins with
+/// the hand-over record.
 VOID SmmPagingSettle ();
 
 /// A checksum over the bytes of all of SMRAM that nobody may write.
