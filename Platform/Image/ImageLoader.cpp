@@ -30,6 +30,19 @@ CheckSections (const ImageFile &Image, UINTN FileSize)
   return nullptr;
 }
 
+bool
+IsEntryCode (const ImageFile &Image)
+{
+  for (UINTN Index = 0; Index < Image.Headers->SectionCount; Index++) {
+    const SectionHeader &Section = Image.Sections[Index];
+    if ((Section.Characteristics & PE_SECTION_EXECUTE) != 0 &&
+        Image.Headers->EntryPoint - Section.Address < Section.MemorySize) {
+      return true;
+    }
+  }
+  return false;
+}
+
 /// Adds Delta to the pointers that one block lists.
 const CHAR8 *
 RelocateBlock (const RelocationBlock &Block,
@@ -92,13 +105,19 @@ OpenImage (const UINT8 *Bytes, UINTN Size, ImageFile &Image)
     return "the relocations lie outside the image";
   }
   Image = {Bytes, Headers, reinterpret_cast<const SectionHeader *> (Bytes + SectionsStart)};
-  return CheckSections (Image, Size);
+  const CHAR8 *Fault = CheckSections (Image, Size);
+  return Fault == nullptr && !IsEntryCode (Image) ? "the entry point lies in no executable section"
+                                                  : Fault;
 }
 
 const CHAR8 *
 PlaceImage (const ImageFile &Image, UINT8 *Memory, UINT64 LoadAddress)
 {
   const PeHeaders &Headers = *Image.Headers;
+  if ((Headers.Characteristics & PE_RELOCATIONS_STRIPPED) != 0 &&
+      LoadAddress != Headers.ImageBase) {
+    return "the relocations were stripped";
+  }
   __builtin_memset (Memory, 0, Headers.ImageSize);
   __builtin_memcpy (Memory, Image.Bytes, Headers.HeadersSize);
   for (UINTN Index = 0; Index < Headers.SectionCount; Index++) {

@@ -125,7 +125,11 @@ TEST (MachineRefusal, OfDriverFiles)
       {First + offsetof (SectionHeader, Address), 1, EndSettings,
        "smm: driver file: a section does not begin with a page"},
       {Pe + offsetof (PeHeaders, EntryPoint) + 3, 1, EndSettings,
-       "smm: driver file: the entry lies outside the image"},
+       "smm: driver file: the entry point lies in no executable section"},
+      {Pe + offsetof (PeHeaders, EntryPoint) + 1, 0xA0, EndSettings,
+       "smm: driver file: the entry point lies in no executable section"},
+      {Pe + offsetof (PeHeaders, Characteristics), 0x22 | PE_RELOCATIONS_STRIPPED, EndSettings,
+       "smm: driver file: the relocations were stripped"},
       {Pe + offsetof (PeHeaders, Directories[PE_DIRECTORY_RELOCATION].Size), 6, EndSettings,
        "smm: driver file: the relocations end within the head of a block"},
       // This driver asks for a protocol that nobody has.

@@ -61,8 +61,6 @@ CheckHeaders (const PeHeaders &Headers, Checker &Check)
                  "the subsystem is not EFI boot service driver");
   Check.Require (Headers.SectionAlignment == PageSize, "sections are not aligned to 4 KiB");
   Check.Require (Headers.ImageSize % PageSize == 0, "the image's memory is not whole pages");
-  Check.Require ((Headers.Characteristics & PE_RELOCATIONS_STRIPPED) == 0,
-                 "the relocations were stripped");
   for (UINTN Index = 0; Index < PE_DIRECTORY_COUNT; Index++) {
     const PeDirectory &Directory = Headers.Directories[Index];
     Check.Require (Index == PE_DIRECTORY_RELOCATION ||
@@ -74,7 +72,6 @@ CheckHeaders (const PeHeaders &Headers, Checker &Check)
 void
 CheckSections (const ImageFile &Image, UINTN FileSize, Checker &Check)
 {
-  bool IsEntryPointCode = false;
   UINT64 FileEnd = Image.Headers->HeadersSize;
   for (UINTN Index = 0; Index < Image.Headers->SectionCount; Index++) {
     const SectionHeader &Section = Image.Sections[Index];
@@ -85,10 +82,8 @@ CheckSections (const ImageFile &Image, UINTN FileSize, Checker &Check)
     Check.Require (Section.Address % PageSize == 0, "section " + Name + " begins within a page");
     Check.Require (std::ranges::find (AllowedSections, Name) != std::end (AllowedSections),
                    "section " + Name + " has no place in the image");
-    IsEntryPointCode |= IsCode && Image.Headers->EntryPoint - Section.Address < Section.MemorySize;
     FileEnd = std::max (FileEnd, UINT64{Section.FileOffset} + Section.FileSize);
   }
-  Check.Require (IsEntryPointCode, "the entry point lies in no executable section");
   Check.Require (FileEnd == FileSize, "the file goes on behind its last section");
 }
 
