@@ -1,6 +1,7 @@
 #include "Pool.h"
 
 #include "FaultPlan.h"
+#include "ProcessorLock.h"
 
 constinit Pool gPools[PoolKindCount] = {};
 
@@ -14,21 +15,7 @@ constexpr FirmwareService AllocateService[] = {ServiceSmmAllocatePool, ServiceBo
 constexpr FirmwareService FreeService[] = {ServiceSmmFreePool, ServiceBootFreePool};
 
 /// Guards both pools: errors may be served on several processors at once.
-constinit bool mLocked = false;
-
-VOID
-LockPools ()
-{
-  while (__atomic_exchange_n (&mLocked, true, __ATOMIC_ACQUIRE)) {
-    __builtin_ia32_pause ();
-  }
-}
-
-VOID
-UnlockPools ()
-{
-  __atomic_store_n (&mLocked, false, __ATOMIC_RELEASE);
-}
+constinit ProcessorLock mLock = false;
 
 /// Returns the next place that holds no live block, or null. Freed blocks are thus remembered for
 /// as long as there are other places.
@@ -62,7 +49,7 @@ FindBlock (Pool *Of, const VOID *Address)
 bool
 AddBlock (Pool *To, const PoolBlock &Block)
 {
-  LockPools ();
+  TakeLock (mLock);
   PoolBlock *Place = FindPlace (To);
   if (Place != nullptr) {
     *Place = Block;
@@ -70,7 +57,7 @@ AddBlock (Pool *To, const PoolBlock &Block)
     To->LiveBytes += Block.Size;
     ++To->Allocations;
   }
-  UnlockPools ();
+  GiveLock (mLock);
   return Place != nullptr;
 }
 
@@ -80,7 +67,7 @@ PoolBlock
 RemoveBlock (Pool *From, const VOID *Address)
 {
   PoolBlock Known = {};
-  LockPools ();
+  TakeLock (mLock);
   PoolBlock *Place = Address != nullptr ? FindBlock (From, Address) : nullptr;
   if (Place != nullptr) {
     Known = *Place;
@@ -90,7 +77,7 @@ RemoveBlock (Pool *From, const VOID *Address)
       From->LiveBytes -= Place->Size;
     }
   }
-  UnlockPools ();
+  GiveLock (mLock);
   return Known;
 }
 
@@ -99,7 +86,7 @@ RemoveBlock (Pool *From, const VOID *Address)
 VOID
 PoolReset ()
 {
-  mLocked = false;
+  mLock = false;
   for (Pool &Each : gPools) {
     Each = {};
   }

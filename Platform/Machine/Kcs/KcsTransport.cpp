@@ -1,10 +1,11 @@
 #include "KcsTransport.h"
 
 #include "Machine.h"
+#include "ProcessorLock.h"
 
 namespace {
 
-/// The status register (IPMI 2.0, 9.2). The state of the transfer stands in its top two bits.
+/// The status register (IPMI 2.0, 9.7). The state of the transfer stands in its top two bits.
 constexpr UINT8 StatusOutputFull = 0x01;
 constexpr UINT8 StatusInputFull = 0x02;
 constexpr UINT8 StatusStateMask = 0xC0;
@@ -28,26 +29,8 @@ constexpr UINT8 ReadNext = 0x68;
 constexpr UINTN MessageHeaderSize = 2;
 constexpr UINT8 AnswerNetFunctionBit = 0x01;
 
-/// 1 while a processor has the interface.
-constinit UINT32 mLock = 0;
-
-bool
-AcquireLock ()
-{
-  for (UINT32 Pauses = 0; Pauses < KCS_LOCK_PAUSE_COUNT_MAX; ++Pauses) {
-    if (__atomic_exchange_n (&mLock, 1U, __ATOMIC_ACQUIRE) == 0) {
-      return true;
-    }
-    CpuPause ();
-  }
-  return false;
-}
-
-VOID
-ReleaseLock ()
-{
-  __atomic_store_n (&mLock, 0U, __ATOMIC_RELEASE);
-}
+/// Is with the processor that has the interface.
+constinit ProcessorLock mLock = false;
 
 bool
 IsAbsent ()
@@ -73,8 +56,22 @@ Poll (UINT32 *PollsLeft, UINT8 *Status)
   return true;
 }
 
+/// Waits for the interface. Each look takes as long as one of the holder's.
+bool
+AcquireLock ()
+{
+  UINT32 PollsLeft = KCS_LOCK_POLL_COUNT_MAX;
+  UINT8 Status = 0;
+  while (!TryLock (mLock)) {
+    if (!Poll (&PollsLeft, &Status)) {
+      return false;
+    }
+  }
+  return true;
+}
+
 /// Waits until the BMC has taken what was written, and drains what it has put out. Stores the state
-/// of the transfer. The state is valid only while the input is empty (IPMI 2.0, 9.4).
+/// of the transfer. The state is valid only while the input is empty (IPMI 2.0, 9.7).
 EFI_STATUS
 WaitInputEmpty (UINT32 *PollsLeft, UINT8 *State)
 {
@@ -150,16 +147,17 @@ AbortTransfer (UINT32 *PollsLeft)
 }
 
 /// Brings the interface into the state in which a transfer may start: idle, and nothing put out.
+/// What must be waited for here is left of an earlier transfer, which has had its time.
 EFI_STATUS
-PrepareTransfer (UINT32 *PollsLeft)
+PrepareTransfer ()
 {
+  UINT32 PollsLeft = KCS_RECOVERY_POLL_COUNT_MAX;
   UINT8 State = 0;
-  const EFI_STATUS Status = WaitInputEmpty (PollsLeft, &State);
+  const EFI_STATUS Status = WaitInputEmpty (&PollsLeft, &State);
   if (EFI_ERROR (Status) || State == StateIdle) {
     return Status;
   }
-  UINT32 RecoveryPollsLeft = KCS_RECOVERY_POLL_COUNT_MAX;
-  return AbortTransfer (&RecoveryPollsLeft);
+  return AbortTransfer (&PollsLeft);
 }
 
 constexpr UINT8
@@ -242,7 +240,7 @@ SendRequest (UINT32 *PollsLeft, const IpmiRequest *Request)
   EFI_STATUS Status = EFI_DEVICE_ERROR;
   for (UINTN Attempt = 0; Attempt < KCS_ATTEMPT_COUNT_MAX && Status == EFI_DEVICE_ERROR;
        ++Attempt) {
-    Status = PrepareTransfer (PollsLeft);
+    Status = PrepareTransfer ();
     if (!EFI_ERROR (Status)) {
       Status = WriteRequest (PollsLeft, Request);
     }
@@ -281,6 +279,6 @@ KcsSendToBmc (VOID *, const IpmiRequest *Request, UINT8 *Response, UINT8 *Respon
     return EFI_TIMEOUT;
   }
   const EFI_STATUS Status = Transfer (Request, Response, Room, ResponseSize);
-  ReleaseLock ();
+  GiveLock (mLock);
   return Status;
 }

@@ -7,18 +7,20 @@
 
 #include "FirmwareWorld.h"
 
-/// The interface's ports (IPMI 2.0, 9.1).
+/// The interface's ports (IPMI 2.0, 9.5).
 inline constexpr UINT16 KCS_DATA_PORT = 0xCA2;
 inline constexpr UINT16 KCS_STATUS_PORT = 0xCA3; ///< Written, it takes control codes.
 
 /// Polls of one transfer from the first write to the last byte of the answer, all attempts taken
-/// together; and of one recovery, of which a transfer starts at most KCS_ATTEMPT_COUNT_MAX.
+/// together; and of what comes ahead of each attempt, KCS_ATTEMPT_COUNT_MAX of them at most: the
+/// recovery from a transfer that was left unfinished. Once a BMC has fallen silent, each request
+/// thus costs the latter only.
 inline constexpr UINT32 KCS_POLL_COUNT_MAX = 1000000;
 inline constexpr UINT32 KCS_RECOVERY_POLL_COUNT_MAX = 100000;
 inline constexpr UINTN KCS_ATTEMPT_COUNT_MAX = 3;
 
-/// Pauses for which a processor waits while others transfer.
-inline constexpr UINT32 KCS_LOCK_PAUSE_COUNT_MAX = 16 * KCS_POLL_COUNT_MAX;
+/// Polls for which a processor waits while others transfer: as long as 16 of them may take.
+inline constexpr UINT32 KCS_LOCK_POLL_COUNT_MAX = 16 * KCS_POLL_COUNT_MAX;
 
 extern "C" {
 

@@ -129,7 +129,9 @@ TEST_F (KcsTransfer, GivesUpOnASilentBmcAndRecoversWhenItWakes)
   Bmc.TakesInputWhenSilent = false;
   Bmc.SilentAt = 0;
   Bmc.IoWrite8 (KCS_DATA_PORT, 0);
+  const UINTN Before = Bmc.StatusReads;
   EXPECT_EQ (Send ({1, 2}), EFI_TIMEOUT) << "the input is full from the start";
+  EXPECT_LE (Bmc.StatusReads - Before, 2 * KCS_RECOVERY_POLL_COUNT_MAX);
   ExpectRecovery ();
 }
 
@@ -161,7 +163,10 @@ TEST_F (KcsTransfer, LeavesTheInterfaceToTheProcessorThatHasIt)
   Bmc.WhenPaused = [&] {
     UINT8 Byte = 0;
     UINT8 Size = 1;
+    const UINTN Before = Bmc.StatusReads;
     Status = KcsSendToBmc (nullptr, &Other, &Byte, &Size);
+    EXPECT_EQ (Bmc.StatusReads - Before, KCS_LOCK_POLL_COUNT_MAX);
+    Bmc.StatusReads = Before;
   };
   EXPECT_EQ (Send ({1}), EFI_SUCCESS);
   EXPECT_EQ (Status, EFI_TIMEOUT);
