@@ -60,10 +60,17 @@ inline constexpr UINT16 PCIE_CAPABILITIES_SLOT = 0x0100;
 /// The errors that DeviceStatus tells: corrected, non-fatal, fatal, unsupported request.
 inline constexpr UINT16 PCIE_DEVICE_STATUS_ERRORS = 0x000F;
 
+/// Kind of a function, as far as it matters here.
 enum PciePortType : UINT8 {
   PciePortTypeRootPort = 4,
   PciePortTypeEventCollector = 10,
 };
+
+constexpr UINT8
+PciePortTypeOf (UINT16 Capabilities)
+{
+  return static_cast<UINT8> ((Capabilities >> 4) & 0xF);
+}
 
 /// The Advanced Error Reporting capability. The root registers are those of root ports and event
 /// collectors only; elsewhere another capability may lie in their place.

@@ -16,7 +16,7 @@ function (qsm_add_machine_image TARGET LAYOUT)
   add_executable (
     ${TARGET} ${Layout} ${ARG_SOURCES} Common/ExceptionEntry.S Common/ExceptionFrame.cpp
               Common/MachineLog.cpp)
-  target_include_directories (${TARGET} PRIVATE Common Errors)
+  target_include_directories (${TARGET} PRIVATE Common Errors ../Firmware)
   target_link_libraries (${TARGET} PRIVATE qsm_include qsm_driver_options ${ARG_LIBRARIES}
                                            BasePrintLib BaseLibX64 CompilerIntrinsics)
   target_link_options (${TARGET} PRIVATE -T ${Layout} -nostdlib -static --gc-sections
@@ -56,7 +56,6 @@ qsm_add_machine_image (
           Boot/LocalApic.cpp
           Boot/MachineCheckBank.cpp
           Boot/PciErrors.cpp
-          Boot/PciRegisters.cpp
           Boot/PciResources.cpp
           Boot/PciScan.cpp
           Boot/ProcessorPlace.cpp
@@ -64,10 +63,12 @@ qsm_add_machine_image (
           Boot/RelocationHandler.S
           Boot/Reset.S
           Boot/Settings.cpp
+          Boot/Sleep.S
           Boot/SmmBlob.S
           Boot/SmmCall.cpp
           Boot/SmmSetUp.cpp
-          Boot/TextReader.cpp)
+          Boot/TextReader.cpp
+          Errors/PciCapabilities.cpp)
 set_source_files_properties (
   Boot/SmmBlob.S PROPERTIES OBJECT_DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/MachineSmm.bin
                             COMPILE_OPTIONS -I${CMAKE_CURRENT_BINARY_DIR})

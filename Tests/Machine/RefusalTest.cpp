@@ -46,14 +46,18 @@ TEST (MachineRefusal, OfInventoryLines)
   const struct {
     const char *Inventory, *Complaint;
   } Rows[] = {
-      {"disk 1 Disk1", "1: expected processor, memory or slot"},
+      {"disk 1 Disk1", "1: expected processor, memory, slot or port"},
       {"processor 0 CPU0\n\nprocessor CPU1", "3: expected processor SOCKET NAME"},
       {"processor 256 CPU0", "1: expected processor SOCKET NAME"},
       {"processor 0 CPU0 left", "1: there are words too many"},
       {"memory 0 0 DIMM", "1: expected memory SOCKET CHANNEL DIMM NAME [BASE SIZE]"},
       {"memory 0 0 0 DIMM 1000", "1: expected memory SOCKET CHANNEL DIMM NAME [BASE SIZE]"},
       {"memory 0 0 0 DIMM 0 1g", "1: expected memory SOCKET CHANNEL DIMM NAME [BASE SIZE]"},
-      {"slot 1", "1: expected slot NUMBER NAME"},
+      {"memory 0 0 0 A fff 2\nmemory 0 1 0 B\nmemory 0 1 1 C 1000 1000",
+       "3: the addresses are those of another DIMM too"},
+      {"memory 0 0 0 A 10 ffffffffffffffff\nmemory 0 1 0 B 0 1",
+       "2: the addresses are those of another DIMM too"},
+      {"slot 1", "1: expected slot or port NUMBER NAME"},
       {"slot 3 Slot3", "1: no root port has this slot"},
       {"slot 4 Empty", "1: the slot is empty"},
   };
@@ -75,6 +79,10 @@ TEST (MachineRefusal, OfSettings)
   Options.Extra = {"-fw_cfg", "name=opt/velmora/quiet,string=yes"};
   ExpectEnd (Options, EndSettings,
              "boot: opt/velmora/quiet: expected a number up to 1, found \"yes\"");
+
+  Options = WithoutBmc ();
+  Options.Inventory = std::string ("processor 0 CPU0\0\ndisk", 22);
+  ExpectEnd (Options, EndSettings, "boot: opt/velmora/inventory is no text: byte 16 is 0");
 
   // The library always gives the file's size.
   const TemporaryDirectory Directory;

@@ -28,7 +28,7 @@ constexpr UINTN GeneralConfiguration = PciRegister (0, 0x1F, 0, 0xA0);
 constexpr UINT16 PowerManagementPort = 0x600;
 constexpr UINT32 PowerManagementIsIo = 1;
 constexpr UINT8 AcpiEnable = 0x80;
-constexpr UINT8 SmiLock = 0x10;
+constexpr UINT16 SmiLock = 0x10;
 
 constexpr UINT16 SmiEnablePort = PowerManagementPort + 0x30;
 constexpr UINT32 SmiEnableGlobal = 0x01;
@@ -69,5 +69,6 @@ ChipsetLockTseg ()
   WriteConfig8 (ExtendedSmramControl, TsegEnabled8Megabytes);
   WriteConfig8 (SmramControl, SmramEnabled);
   WriteConfig8 (SmramControl, SmramLocked);
-  MmioStore32 (GeneralConfiguration, MmioLoad32 (GeneralConfiguration) | SmiLock);
+  MmioStore16 (GeneralConfiguration,
+               static_cast<UINT16> (MmioLoad16 (GeneralConfiguration) | SmiLock));
 }

@@ -3,6 +3,7 @@
 #include "ControlPort.h"
 #include "HandOver.h"
 #include "MachineCheckBank.h"
+#include "MachineCheckRegisters.h"
 #include "MachineLog.h"
 #include "Processors.h"
 #include "SmmCall.h"
@@ -77,8 +78,8 @@ bool
 RunSeries (TextReader &Words, MachineCheckSeries &Series, UINTN ChecksMax)
 {
   Target To;
-  if (!ReadTarget (Words, To) ||
-      !ReadNumber (Words, 10, MachineCheckBankCount () - 1, Series.Bank)) {
+  const UINTN Banks = MachineCheckBankCount ();
+  if (!ReadTarget (Words, To) || Banks == 0 || !ReadNumber (Words, 10, Banks - 1, Series.Bank)) {
     return false;
   }
   for (Series.CheckCount = 0; Series.CheckCount == 0 || !TextEnds (Words); ++Series.CheckCount) {

@@ -8,7 +8,9 @@ namespace {
 
 constexpr UINT16 SelectorPort = 0x510;
 constexpr UINT16 DataPort = 0x511;
+constexpr UINT16 KeySignature = 0x00;
 constexpr UINT16 KeyDirectory = 0x19;
+constexpr UINT32 Signature = 0x554D4551; // "QEMU"
 
 /// One entry of the directory, whose numbers are big-endian.
 struct DirectoryEntry {
@@ -24,6 +26,17 @@ ReadBytes (VOID *To, UINTN Size)
 {
   for (UINTN Index = 0; Index < Size; ++Index) {
     static_cast<UINT8 *> (To)[Index] = IoRead8 (DataPort);
+  }
+}
+
+VOID
+CheckDevice ()
+{
+  UINT32 Found;
+  IoWrite16 (SelectorPort, KeySignature);
+  ReadBytes (&Found, sizeof Found);
+  if (Found != Signature) {
+    EndRun (EndMachine, "boot: there is no firmware configuration device\n");
   }
 }
 
@@ -59,6 +72,7 @@ bool
 ReadConfigurationText (const CHAR8 *Name, CHAR8 *Text, UINTN TextSize)
 {
   DirectoryEntry Entry;
+  CheckDevice ();
   if (!FindFile (Name, &Entry)) {
     return false;
   }
@@ -69,5 +83,10 @@ ReadConfigurationText (const CHAR8 *Name, CHAR8 *Text, UINTN TextSize)
   IoWrite16 (SelectorPort, __builtin_bswap16 (Entry.Key));
   ReadBytes (Text, Size);
   Text[Size] = '\0';
+  for (UINTN Index = 0; Index < Size; ++Index) {
+    if (Text[Index] == '\0') {
+      EndRun (EndSettings, "boot: %a is no text: byte %ld is 0\n", Name, Index);
+    }
+  }
   return true;
 }

@@ -38,6 +38,22 @@ ReadProcessorLine (TextReader &Words, InventoryEntry &Entry)
              : "expected processor SOCKET NAME";
 }
 
+/// Whether addresses of a memory device are those of one before it too. A range may end with the
+/// last address, so that its end is 0.
+bool
+Overlaps (const InventoryEntry &Memory)
+{
+  const HandOver &Found = HandOverRecord ().Found;
+  for (UINTN Index = 0; Index < Found.InventoryEntryCount; ++Index) {
+    const InventoryEntry &Other = Found.Inventory[Index];
+    if (Memory.Size != 0 && Other.Size != 0 &&
+        (Memory.Base - Other.Base < Other.Size || Other.Base - Memory.Base < Memory.Size)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 const CHAR8 *
 ReadMemoryLine (TextReader &Words, InventoryEntry &Entry)
 {
@@ -48,16 +64,20 @@ ReadMemoryLine (TextReader &Words, InventoryEntry &Entry)
     Known = ReadNumber (Words, 16, AddressMax, Entry.Base) &&
             ReadNumber (Words, 16, AddressMax, Entry.Size);
   }
-  return Known ? nullptr : "expected memory SOCKET CHANNEL DIMM NAME [BASE SIZE]";
+  if (!Known) {
+    return "expected memory SOCKET CHANNEL DIMM NAME [BASE SIZE]";
+  }
+  return Overlaps (Entry) ? "the addresses are those of another DIMM too" : nullptr;
 }
 
+/// Returns the root port with this slot, or null.
 const PciFunction *
 FindRootPort (UINT64 Slot)
 {
   const HandOver &Found = HandOverRecord ().Found;
   for (UINTN Index = 0; Index < Found.PciFunctionCount; ++Index) {
     const PciFunction &Each = Found.PciFunctions[Index];
-    if (Each.IsRootPort != 0 && Each.Slot == Slot) {
+    if (Each.IsRootPort != 0 && Each.HasSlot != 0 && Each.Slot == Slot) {
       return &Each;
     }
   }
@@ -77,28 +97,53 @@ HasFunction (UINT8 Bus)
   return false;
 }
 
+/// Reads NUMBER NAME. Returns null with the root port that has the slot of that number, or what is
+/// wrong.
 const CHAR8 *
-ReadSlotLine (TextReader &Words, InventoryEntry &Entry)
+ReadPort (TextReader &Words, InventoryEntry &Entry, const PciFunction **Port)
 {
   UINT64 Slot;
   Entry.Type = ErrorClassPcie;
   if (!ReadNumber (Words, 10, SlotMax, Slot) || !ReadWord (Words, Entry.Name, sizeof Entry.Name)) {
-    return "expected slot NUMBER NAME";
+    return "expected slot or port NUMBER NAME";
   }
-  const PciFunction *Port = FindRootPort (Slot);
-  if (Port == nullptr) {
-    return "no root port has this slot";
+  *Port = FindRootPort (Slot);
+  return *Port == nullptr ? "no root port has this slot" : nullptr;
+}
+
+const CHAR8 *
+ReadSlotLine (TextReader &Words, InventoryEntry &Entry)
+{
+  const PciFunction *Port;
+  const CHAR8 *Wrong = ReadPort (Words, Entry, &Port);
+  if (Wrong != nullptr) {
+    return Wrong;
   }
   Entry.Bus = Port->SecondaryBus;
   return HasFunction (Entry.Bus) ? nullptr : "the slot is empty";
+}
+
+const CHAR8 *
+ReadPortLine (TextReader &Words, InventoryEntry &Entry)
+{
+  const PciFunction *Port;
+  const CHAR8 *Wrong = ReadPort (Words, Entry, &Port);
+  if (Wrong == nullptr) {
+    Entry.Bus = Port->Bus;
+    Entry.Device = Port->Device;
+    Entry.Function = Port->Function;
+  }
+  return Wrong;
 }
 
 struct LineKind {
   const CHAR8 *Name;
   LineFunction Function;
 };
-constexpr LineKind LineKinds[] = {
-    {"processor", ReadProcessorLine}, {"memory", ReadMemoryLine}, {"slot", ReadSlotLine}};
+constexpr LineKind LineKinds[] = {{"processor", ReadProcessorLine},
+                                  {"memory", ReadMemoryLine},
+                                  {"slot", ReadSlotLine},
+                                  {"port", ReadPortLine}};
 
 /// Reads one line, whose end it moves Words to. Returns null, or what is wrong.
 const CHAR8 *
@@ -121,7 +166,7 @@ ReadLine (TextReader &Words)
       return Wrong == nullptr && !TextEnds (Words) ? "there are words too many" : Wrong;
     }
   }
-  return "expected processor, memory or slot";
+  return "expected processor, memory, slot or port";
 }
 
 } // namespace

@@ -5,12 +5,6 @@
 #include "ProcessorInstructions.h"
 #include "SmmCall.h"
 
-UINTN
-MachineCheckBankCount ()
-{
-  return AsmReadMsr64 (IA32_MCG_CAP) & MCG_CAP_BANK_COUNT;
-}
-
 VOID
 RunMachineChecks (UINTN, VOID *Argument)
 {

@@ -20,9 +20,6 @@ struct MachineCheckSeries {
 
 extern "C" {
 
-/// Number of banks of the executing processor.
-UINTN MachineCheckBankCount ();
-
 /// A processor's job: fills its own bank and raises an SMI, Count times. Argument is the series.
 VOID RunMachineChecks (UINTN Processor, VOID *Argument);
 }

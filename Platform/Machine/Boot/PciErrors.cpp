@@ -5,8 +5,8 @@
 
 namespace {
 
-/// A message to the local APIC with id 0, of delivery mode SMI (Intel SDM, volume 3, 11.11).
-constexpr UINT32 MessageAddress = LOCAL_APIC_BASE;
+/// A message to a local APIC, of delivery mode SMI (Intel SDM, volume 3, 11.11).
+constexpr UINT32 MessageApicIdShift = 12;
 constexpr UINT32 MessageDataSmi = 0x0200;
 
 VOID
@@ -19,7 +19,7 @@ SetBits16 (UINTN Register, UINT16 Bits)
 VOID
 RouteToSmi (const PciAddress &Port, UINT16 Aer)
 {
-  const UINT16 MsiX = FindPciCapability (Port, PciCapabilityMsiX);
+  const UINT16 MsiX = FindPciCapability (RegisterOf (Port, 0), PciCapabilityMsiX);
   if (MsiX == 0) {
     EndRun (EndMachine, "boot: root port %02lx:%02lx.%ld has no MSI-X\n", Port.Bus, Port.Device,
             Port.Function);
@@ -27,16 +27,19 @@ RouteToSmi (const PciAddress &Port, UINT16 Aer)
   const UINT32 Table = MmioLoad32 (RegisterOf (Port, MsiX + MsiXTable));
   const UINT32 Bar =
       MmioLoad32 (RegisterOf (Port, PciFirstBar + (Table & MsiXTableBarMask) * sizeof (UINT32)));
+  // Which of its messages tells of errors may depend on their kind. Each is masked after reset.
+  SetBits16 (RegisterOf (Port, MsiX + MsiXControl), MsiXEnable);
   const UINT32 Number =
       MmioLoad32 (RegisterOf (Port, Aer + offsetof (AerCapability, RootErrorStatus))) >>
       AerRootMessageShift;
   const UINTN Entry =
-      UINTN{Bar & ~0xFU} + (Table & ~MsiXTableBarMask) + Number * sizeof (MsiXEntry);
-  MmioStore32 (Entry + offsetof (MsiXEntry, AddressLow), MessageAddress);
+      UINTN{Bar & ~PciBarMemoryFlags} + (Table & ~MsiXTableBarMask) + Number * sizeof (MsiXEntry);
+  MmioStore32 (Entry + offsetof (MsiXEntry, AddressLow),
+               LOCAL_APIC_BASE | HandOverRecord ().Found.Processors[0].ApicId
+                                     << MessageApicIdShift);
   MmioStore32 (Entry + offsetof (MsiXEntry, AddressHigh), 0);
   MmioStore32 (Entry + offsetof (MsiXEntry, Data), MessageDataSmi);
   MmioStore32 (Entry + offsetof (MsiXEntry, Control), 0);
-  SetBits16 (RegisterOf (Port, MsiX + MsiXControl), MsiXEnable);
 }
 
 } // namespace
@@ -54,10 +57,20 @@ EnablePciErrors (const PciFunction &Of)
         RegisterOf (Address, Of.ExpressCapability + offsetof (PcieCapability, DeviceControl)),
         PcieReportAllErrors);
   }
-  if (Of.IsRootPort != 0 && Of.AerCapability != 0) {
-    RouteToSmi (Address, Of.AerCapability);
-    MmioStore32 (
-        RegisterOf (Address, Of.AerCapability + offsetof (AerCapability, RootErrorCommand)),
-        AerRootReportAllErrors);
+}
+
+VOID
+RoutePciErrors ()
+{
+  const HandOver &Found = HandOverRecord ().Found;
+  for (UINTN Index = 0; Index < Found.PciFunctionCount; ++Index) {
+    const PciFunction &Each = Found.PciFunctions[Index];
+    if (Each.IsRootPort != 0 && Each.AerCapability != 0) {
+      const PciAddress Address = {Each.Bus, Each.Device, Each.Function};
+      RouteToSmi (Address, Each.AerCapability);
+      MmioStore32 (
+          RegisterOf (Address, Each.AerCapability + offsetof (AerCapability, RootErrorCommand)),
+          AerRootReportAllErrors);
+    }
   }
 }

@@ -1,6 +1,7 @@
 /// Registers of configuration space that the boot code programs, and the way to them.
 #pragma once
 
+#include "PciCapabilities.h"
 #include "PciWindow.h"
 #include "Record/PciBridgeHeader.h"
 #include "Record/PcieRegisters.h"
@@ -8,6 +9,7 @@
 /// The header, beyond what PcieHeader has (PCI Local Bus 3.0, 6.1; PCI-to-PCI Bridge Architecture
 /// 1.2, 3.2).
 inline constexpr UINTN PciFirstBar = 0x10;
+inline constexpr UINT32 PciBarMemoryFlags = 0xF;
 inline constexpr UINTN PciBusNumbers = 0x18;
 inline constexpr UINTN PciIoBaseLimit = 0x1C;
 inline constexpr UINTN PciMemoryBaseLimit = 0x20;
@@ -42,13 +44,4 @@ inline UINTN
 RegisterOf (const PciAddress &Of, UINTN Offset)
 {
   return PciRegister (Of.Bus, Of.Device, Of.Function, Offset);
-}
-
-extern "C" {
-
-/// Offset of a capability, 0 without it.
-UINT16 FindPciCapability (const PciAddress &Of, UINT8 Id);
-
-/// The same for the extended capabilities.
-UINT16 FindExtendedPciCapability (const PciAddress &Of, UINT16 Id);
 }

@@ -13,13 +13,13 @@ constexpr UINT32 BarIsIo = 0x1;
 constexpr UINT32 BarTypeMask = 0x6;
 constexpr UINT32 BarType64 = 0x4;
 constexpr UINT32 BarIoFlags = 0x3;
-constexpr UINT32 BarMemoryFlags = 0xF;
 
 constexpr UINT32 MemoryWindowStep = 0x100000;
 constexpr UINT32 IoWindowStep = 0x1000;
 
-/// A prefetchable window that ends ahead of its start, and so is closed.
+/// Windows that end ahead of their start, and so are closed.
 constexpr UINT32 ClosedWindow = 0x0000FFF0;
+constexpr UINT16 ClosedIoWindow = 0x00F0;
 
 constexpr UINT32
 AlignUp (UINT32 Value, UINT32 Step)
@@ -39,10 +39,10 @@ Take (UINT32 *Next, UINT32 Size, UINT32 End)
   return Start;
 }
 
-/// Gives one register its addresses. Returns how many registers it is wide, also when it does not
-/// exist.
+/// Gives one register its addresses. Returns how many of the registers that are left it takes, also
+/// when it does not exist.
 UINTN
-AssignBar (UINTN Register, PciSpace *Space)
+AssignBar (UINTN Register, UINTN Left, PciSpace *Space)
 {
   MmioStore32 (Register, AllOnes);
   const UINT32 Probe = MmioLoad32 (Register);
@@ -55,8 +55,8 @@ AssignBar (UINTN Register, PciSpace *Space)
     MmioStore32 (Register, Take (&Space->Io, Size, IoEnd));
     return 1;
   }
-  MmioStore32 (Register, Take (&Space->Memory, ~(Probe & ~BarMemoryFlags) + 1, PCI_MEMORY_END));
-  if ((Probe & BarTypeMask) != BarType64) {
+  MmioStore32 (Register, Take (&Space->Memory, ~(Probe & ~PciBarMemoryFlags) + 1, PCI_MEMORY_END));
+  if ((Probe & BarTypeMask) != BarType64 || Left == 1) {
     return 1;
   }
   MmioStore32 (Register + BarSize, 0);
@@ -70,7 +70,7 @@ AssignPciBars (const PciAddress &Of, UINTN BarCount, PciSpace *Space)
 {
   UINTN Index = 0;
   while (Index < BarCount) {
-    Index += AssignBar (RegisterOf (Of, PciFirstBar + Index * BarSize), Space);
+    Index += AssignBar (RegisterOf (Of, PciFirstBar + Index * BarSize), BarCount - Index, Space);
   }
 }
 
@@ -85,12 +85,14 @@ VOID
 SetPciWindow (const PciAddress &Bridge, const PciSpace &Start, const PciSpace &End)
 {
   // Each register has the top bits of the first address in its lower half, and in its upper half
-  // those of the last one. An empty window's last address lies ahead of its first.
+  // those of the last one. The last address of an empty memory window lies ahead of its first; that
+  // of an empty I/O window at the end of all ports would not.
   const UINT32 MemoryLast = End.Memory - 1;
-  const UINT32 IoLast = End.Io - 1;
+  const UINT16 Io = Start.Io == End.Io
+                        ? ClosedIoWindow
+                        : static_cast<UINT16> ((Start.Io >> 8 & 0xF0) | ((End.Io - 1) & 0xF000));
   MmioStore32 (RegisterOf (Bridge, PciMemoryBaseLimit),
                (Start.Memory >> 16 & 0xFFF0) | (MemoryLast & 0xFFF00000));
   MmioStore32 (RegisterOf (Bridge, PciPrefetchBaseLimit), ClosedWindow);
-  MmioStore16 (RegisterOf (Bridge, PciIoBaseLimit),
-               static_cast<UINT16> ((Start.Io >> 8 & 0xF0) | (IoLast & 0xF000)));
+  MmioStore16 (RegisterOf (Bridge, PciIoBaseLimit), Io);
 }

@@ -36,18 +36,18 @@ AddFunction (const PciAddress &Address)
   Row.Bus = static_cast<UINT8> (Address.Bus);
   Row.Device = static_cast<UINT8> (Address.Device);
   Row.Function = static_cast<UINT8> (Address.Function);
-  Row.ExpressCapability = FindPciCapability (Address, PCI_CAPABILITY_ID_EXPRESS);
+  const UINTN Registers = RegisterOf (Address, 0);
+  Row.ExpressCapability = FindPciCapability (Registers, PCI_CAPABILITY_ID_EXPRESS);
   if (Row.ExpressCapability != 0) {
     // Only such a function has extended capabilities.
-    Row.AerCapability = FindExtendedPciCapability (Address, PCIE_EXTENDED_CAPABILITY_ID_AER);
-    const UINT32 Capabilities = MmioLoad16 (
-        RegisterOf (Address, Row.ExpressCapability + offsetof (PcieCapability, Capabilities)));
-    Row.IsRootPort = (Capabilities >> 4 & 0xF) == PciePortTypeRootPort;
-    if ((Capabilities & PCIE_CAPABILITIES_SLOT) != 0) {
+    Row.AerCapability = FindExtendedPciCapability (Registers, PCIE_EXTENDED_CAPABILITY_ID_AER);
+    const UINTN Express = Registers + Row.ExpressCapability;
+    const UINT16 Capabilities = MmioLoad16 (Express + offsetof (PcieCapability, Capabilities));
+    Row.IsRootPort = PciePortTypeOf (Capabilities) == PciePortTypeRootPort;
+    Row.HasSlot = (Capabilities & PCIE_CAPABILITIES_SLOT) != 0;
+    if (Row.HasSlot != 0) {
       Row.Slot = static_cast<UINT16> (
-          MmioLoad32 (RegisterOf (Address, Row.ExpressCapability +
-                                               offsetof (PcieCapability, SlotCapabilities))) >>
-          SlotNumberShift);
+          MmioLoad32 (Express + offsetof (PcieCapability, SlotCapabilities)) >> SlotNumberShift);
     }
   }
   return Row;

@@ -37,7 +37,7 @@ constinit Assignment mAssignments[ProcessorMax] = {};
 constinit UINTN mArrived = 0;
 constinit bool mInOrder = false;
 
-/// Processors that stand at the barrier of RunOnAllProcessors.
+/// Processors that have reached the barrier of RunOnAllProcessors.
 constinit UINTN mAtBarrier = 0;
 
 VOID
@@ -53,12 +53,15 @@ SortByApicId ()
   }
 }
 
+/// Waits until all processors have counted themselves. Where says where they are to arrive.
 VOID
-AwaitArrivals (UINTN Count)
+AwaitArrivals (const UINTN *Arrived, const CHAR8 *Where)
 {
-  for (UINTN Pass = 0; __atomic_load_n (&mArrived, __ATOMIC_ACQUIRE) < Count; ++Pass) {
+  const UINTN Count = HandOverRecord ().Found.ProcessorCount;
+  for (UINTN Pass = 0; __atomic_load_n (Arrived, __ATOMIC_ACQUIRE) < Count; ++Pass) {
     if (Pass == ArrivalPassesMax) {
-      EndRun (EndMachine, "boot: %ld of %ld processors have started\n", mArrived, Count);
+      EndRun (EndMachine, "boot: %ld of %ld processors have come to the %a\n", *Arrived, Count,
+              Where);
     }
     CpuPause ();
   }
@@ -74,6 +77,7 @@ Assign (UINTN Processor, ProcessorJob Job, VOID *Argument)
   LocalApicWake (HandOverRecord ().Found.Processors[Processor].ApicId);
 }
 
+/// A job may take its time: whatever waits in it is bounded.
 VOID
 AwaitEnd (UINTN Processor)
 {
@@ -93,9 +97,7 @@ RunTogether (UINTN Processor, VOID *Argument)
 {
   const auto *Arguments = static_cast<const TogetherArguments *> (Argument);
   __atomic_add_fetch (&mAtBarrier, 1, __ATOMIC_ACQ_REL);
-  while (__atomic_load_n (&mAtBarrier, __ATOMIC_ACQUIRE) < HandOverRecord ().Found.ProcessorCount) {
-    CpuPause ();
-  }
+  AwaitArrivals (&mAtBarrier, "barrier");
   Arguments->Job (Processor, Arguments->Argument);
 }
 
@@ -118,7 +120,7 @@ StartProcessors ()
     __builtin_memcpy (reinterpret_cast<VOID *> (TRAMPOLINE_BASE), gTrampoline,
                       static_cast<UINTN> (gTrampolineEnd - gTrampoline));
     LocalApicStartOthers (TRAMPOLINE_BASE / 0x1000);
-    AwaitArrivals (Count);
+    AwaitArrivals (&mArrived, "start");
     SortByApicId ();
   }
   if (Found.Processors[0].ApicId != LocalApicId ()) {
@@ -189,15 +191,5 @@ RunOnAllProcessors (ProcessorJob Job, VOID *Argument)
   RunTogether (0, &Arguments);
   for (UINTN Index = 1; Index < Count; ++Index) {
     AwaitEnd (Index);
-  }
-}
-
-VOID
-SleepUnless (const volatile bool *Pending)
-{
-  // An interrupt that comes after the look is taken when the instruction behind STI is done.
-  asm volatile("cli" ::: "memory");
-  if (!*Pending) {
-    asm volatile("sti\n\thlt\n\tcli" ::: "memory");
   }
 }

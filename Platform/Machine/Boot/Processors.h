@@ -21,6 +21,10 @@ VOID RunOnProcessor (UINTN Processor, ProcessorJob Job, VOID *Argument);
 /// Runs Job on all processors, which begin at the same moment, and waits for the end of all.
 VOID RunOnAllProcessors (ProcessorJob Job, VOID *Argument);
 
-/// Sleeps until an interrupt, an SMI or a machine check unless *Pending is true.
+/// Sleeps until an interrupt, an SMI or a machine check unless *Pending is true. Interrupts are
+/// taken in here only.
 VOID SleepUnless (const volatile bool *Pending);
+
+/// The HLT, one byte, with which it sleeps.
+extern const UINT8 gSleepHalt[];
 }

@@ -14,8 +14,6 @@ constexpr CHAR8 FileSizeName[] = "opt/velmora/image-size";
 constexpr CHAR8 QuietName[] = "opt/velmora/quiet";
 constexpr CHAR8 LogLevelsName[] = "opt/velmora/log-levels";
 
-constexpr UINT64 DriversMax = 16;
-
 /// Reads a setting of one number. Returns false when it is not given.
 bool
 ReadSetting (const CHAR8 *Name, UINTN Base, UINT64 Maximum, UINT64 &Number)
@@ -48,7 +46,7 @@ VOID
 ReadSettings ()
 {
   UINT64 Drivers = 1;
-  (void)ReadSetting (DriversName, 10, DriversMax, Drivers);
+  (void)ReadSetting (DriversName, 10, DriverMax, Drivers);
   UINT64 FileSize = 0;
   if (!ReadSetting (FileSizeName, 10, DRIVER_FILE_MAX, FileSize) && Drivers != 0) {
     EndRun (EndSettings, "boot: %a is missing\n", FileSizeName);

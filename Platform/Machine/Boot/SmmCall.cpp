@@ -2,6 +2,7 @@
 
 #include "ApmPort.h"
 #include "Machine.h"
+#include "MachineLog.h"
 #include "Processors.h"
 
 VOID
@@ -13,7 +14,10 @@ CallSmm (SmmCommand Command)
   SmmCommand Expected = SmmNone;
   __atomic_compare_exchange_n (Mine, &Expected, Command, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
   RaiseSmi ();
-  while (__atomic_load_n (Mine, __ATOMIC_SEQ_CST) != SmmNone) {
+  for (UINTN Pass = 0; __atomic_load_n (Mine, __ATOMIC_SEQ_CST) != SmmNone; ++Pass) {
+    if (Pass == SmiPassesMax) {
+      EndRun (EndMachine, "boot: processor %ld takes no SMI\n", ExecutingProcessorNumber ());
+    }
     CpuPause ();
   }
 }

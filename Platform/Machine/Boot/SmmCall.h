@@ -3,6 +3,9 @@
 
 #include "HandOver.h"
 
+/// Passes of a wait for an SMI that this processor has raised: SMM comes within a few.
+inline constexpr UINTN SmiPassesMax = 100000000;
+
 extern "C" {
 
 /// Raises an SMI with this command and waits until SMM is done with it.

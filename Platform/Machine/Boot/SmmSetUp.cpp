@@ -2,12 +2,14 @@
 
 #include "ApmPort.h"
 #include "Chipset.h"
-#include "Cmos.h"
 #include "HandOver.h"
 #include "Machine.h"
 #include "MachineLog.h"
 #include "Processors.h"
+#include "SmmCall.h"
 #include "SmmTileOffsets.h"
+
+constinit bool gSmmIsSetUp = false;
 
 extern "C" {
 
@@ -27,22 +29,8 @@ struct RelocationCall {
 };
 
 constexpr UINTN RelocationEntry = RESET_SMBASE + SMM_ENTRY_OFFSET;
-constexpr UINTN SmiPassesMax = 100000000;
-
 /// What memory that is closed reads as.
 constexpr UINT32 AllOnes = 0xFFFFFFFF;
-
-/// The images lie at fixed places.
-VOID
-CheckRamSize ()
-{
-  constexpr UINT64 First = 0x1000000;
-  constexpr UINT64 Unit = 0x10000;
-  const UINT64 Units = UINT64{ReadCmos (CmosMemoryHigh)} << 8 | ReadCmos (CmosMemoryLow);
-  if (First + Units * Unit != RAM_SIZE) {
-    EndRun (EndMachine, "boot: the machine has to have %d MiB of RAM\n", RAM_SIZE / 0x100000);
-  }
-}
 
 VOID
 LayImage ()
@@ -74,15 +62,11 @@ Relocate (UINTN Processor, VOID *)
   }
 }
 
-/// The first and the last word of TSEG, and the first of the image in it.
-constexpr UINTN Probes[] = {TSEG_BASE, SMM_IMAGE_BASE, TSEG_BASE + TSEG_SIZE - sizeof (UINT32)};
-
 VOID
 CheckTsegIsClosed ()
 {
-  for (const UINTN Address : Probes) {
-    // SMM itself finds at its start whether the signature of its image was overwritten.
-    MmioStore32 (Address, 0);
+  for (const UINTN Address : SmramProbes) {
+    MmioStore32 (Address, SmramProbePattern);
     if (MmioLoad32 (Address) != AllOnes) {
       EndRun (EndMachine, "boot: TSEG is open at 0x%lx\n", Address);
     }
@@ -95,7 +79,6 @@ CheckTsegIsClosed ()
 VOID
 SetUpSmm ()
 {
-  CheckRamSize ();
   LayImage ();
   __builtin_memcpy (reinterpret_cast<VOID *> (RelocationEntry), gRelocationHandler,
                     static_cast<UINTN> (gRelocationHandlerEnd - gRelocationHandler));
@@ -104,4 +87,5 @@ SetUpSmm ()
   }
   ChipsetLockTseg ();
   CheckTsegIsClosed ();
+  __atomic_store_n (&gSmmIsSetUp, true, __ATOMIC_RELEASE);
 }

@@ -7,16 +7,19 @@
 
 #include "MemoryMap.h"
 #include "Record/ErrorClass.h"
+#include "Record/RequestData.h"
+#include "SmmTileOffsets.h"
 
 inline constexpr UINTN ProcessorMax = 16;
+inline constexpr UINTN DriverMax = 16;
 inline constexpr UINTN PciFunctionMax = 64;
 inline constexpr UINTN InventoryEntryMax = 64;
-inline constexpr UINTN InventoryNameMax = 160;
+inline constexpr UINTN InventoryNameMax = REDFISH_ID_SIZE_MAX;
 
 /// Processors are counted in the order of their APIC ids, so the first one, which boots, is 0.
 struct MachineProcessor {
   UINT32 ApicId;
-  UINT32 Package, Core, Thread; ///< Each counted from 0 within the one before.
+  UINT32 Package, Core, Thread; ///< Fields of the APIC id, whose values may have gaps.
 };
 
 /// One PCI function. A capability is where it starts in configuration space, 0 without it.
@@ -25,10 +28,10 @@ struct PciFunction {
   UINT8 IsBridge;
   UINT8 IsRootPort;
   UINT8 SecondaryBus, SubordinateBus; ///< Of a bridge.
-  UINT8 Reserved;
+  UINT8 HasSlot;
   UINT16 ExpressCapability;
   UINT16 AerCapability;
-  UINT16 Slot; ///< Physical slot number of a root port.
+  UINT16 Slot; ///< Physical slot number behind a port that has a slot.
 };
 
 /// One device of the inventory, with the fields of its type.
@@ -91,6 +94,12 @@ HandOverRecord ()
 {
   return *reinterpret_cast<HandOverArea *> (HAND_OVER_BASE);
 }
+
+/// Where the boot code tries to write this once TSEG is closed, and SMM looks whether it could: the
+/// lowest word of a stack, the first of the image and the last of all.
+inline constexpr UINT32 SmramProbePattern = 0x0BADC0DE;
+inline constexpr UINTN SmramProbes[] = {SMM_TILES_BASE + TILE_STACK, SMM_IMAGE_BASE,
+                                        TSEG_BASE + TSEG_SIZE - sizeof (UINT32)};
 
 /// What lies at SMM_IMAGE_BASE. The boot code calls Prepare while TSEG is still plain RAM and the
 /// image lies in it.

@@ -3,6 +3,7 @@
 #include "Machine.h"
 #include "PrintLib.h"
 #include "ProcessorInstructions.h"
+#include "ProcessorLock.h"
 
 namespace {
 
@@ -12,14 +13,14 @@ constexpr UINT16 DebugExitPort = 0xF4;
 /// Passes after which a writer goes ahead without the lock: its holder has raised an exception.
 constexpr UINTN LockPassesMax = 10000000;
 
-constinit bool mLocked = false;
+constinit ProcessorLock mLock = false;
 
 /// Keeps texts of several processors apart. Returns whether the lock was taken.
 bool
 LockLog ()
 {
   for (UINTN Pass = 0; Pass < LockPassesMax; ++Pass) {
-    if (!__atomic_exchange_n (&mLocked, true, __ATOMIC_ACQUIRE)) {
+    if (TryLock (mLock)) {
       return true;
     }
     CpuPause ();
@@ -39,7 +40,7 @@ PrintMarker (const CHAR8 *Format, VA_LIST Args)
     }
   }
   if (Locked) {
-    __atomic_store_n (&mLocked, false, __ATOMIC_RELEASE);
+    GiveLock (mLock);
   }
 }
 

@@ -2,19 +2,24 @@
 ///
 /// Every error goes to the listeners of the status-code router as the machine's own firmware would
 /// send it: an error code of HARDWARE_ERROR_STATUS_CODE with a record of one section. The source is
-/// cleared behind the report even if no listener takes it up, or it would be found for ever.
+/// cleared even if no listener takes it up, or it would be found for ever.
 #pragma once
 
 #include "Base.h"
 
 /// One PCI Express function to look at. A root port must be among the sources for its own errors,
 /// and so that what it has noted of the devices behind it is cleared.
+///
+/// FindPcieErrorRegisters fills in what stands behind Function.
 struct PcieErrorSource {
   UINT64 WindowBase; ///< Where the configuration space of its segment is mapped.
   UINT16 Segment;
   UINT8 Bus;
   UINT8 Device;
   UINT8 Function;
+  bool HasRootRegisters; ///< As root ports and event collectors have.
+  UINT16 Express;        ///< Offsets of the two capabilities.
+  UINT16 Aer;
 };
 
 /// Addresses that lie on one DIMM. Rows do not overlap.
@@ -26,6 +31,7 @@ struct DimmRange {
   UINT8 Dimm;    ///< On the channel.
 };
 
+/// The tables are the caller's, and stay as they are while somebody reports.
 struct HardwareErrorSources {
   const PcieErrorSource *Pcie;
   UINTN PcieCount;
@@ -38,14 +44,18 @@ struct HardwareErrorSources {
 
 extern "C" {
 
+/// Looks where the registers of a function lie. Returns false for one that is absent, has no
+/// Advanced Error Reporting or has lists that lead astray: it is no source.
+bool FindPcieErrorRegisters (PcieErrorSource *Source);
+
 /// Reports what the functions hold in their Advanced Error Reporting capability and do not mask:
 /// one record for all uncorrectable errors of a function, fatal if any of them is, and one for all
 /// corrected ones. Root ports and event collectors come first, and their root error status is
 /// cleared ahead of all else: whatever fails from then on raises its message anew. A function that
-/// is absent, has no such capability or has lists that lead astray is passed over. Masked errors
-/// are neither reported nor cleared on their own.
+/// does not answer is passed over. Masked errors are neither reported nor cleared on their own.
 ///
-/// All processors see the same functions: the caller sees to it that one at a time is here.
+/// All processors see the same functions, and any number of them may be here: what a function holds
+/// is read and cleared by one of them, which then reports it while the others go on.
 /// Returns the number of records that a listener took up.
 UINTN ReportPcieErrors (const HardwareErrorSources *Sources);
 
@@ -64,7 +74,4 @@ UINTN ReportPcieErrors (const HardwareErrorSources *Sources);
 /// one of them at a time is here. IA32_MCG_STATUS is left to whoever handles the exception.
 /// Returns the number of records that a listener took up. (Intel SDM, volume 3, chapter 16.)
 UINTN ReportMachineChecks (const HardwareErrorSources *Sources);
-
-/// Both of the above, by a caller who has the machine to himself.
-UINTN ReportHardwareErrors (const HardwareErrorSources *Sources);
 }

@@ -2,7 +2,7 @@
 /// volume 2, chapter 9).
 #pragma once
 
-#include "Base.h"
+#include "Machine.h"
 
 inline constexpr UINT32 IA32_MCG_CAP = 0x179;
 inline constexpr UINT64 MCG_CAP_BANK_COUNT = 0xFF;
@@ -17,6 +17,10 @@ inline constexpr UINT32 IA32_MC0_ADDR = 0x402;
 inline constexpr UINT32 IA32_MC0_MISC = 0x403;
 inline constexpr UINT32 MC_REGISTERS_PER_BANK = 4;
 inline constexpr UINT32 MC_BANK_COUNT_MAX = 32;
+
+/// Version leaf of CPUID, and its bit in EDX for a processor that has these registers.
+inline constexpr UINT32 CPUID_VERSION = 1;
+inline constexpr UINT32 CPUID_VERSION_EDX_MCA = 1U << 14;
 
 inline constexpr UINT64 MC_STATUS_VALID = 1ULL << 63;
 inline constexpr UINT64 MC_STATUS_OVERFLOW = 1ULL << 62;
@@ -38,3 +42,16 @@ inline constexpr UINT16 MCACOD_MEMORY_REQUEST_SCRUB = 0x0040;
 /// LL of the codes that have it.
 inline constexpr UINT16 MCACOD_LEVEL = 0x0003;
 inline constexpr UINT16 MCACOD_LEVEL_GENERIC = 0x0003;
+
+/// Number of banks of the executing processor that can be reached.
+inline UINT32
+MachineCheckBankCount ()
+{
+  UINT32 Edx = 0;
+  (void)AsmCpuid (CPUID_VERSION, nullptr, nullptr, nullptr, &Edx);
+  if ((Edx & CPUID_VERSION_EDX_MCA) == 0) {
+    return 0;
+  }
+  const auto Count = static_cast<UINT32> (AsmReadMsr64 (IA32_MCG_CAP) & MCG_CAP_BANK_COUNT);
+  return Count < MC_BANK_COUNT_MAX ? Count : MC_BANK_COUNT_MAX;
+}

@@ -7,10 +7,8 @@
 namespace {
 
 constexpr UINT32 CpuidVendor = 0;
-constexpr UINT32 CpuidVersion = 1;
-constexpr UINT32 CpuidVersionEdxMca = 1U << 14;
 
-/// ErrorStatus of a section (UEFI 2.10, N.2.13): its type, and what it adds.
+/// ErrorStatus of a section (UEFI 2.10, appendix N, "Error Status"): its type, and what it adds.
 constexpr UINT64 ErrorStatusMemory = 4 << 8;
 constexpr UINT64 ErrorStatusAddress = 1 << 16;
 constexpr UINT64 ErrorStatusOverflow = 1 << 22;
@@ -172,7 +170,7 @@ bool
 ReportProcessorError (const BankError *Error, const EFI_GUID *Notification, UINT64 ApicId)
 {
   UINT32 Version = 0;
-  (void)AsmCpuid (CpuidVersion, &Version, nullptr, nullptr, nullptr);
+  (void)AsmCpuid (CPUID_VERSION, &Version, nullptr, nullptr, nullptr);
   const CodeClass *Class = FindCodeClass (Error->Code);
 
   EFI_PROCESSOR_GENERIC_ERROR_DATA Section = {};
@@ -198,18 +196,6 @@ ReportProcessorError (const BankError *Error, const EFI_GUID *Notification, UINT
                             &Section, sizeof (Section));
 }
 
-UINT32
-BankCount ()
-{
-  UINT32 Edx = 0;
-  (void)AsmCpuid (CpuidVersion, nullptr, nullptr, nullptr, &Edx);
-  if ((Edx & CpuidVersionEdxMca) == 0) {
-    return 0;
-  }
-  const auto Count = static_cast<UINT32> (AsmReadMsr64 (IA32_MCG_CAP) & MCG_CAP_BANK_COUNT);
-  return Count < MC_BANK_COUNT_MAX ? Count : MC_BANK_COUNT_MAX;
-}
-
 } // namespace
 
 UINTN
@@ -217,7 +203,7 @@ ReportMachineChecks (const HardwareErrorSources *Sources)
 {
   const ProcessorPlace Place =
       gWorld.PlaceOfProcessor (gWorld.Context, gWorld.ExecutingProcessor (gWorld.Context));
-  const UINT32 Banks = BankCount ();
+  const UINT32 Banks = MachineCheckBankCount ();
   UINTN Count = 0;
   for (UINT32 Bank = 0; Bank < Banks; ++Bank) {
     BankError Error = {};

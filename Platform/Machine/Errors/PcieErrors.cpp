@@ -1,6 +1,8 @@
 #include "ErrorReport.h"
 #include "HardwareErrors.h"
 #include "Machine.h"
+#include "PciCapabilities.h"
+#include "ProcessorLock.h"
 #include "Record/PciBridgeHeader.h"
 #include "Record/PcieRegisters.h"
 #include "Record/UsraPcieAddress.h"
@@ -8,12 +10,6 @@
 namespace {
 
 constexpr UINT32 AllOnes = 0xFFFFFFFF;
-
-/// The two parts of configuration space, and how many capabilities can lie in each.
-constexpr UINTN ConfigurationSize = 0x100;
-constexpr UINTN ExtendedConfigurationSize = 0x1000;
-constexpr UINTN CapabilityCountMax = (ConfigurationSize - sizeof (PcieHeader)) / 4;
-constexpr UINTN ExtendedCapabilityCountMax = (ExtendedConfigurationSize - ConfigurationSize) / 4;
 
 /// ValidationBits of a PCIe error section (UEFI 2.10, N.2.7).
 constexpr UINT64 PortTypeValid = 1 << 0;
@@ -23,13 +19,16 @@ constexpr UINT64 BridgeControlStatusValid = 1 << 5;
 constexpr UINT64 CapabilityStructureValid = 1 << 6;
 constexpr UINT64 AerInfoValid = 1 << 7;
 
-/// One function and where its capabilities are mapped.
-struct FunctionRegisters {
-  UINTN Header;
-  UINTN Express;
-  UINTN Aer;
-  bool HasRootRegisters;
+/// What was taken off a function.
+struct TakenErrors {
+  UINT32 Uncorrectable; ///< Those that are not masked, and the same below.
+  UINT32 Corrected;
+  bool IsFatal; ///< One of the uncorrectable ones is.
+  EFI_PCIE_ERROR_DATA Section;
 };
+
+/// Is with the processor that takes errors off a function.
+constinit ProcessorLock mLock = false;
 
 /// Copies Size bytes of registers, a multiple of 4.
 VOID
@@ -41,113 +40,41 @@ ReadRegisters (VOID *To, UINTN Address, UINTN Size)
   }
 }
 
-/// Returns the offset of a capability, or 0. A list may be damaged: it ends at the header, and
-/// after as many capabilities as there is room for.
 UINTN
-FindCapability (UINTN Function, const PcieHeader *Header, UINT8 Id)
+FunctionOf (const PcieErrorSource *Source)
 {
-  UINTN Offset =
-      (Header->Status & PCI_STATUS_CAPABILITIES_LIST) != 0 ? Header->CapabilitiesPointer : 0U;
-  for (UINTN Count = 0; Count < CapabilityCountMax; ++Count) {
-    Offset &= ~UINTN{3};
-    if (Offset < sizeof (PcieHeader)) {
-      break;
-    }
-    const UINT32 Capability = MmioLoad32 (Function + Offset);
-    if ((Capability & 0xFF) == Id) {
-      return Offset;
-    }
-    Offset = (Capability >> 8) & 0xFF;
-  }
-  return 0;
-}
-
-/// The same for the extended capabilities.
-UINTN
-FindExtendedCapability (UINTN Function, UINT16 Id)
-{
-  UINTN Offset = ConfigurationSize;
-  for (UINTN Count = 0; Count < ExtendedCapabilityCountMax; ++Count) {
-    if (Offset < ConfigurationSize) {
-      break;
-    }
-    const UINT32 Capability = MmioLoad32 (Function + Offset);
-    if (Capability == 0 || Capability == AllOnes) {
-      break;
-    }
-    if ((Capability & 0xFFFF) == Id) {
-      return Offset;
-    }
-    Offset = (Capability >> 20) & ~3U;
-  }
-  return 0;
-}
-
-UINT8
-PortTypeOf (UINT16 Capabilities)
-{
-  return static_cast<UINT8> ((Capabilities >> 4) & 0xF);
-}
-
-/// Returns false for a function without Advanced Error Reporting.
-bool
-FindRegisters (const PcieErrorSource *Source, FunctionRegisters *Registers, PcieHeader *Header)
-{
-  const UINTN Function =
-      Source->WindowBase + PcieLocation (Source->Bus, Source->Device, Source->Function, 0);
-  ReadRegisters (Header, Function, sizeof (*Header));
-  if (Header->VendorId == 0xFFFF) {
-    return false;
-  }
-  const UINTN Express = FindCapability (Function, Header, PCI_CAPABILITY_ID_EXPRESS);
-  if (Express == 0 || Express + offsetof (PcieCapability, SecondVersion) > ConfigurationSize) {
-    return false;
-  }
-  const UINT8 PortType =
-      PortTypeOf (MmioLoad16 (Function + Express + offsetof (PcieCapability, Capabilities)));
-  const bool HasRootRegisters =
-      PortType == PciePortTypeRootPort || PortType == PciePortTypeEventCollector;
-  const UINTN AerSize =
-      HasRootRegisters ? sizeof (AerCapability) : offsetof (AerCapability, RootErrorCommand);
-  const UINTN Aer = FindExtendedCapability (Function, PCIE_EXTENDED_CAPABILITY_ID_AER);
-  if (Aer == 0 || Aer + AerSize > ExtendedConfigurationSize) {
-    return false;
-  }
-  *Registers = {.Header = Function,
-                .Express = Function + Express,
-                .Aer = Function + Aer,
-                .HasRootRegisters = HasRootRegisters};
-  return true;
+  return Source->WindowBase + PcieLocation (Source->Bus, Source->Device, Source->Function, 0);
 }
 
 /// Reads the capability, and clears the root error status ahead of reading what it may tell of: an
 /// error that comes in between is then told anew.
 AerCapability
-TakeAer (const FunctionRegisters *Registers)
+TakeAer (const PcieErrorSource *Source)
 {
   constexpr UINTN RootOffset = offsetof (AerCapability, RootErrorCommand);
+  const UINTN Registers = FunctionOf (Source) + Source->Aer;
   AerCapability Aer = {};
-  if (Registers->HasRootRegisters) {
-    ReadRegisters (reinterpret_cast<UINT8 *> (&Aer) + RootOffset, Registers->Aer + RootOffset,
+  if (Source->HasRootRegisters) {
+    ReadRegisters (reinterpret_cast<UINT8 *> (&Aer) + RootOffset, Registers + RootOffset,
                    sizeof (Aer) - RootOffset);
-    MmioStore32 (Registers->Aer + offsetof (AerCapability, RootErrorStatus), Aer.RootErrorStatus);
+    MmioStore32 (Registers + offsetof (AerCapability, RootErrorStatus), Aer.RootErrorStatus);
   }
-  ReadRegisters (&Aer, Registers->Aer, RootOffset);
+  ReadRegisters (&Aer, Registers, RootOffset);
   return Aer;
 }
 
 /// Reads the PCI Express capability. What its version does not have, or what would lie beyond the
 /// end of configuration space, is zeros.
 PcieCapability
-ReadExpress (const FunctionRegisters *Registers)
+ReadExpress (const PcieErrorSource *Source)
 {
   PcieCapability Express = {};
   constexpr UINTN FirstVersionSize = offsetof (PcieCapability, SecondVersion);
-  const bool HasAll =
-      Registers->Express + sizeof (Express) <= Registers->Header + ConfigurationSize;
-  ReadRegisters (&Express, Registers->Express, FirstVersionSize);
+  const UINTN Registers = FunctionOf (Source) + Source->Express;
+  const bool HasAll = Source->Express + sizeof (Express) <= PciConfigurationSize;
+  ReadRegisters (&Express, Registers, FirstVersionSize);
   if ((Express.Capabilities & 0xF) >= 2 && HasAll) {
-    ReadRegisters (Express.SecondVersion, Registers->Express + FirstVersionSize,
+    ReadRegisters (Express.SecondVersion, Registers + FirstVersionSize,
                    sizeof (Express.SecondVersion));
   }
   return Express;
@@ -162,7 +89,7 @@ MakeSection (const PcieErrorSource *Source,
   EFI_PCIE_ERROR_DATA Section = {};
   Section.ValidationBits =
       PortTypeValid | CommandStatusValid | DeviceIdValid | CapabilityStructureValid | AerInfoValid;
-  Section.PortType = PortTypeOf (Express->Capabilities);
+  Section.PortType = PciePortTypeOf (Express->Capabilities);
   Section.CommandStatus = static_cast<UINT32> (Header->Status) << 16 | Header->Command;
 
   EFI_GENERIC_ERROR_PCIE_DEV_BRIDGE_ID &Id = Section.DevBridge;
@@ -190,53 +117,87 @@ MakeSection (const PcieErrorSource *Source,
   return Section;
 }
 
-/// Reports the errors of one kind and clears them by writing ones. Returns 1 if a listener took
-/// them up, else 0.
-UINTN
-ReportKind (const EFI_PCIE_ERROR_DATA *Section,
-            UINT32 Severity,
-            UINTN StatusRegister,
-            UINT32 Status)
+/// Reads and clears what a function holds. Returns false when that is nothing.
+bool
+TakeErrors (const PcieErrorSource *Source, TakenErrors *Taken)
 {
-  const bool Taken = ReportErrorRecord (Severity, &gEfiEventNotificationTypePcieGuid,
-                                        &gEfiPcieErrorSectionGuid, Section, sizeof (*Section));
-  MmioStore32 (StatusRegister, Status);
-  return Taken ? 1 : 0;
+  const UINTN Function = FunctionOf (Source);
+  const AerCapability Aer = TakeAer (Source);
+  Taken->Uncorrectable = Aer.UncorrectableStatus & ~Aer.UncorrectableMask;
+  Taken->Corrected = Aer.CorrectedStatus & ~Aer.CorrectedMask;
+  Taken->IsFatal = (Taken->Uncorrectable & Aer.UncorrectableSeverity) != 0;
+  const bool HasGone = Aer.Header == AllOnes || Aer.UncorrectableStatus == AllOnes;
+  if (HasGone || (Taken->Uncorrectable == 0 && Taken->Corrected == 0)) {
+    return false;
+  }
+
+  PcieHeader Header;
+  ReadRegisters (&Header, Function, sizeof (Header));
+  const PcieCapability Express = ReadExpress (Source);
+  Taken->Section = MakeSection (Source, &Header, &Express, &Aer);
+  if (Taken->Uncorrectable != 0) {
+    MmioStore32 (Function + Source->Aer + offsetof (AerCapability, UncorrectableStatus),
+                 Aer.UncorrectableStatus);
+  }
+  if (Taken->Corrected != 0) {
+    MmioStore32 (Function + Source->Aer + offsetof (AerCapability, CorrectedStatus),
+                 Aer.CorrectedStatus);
+  }
+  MmioStore16 (Function + Source->Express + offsetof (PcieCapability, DeviceStatus),
+               Express.DeviceStatus & PCIE_DEVICE_STATUS_ERRORS);
+  return true;
+}
+
+/// Reports one kind of what was taken. Returns 1 if a listener took it up, else 0.
+UINTN
+ReportKind (const TakenErrors *Taken, UINT32 Severity)
+{
+  return ReportErrorRecord (Severity, &gEfiEventNotificationTypePcieGuid, &gEfiPcieErrorSectionGuid,
+                            &Taken->Section, sizeof (Taken->Section))
+             ? 1
+             : 0;
 }
 
 UINTN
-ReportFunction (const PcieErrorSource *Source,
-                const FunctionRegisters *Registers,
-                const PcieHeader *Header)
+ReportFunction (const PcieErrorSource *Source)
 {
-  const AerCapability Aer = TakeAer (Registers);
-  const UINT32 Uncorrectable = Aer.UncorrectableStatus & ~Aer.UncorrectableMask;
-  const UINT32 Corrected = Aer.CorrectedStatus & ~Aer.CorrectedMask;
-  const bool HasGone = Aer.Header == AllOnes || Aer.UncorrectableStatus == AllOnes;
-  if (HasGone || (Uncorrectable == 0 && Corrected == 0)) {
-    return 0;
-  }
-
-  const PcieCapability Express = ReadExpress (Registers);
-  const EFI_PCIE_ERROR_DATA Section = MakeSection (Source, Header, &Express, &Aer);
+  TakenErrors Taken;
+  TakeLock (mLock);
+  const bool HasErrors = TakeErrors (Source, &Taken);
+  GiveLock (mLock);
   UINTN Count = 0;
-  if (Uncorrectable != 0) {
-    const bool IsFatal = (Uncorrectable & Aer.UncorrectableSeverity) != 0;
-    Count += ReportKind (&Section, IsFatal ? CperSeverityFatal : CperSeverityRecoverable,
-                         Registers->Aer + offsetof (AerCapability, UncorrectableStatus),
-                         Aer.UncorrectableStatus);
+  if (HasErrors && Taken.Uncorrectable != 0) {
+    Count += ReportKind (&Taken, Taken.IsFatal ? CperSeverityFatal : CperSeverityRecoverable);
   }
-  if (Corrected != 0) {
-    Count += ReportKind (&Section, CperSeverityCorrected,
-                         Registers->Aer + offsetof (AerCapability, CorrectedStatus),
-                         Aer.CorrectedStatus);
+  if (HasErrors && Taken.Corrected != 0) {
+    Count += ReportKind (&Taken, CperSeverityCorrected);
   }
-  MmioStore16 (Registers->Express + offsetof (PcieCapability, DeviceStatus),
-               Express.DeviceStatus & PCIE_DEVICE_STATUS_ERRORS);
   return Count;
 }
 
 } // namespace
+
+bool
+FindPcieErrorRegisters (PcieErrorSource *Source)
+{
+  const UINTN Function = FunctionOf (Source);
+  if (MmioLoad16 (Function + offsetof (PcieHeader, VendorId)) == 0xFFFF) {
+    return false;
+  }
+  Source->Express = FindPciCapability (Function, PCI_CAPABILITY_ID_EXPRESS);
+  if (Source->Express == 0 ||
+      Source->Express + offsetof (PcieCapability, SecondVersion) > PciConfigurationSize) {
+    return false;
+  }
+  const UINT8 PortType = PciePortTypeOf (
+      MmioLoad16 (Function + Source->Express + offsetof (PcieCapability, Capabilities)));
+  Source->HasRootRegisters =
+      PortType == PciePortTypeRootPort || PortType == PciePortTypeEventCollector;
+  const UINTN AerSize = Source->HasRootRegisters ? sizeof (AerCapability)
+                                                 : offsetof (AerCapability, RootErrorCommand);
+  Source->Aer = FindExtendedPciCapability (Function, PCIE_EXTENDED_CAPABILITY_ID_AER);
+  return Source->Aer != 0 && Source->Aer + AerSize <= PciExtendedConfigurationSize;
+}
 
 UINTN
 ReportPcieErrors (const HardwareErrorSources *Sources)
@@ -245,12 +206,8 @@ ReportPcieErrors (const HardwareErrorSources *Sources)
   UINTN Count = 0;
   for (const bool RootRegisters : RootsFirst) {
     for (UINTN Index = 0; Index < Sources->PcieCount; ++Index) {
-      FunctionRegisters Registers = {};
-      PcieHeader Header = {};
-      if (FindRegisters (&Sources->Pcie[Index], &Registers, &Header) &&
-          Registers.HasRootRegisters == RootRegisters) {
-        Count += ReportFunction (&Sources->Pcie[Index], &Registers, &Header);
-      }
+      const PcieErrorSource *Source = &Sources->Pcie[Index];
+      Count += Source->HasRootRegisters == RootRegisters ? ReportFunction (Source) : 0;
     }
   }
   return Count;

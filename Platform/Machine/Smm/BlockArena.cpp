@@ -73,9 +73,12 @@ TakeFrom (BlockArena *Arena, UINTN Offset, UINTN Size)
 bool
 IsWhole (StretchHead *Stretch, UINTN Size)
 {
+  if (Stretch->Mark != GuardPattern || Stretch->Used != Size) {
+    return false;
+  }
   UINT64 Behind;
   __builtin_memcpy (&Behind, GuardBehind (Stretch), sizeof Behind);
-  return Stretch->Mark == GuardPattern && Stretch->Used == Size && Behind == GuardPattern;
+  return Behind == GuardPattern;
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 /// Memory for one pool: a range of addresses out of which blocks are given.
 #pragma once
 
-#include "SmmLock.h"
+#include "Base.h"
+#include "ProcessorLock.h"
 
 /// The range is a row of stretches without gaps, each with a head and, when it is a block, a guard
 /// behind it.
@@ -9,7 +10,7 @@ struct BlockArena {
   UINT8 *Start;
   UINTN Size;
   UINTN Cursor; ///< Offset of the stretch where the search for room goes on.
-  SmmLock Lock;
+  ProcessorLock Lock;
 };
 
 extern "C" {

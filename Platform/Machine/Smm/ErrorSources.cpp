@@ -3,16 +3,12 @@
 #include "HardwareErrors.h"
 #include "MachineWorld.h"
 #include "ProcessorInstructions.h"
-#include "SmmLock.h"
 
 namespace {
 
 [[gnu::section (".settled.data")]] constinit PcieErrorSource mPcie[PciFunctionMax] = {};
 [[gnu::section (".settled.data")]] constinit DimmRange mDimms[InventoryEntryMax] = {};
 [[gnu::section (".settled.data")]] constinit HardwareErrorSources mSources = {};
-
-/// All processors see the same PCI functions, and one at a time asks them.
-constinit SmmLock mPciLock = false;
 
 VOID
 WriteMsr (UINT32 Index, UINT64 Value)
@@ -28,13 +24,16 @@ ErrorSourcesStart ()
   mSources = {.Pcie = mPcie, .PcieCount = 0, .Dimms = mDimms, .DimmCount = 0, .WriteMsr = WriteMsr};
   for (UINTN Index = 0; Index < gFound.PciFunctionCount; ++Index) {
     const PciFunction &Each = gFound.PciFunctions[Index];
-    if (Each.AerCapability != 0) {
-      mPcie[mSources.PcieCount++] = {.WindowBase = PCI_WINDOW_BASE,
-                                     .Segment = 0,
-                                     .Bus = Each.Bus,
-                                     .Device = Each.Device,
-                                     .Function = Each.Function};
-    }
+    PcieErrorSource &Next = mPcie[mSources.PcieCount];
+    Next = {.WindowBase = PCI_WINDOW_BASE,
+            .Segment = 0,
+            .Bus = Each.Bus,
+            .Device = Each.Device,
+            .Function = Each.Function,
+            .HasRootRegisters = false,
+            .Express = 0,
+            .Aer = 0};
+    mSources.PcieCount += FindPcieErrorRegisters (&Next) ? 1 : 0;
   }
   for (UINTN Index = 0; Index < gFound.InventoryEntryCount; ++Index) {
     const InventoryEntry &Each = gFound.Inventory[Index];
@@ -51,8 +50,6 @@ ErrorSourcesStart ()
 VOID
 ServeErrorSources ()
 {
-  TakeLock (mPciLock);
   (void)ReportPcieErrors (&mSources);
-  GiveLock (mPciLock);
   (void)ReportMachineChecks (&mSources);
 }

@@ -77,14 +77,19 @@ AddInventory ()
   }
 }
 
-/// Whether all counts fit their tables: what lies outside SMRAM is no more to be trusted than its
-/// writer.
+/// Whether all counts fit their tables and all names end: what lies outside SMRAM is no more to be
+/// trusted than its writer.
 bool
 IsSound (const HandOver &Found)
 {
-  return Found.ProcessorCount != 0 && Found.ProcessorCount <= ProcessorMax &&
-         Found.PciFunctionCount <= PciFunctionMax &&
-         Found.InventoryEntryCount <= InventoryEntryMax && Found.DriverFileSize <= DRIVER_FILE_MAX;
+  bool Sound = Found.ProcessorCount != 0 && Found.ProcessorCount <= ProcessorMax &&
+               Found.PciFunctionCount <= PciFunctionMax &&
+               Found.InventoryEntryCount <= InventoryEntryMax && Found.DriverCount <= DriverMax &&
+               Found.DriverFileSize <= DRIVER_FILE_MAX;
+  for (UINTN Index = 0; Sound && Index < Found.InventoryEntryCount; ++Index) {
+    Sound = Found.Inventory[Index].Name[InventoryNameMax - 1] == '\0';
+  }
+  return Sound;
 }
 
 } // namespace

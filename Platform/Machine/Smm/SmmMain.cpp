@@ -27,17 +27,22 @@ namespace {
 
 constinit SmiStatistics mStatistics[ProcessorMax] = {};
 
-/// Set with the end of the drivers' loading.
+/// The step of the boot that may be asked for next, each once.
+constinit SmmCommand mNextStep = SmmStart;
+
+/// Set with the end of the boot: errors are served from then on.
 constinit bool mReady = false;
+
+/// Of what is read-only, when mReady was set.
 constinit UINT64 mChecksumAtReady = 0;
 
 VOID
 Start ()
 {
-  // The boot code has tried to overwrite the signature from outside.
-  const auto *Header = reinterpret_cast<const volatile SmmImageHeader *> (SMM_IMAGE_BASE);
-  if (Header->Signature != SmmImageSignature) {
-    EndRun (EndMachine, "smm: a write from outside has reached SMRAM\n");
+  for (const UINTN Address : SmramProbes) {
+    if (*reinterpret_cast<const volatile UINT32 *> (Address) == SmramProbePattern) {
+      EndRun (EndMachine, "smm: a write from outside has reached SMRAM\n");
+    }
   }
   LogPrint ("smm: the first processor is in SMM\n");
   MachineWorldStart ();
@@ -67,15 +72,31 @@ ReportState ()
   __builtin_memcpy (Report.Processors, mStatistics, sizeof mStatistics);
 }
 
+/// Runs a step of the boot if its turn has come; whoever writes outside SMRAM could ask at any
+/// time.
+VOID
+RunStep (SmmCommand Step)
+{
+  SmmCommand Expected = Step;
+  if (!__atomic_compare_exchange_n (&mNextStep, &Expected, SmmNone, false, __ATOMIC_ACQ_REL,
+                                    __ATOMIC_ACQUIRE)) {
+    return;
+  }
+  if (Step == SmmStart) {
+    Start ();
+    __atomic_store_n (&mNextStep, SmmReadyToLock, __ATOMIC_RELEASE);
+  } else {
+    MakeReady ();
+  }
+}
+
 VOID
 RunCommand (SmmCommand Command)
 {
   switch (Command) {
   case SmmStart:
-    Start ();
-    break;
   case SmmReadyToLock:
-    MakeReady ();
+    RunStep (Command);
     break;
   case SmmReadState:
     ReportState ();

@@ -32,7 +32,7 @@ constexpr UINT32 BadTlp = 0x40;
 constexpr PcieErrorSource
 Source (UINT8 Bus, UINT8 Device, UINT8 Function)
 {
-  return {SimulatedPciBase + PciSegmentSize, 1, Bus, Device, Function};
+  return {SimulatedPciBase + PciSegmentSize, 1, Bus, Device, Function, false, 0, 0};
 }
 
 SimulatedMachine *mMachine = nullptr;
@@ -109,15 +109,17 @@ public:
     const OnProcessor Acting (Processor);
     const HostWorld::Position Start = Platform.World.Now ();
     mRecords.clear ();
+    std::vector<PcieErrorSource> Found = Pcie;
+    std::erase_if (Found, [] (PcieErrorSource &Each) { return !FindPcieErrorRegisters (&Each); });
     const HardwareErrorSources Sources = {
-        .Pcie = Pcie.data (),
-        .PcieCount = Pcie.size (),
+        .Pcie = Found.data (),
+        .PcieCount = Found.size (),
         .Dimms = Dimms,
         .DimmCount = std::size (Dimms),
         .WriteMsr = [] (UINT32 Index, UINT64 Value) {
           mMachine->Processor (ExecutingProcessor ()).Msrs.at (Index) = Value;
         }};
-    const UINTN Count = ReportHardwareErrors (&Sources);
+    const UINTN Count = ReportPcieErrors (&Sources) + ReportMachineChecks (&Sources);
     EXPECT_EQ (Count, mRecords.size ());
     std::string Text;
     for (const BmcRequest &Event : Platform.World.RequestsSince (Start, Processor)) {
