@@ -142,7 +142,8 @@ MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINT
   Append (Arguments, {"-cpu", Options.Cpu, "-smp",
                       fmt::format ("{},sockets={},threads={}", Options.ProcessorCount,
                                    Options.SocketCount, Options.ThreadCount)});
-  Append (Arguments, {"-bios", Options.Rom.string ()});
+  // The ROM is the only one: this option of QEMU's own accelerator would bring another.
+  Append (Arguments, {"-bios", Options.Rom.string (), "-global", "apic.vapic=off"});
   AppendChannels (Arguments, Files);
   AppendPorts (Arguments, Options.PortCount);
   AppendBmc (Arguments, Options);
