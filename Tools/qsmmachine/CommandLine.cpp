@@ -130,7 +130,7 @@ KindsText ()
   std::string Text = "Kinds of errors:\n";
   for (const ErrorKind &Kind : ErrorKinds ()) {
     const bool IsDevice = Kind.Target == ErrorTarget::Device;
-    Text += fmt::format ("  {:<26}{}; {} unless given\n",
+    Text += fmt::format ("  {:<27}{}; {} unless given\n",
                          fmt::format ("{}@{}", Kind.Name, IsDevice ? "DEVICE" : "CPU"), Kind.Help,
                          IsDevice ? "nv1" : "0");
   }

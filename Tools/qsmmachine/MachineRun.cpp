@@ -1,5 +1,7 @@
 #include "MachineRun.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 
 #include <fmt/format.h>
@@ -22,6 +24,18 @@ LogText (const std::filesystem::path &File)
   return std::filesystem::exists (File) ? ReadInputFile (File, LOG_SIZE_MAX) : "";
 }
 
+/// Waits for the event of an error that the machine hears of by itself.
+BmcEvent
+WaitForEvent (BmcProcess &Bmc, const Injection &Error)
+{
+  try {
+    return Bmc.WaitForEvent ();
+  } catch (const MachineError &Failure) {
+    throw MachineError (
+        fmt::format ("{}@{}: no event: {}", Error.Kind->Name, TargetText (Error), Failure.what ()));
+  }
+}
+
 void
 Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
 {
@@ -35,17 +49,23 @@ Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
   EmulatedMachine Machine (Options);
   Machine.WaitUntilReady ();
   for (const Injection &Error : Plan.Injections) {
+    std::vector<BmcEvent> Events;
     if (Bmc) {
       Report.Steps.push_back ({.Error = Error, .Events = {}});
     }
     Error.Kind->Inject (Machine, Options, Error.Number);
-    // Corrected errors raise no interrupt: somebody must look.
+    // Nobody may look before the interrupt has brought the error to the BMC.
+    if (Bmc && Error.Kind->Notice == ErrorNotice::Interrupt) {
+      Events.push_back (WaitForEvent (*Bmc, Error));
+    }
+    // Here the other errors are seen, and when it is done all processors are at rest.
     Machine.Command ("poll all");
     if (!Bmc) {
       continue;
     }
-    Report.Steps.back ().Events = Bmc->TakeEvents ();
-    if (Report.Steps.back ().Events.empty ()) {
+    std::ranges::move (Bmc->TakeEvents (), std::back_inserter (Events));
+    Report.Steps.back ().Events = Events;
+    if (Events.empty ()) {
       throw MachineError (
           fmt::format ("{}@{}: the BMC has got no event", Error.Kind->Name, TargetText (Error)));
     }

@@ -2,25 +2,28 @@
 
 #include <fmt/format.h>
 
+#include "MachineCheckRegisters.h"
+
 namespace {
 
-// IA32_MCi_STATUS (Intel SDM, volume 3, 16.3.2.2).
-constexpr UINT64 StatusValid = 1ULL << 63;
-constexpr UINT64 StatusUncorrected = 1ULL << 61;
-constexpr UINT64 StatusEnabled = 1ULL << 60;
-constexpr UINT64 StatusAddressValid = 1ULL << 58;
-constexpr UINT64 StatusContextCorrupt = 1ULL << 57;
+/// Compound error codes (Intel SDM, volume 3, 16.9.2): a memory controller's read on channel 0, and
+/// a read of data from the first level cache.
+constexpr UINT64 CODE_MEMORY_READ = 0x0090;
+constexpr UINT64 CODE_CACHE_DATA_READ = 0x0135;
 
-/// Compound error codes (ibidem, 16.9.2): a memory controller's read on channel 0, and a read of
-/// data from the first level cache.
-constexpr UINT64 CodeMemoryRead = 0x0090;
-constexpr UINT64 CodeCacheDataRead = 0x0135;
+constexpr UINT64 MEMORY_STATUS = MC_STATUS_VALID | MC_STATUS_ADDRESS_VALID | CODE_MEMORY_READ;
+constexpr UINT64 CACHE_STATUS = MC_STATUS_VALID | CODE_CACHE_DATA_READ;
 
-/// Banks that no two of the errors share.
-constexpr UINTN CacheBank = 1;
-constexpr UINTN MemoryBank = 7;
+/// What makes an error an exception: it is enabled, and the processor is serving it and can return.
+constexpr UINT64 EXCEPTION_STATUS = 1ULL << 60 | MC_STATUS_UNCORRECTED;
+constexpr UINT64 EXCEPTION_GLOBAL_STATUS = 1ULL << 2 | 1ULL << 0;
 
-constexpr UINT64 CacheStatus = StatusValid | StatusEnabled | CodeCacheDataRead;
+/// One bank for each class.
+constexpr UINTN CACHE_BANK = 1;
+constexpr UINTN MEMORY_BANK = 7;
+
+/// Where in the memory of its socket an error is.
+constexpr UINT64 ERROR_OFFSET = 0x1000;
 
 std::string
 DeviceName (UINTN Slot)
@@ -28,39 +31,55 @@ DeviceName (UINTN Slot)
   return fmt::format ("nv{}", Slot);
 }
 
-/// Writes the registers by the processor's own hand.
 void
-WriteBank (EmulatedMachine &Machine, UINTN Processor, UINT64 Status)
+InjectMemoryError (EmulatedMachine &Machine,
+                   const MachineOptions &Options,
+                   UINTN Processor,
+                   UINT64 Status,
+                   UINT64 GlobalStatus)
 {
-  Machine.Command (fmt::format ("bank {} {} {:x} 0 0", Processor, CacheBank, Status));
+  const UINT64 Socket = Processor / (Options.ProcessorCount / Options.SocketCount);
+  const UINT64 Address = Socket * (MEMORY_SIZE / Options.SocketCount) + ERROR_OFFSET;
+  Machine.InjectMachineCheck (Processor, MEMORY_BANK, MEMORY_STATUS | Status, GlobalStatus, Address,
+                              0);
 }
 
 constexpr ErrorKind Kinds[] = {
-    {"pcie-uncorrected", ErrorTarget::Device, "malformed TLP at a device behind a root port",
+    {"pcie-uncorrected", ErrorTarget::Device, ErrorNotice::Interrupt,
+     "malformed TLP at a device behind a root port, fatal",
      [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Slot) {
        Machine.InjectPcieError (DeviceName (Slot), "MALF_TLP", false);
      }},
-    {"pcie-corrected", ErrorTarget::Device, "bad TLP at a device behind a root port",
+    {"pcie-nonfatal", ErrorTarget::Device, ErrorNotice::Interrupt,
+     "completion time-out at a device behind a root port",
+     [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Slot) {
+       Machine.InjectPcieError (DeviceName (Slot), "COMP_TIME", false);
+     }},
+    {"pcie-corrected", ErrorTarget::Device, ErrorNotice::None,
+     "bad TLP at a device behind a root port",
      [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Slot) {
        Machine.InjectPcieError (DeviceName (Slot), "BAD_TLP", true);
      }},
-    {"memory-corrected", ErrorTarget::Processor,
-     "machine check of a corrected read from the memory of the processor's socket",
+    {"memory-uncorrected", ErrorTarget::Processor, ErrorNotice::Interrupt,
+     "#MC of a read from the memory of the processor's socket",
      [] (EmulatedMachine &Machine, const MachineOptions &Options, UINTN Processor) {
-       const UINT64 Socket = Processor / (Options.ProcessorCount / Options.SocketCount);
-       const UINT64 Address = Socket * (MEMORY_SIZE / Options.SocketCount) + 0x1000;
-       Machine.InjectMachineCheck (
-           Processor, MemoryBank, StatusValid | StatusEnabled | StatusAddressValid | CodeMemoryRead,
-           0, Address, 0);
+       InjectMemoryError (Machine, Options, Processor, EXCEPTION_STATUS, EXCEPTION_GLOBAL_STATUS);
      }},
-    {"processor-corrected", ErrorTarget::Processor, "a machine-check bank with a cache error",
-     [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Processor) {
-       WriteBank (Machine, Processor, CacheStatus);
+    {"memory-corrected", ErrorTarget::Processor, ErrorNotice::None,
+     "corrected read from the memory of the processor's socket",
+     [] (EmulatedMachine &Machine, const MachineOptions &Options, UINTN Processor) {
+       InjectMemoryError (Machine, Options, Processor, 0, 0);
      }},
-    {"processor-fatal", ErrorTarget::Processor,
-     "a machine-check bank with a cache error after which the processor cannot go on",
+    {"processor-fatal", ErrorTarget::Processor, ErrorNotice::Interrupt,
+     "#MC of a cache error after which the processor cannot go on",
      [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Processor) {
-       WriteBank (Machine, Processor, CacheStatus | StatusUncorrected | StatusContextCorrupt);
+       Machine.InjectMachineCheck (Processor, CACHE_BANK,
+                                   CACHE_STATUS | EXCEPTION_STATUS | MC_STATUS_CONTEXT_CORRUPT,
+                                   EXCEPTION_GLOBAL_STATUS, 0, 0);
+     }},
+    {"processor-corrected", ErrorTarget::Processor, ErrorNotice::None, "corrected cache error",
+     [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Processor) {
+       Machine.InjectMachineCheck (Processor, CACHE_BANK, CACHE_STATUS, 0, 0, 0);
      }},
 };
 

@@ -10,9 +10,16 @@ enum class ErrorTarget {
   Processor ///< A processor by its number, from 0 on.
 };
 
+/// How the machine comes to know of an error.
+enum class ErrorNotice {
+  Interrupt, ///< By an SMI of the root port, or by #MC. The processor must be at rest for that.
+  None       ///< A processor must look.
+};
+
 struct ErrorKind {
   const char *Name;
   ErrorTarget Target;
+  ErrorNotice Notice;
   const char *Help;
 
   /// Injects the error into the target, which the machine must have: the number of a processor, or
@@ -20,4 +27,5 @@ struct ErrorKind {
   void (*Inject) (EmulatedMachine &Machine, const MachineOptions &Options, UINTN Number);
 };
 
+/// All kinds that there are.
 std::span<const ErrorKind> ErrorKinds ();

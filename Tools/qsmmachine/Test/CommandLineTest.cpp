@@ -65,7 +65,7 @@ TEST_F (Qsmmachine, ListsTheKindsOfErrors)
 {
   const ToolResult Result = Run ("--help");
   EXPECT_EQ (Result.ExitCode, 0);
-  EXPECT_NE (Result.Out.find ("  pcie-uncorrected@DEVICE   malformed TLP"), std::string::npos)
+  EXPECT_NE (Result.Out.find ("  pcie-uncorrected@DEVICE    malformed TLP"), std::string::npos)
       << Result.Out;
 }
 
