@@ -7,6 +7,7 @@
 
 #include "InputFile.h"
 #include "MachineRun.h"
+#include "Record/PlatformLimits.h"
 #include "ToolOptions.h"
 #include "ToolRun.h"
 
@@ -47,7 +48,8 @@ ReadProcessors (const std::string &Text, MachineOptions &Options)
   Options.SocketCount = 1;
   if (Place != Text.size ()) {
     const std::string Sockets = Text.substr (Place + SOCKETS.size ());
-    Options.SocketCount = NumberOption ("--smp sockets", Sockets, 1, Options.ProcessorCount);
+    Options.SocketCount =
+        NumberOption ("--smp sockets", Sockets, 1, std::min (Options.ProcessorCount, SOCKET_MAX));
     if (Options.ProcessorCount % Options.SocketCount != 0) {
       RefuseOption ("--smp sockets", "a divisor of the number of processors", Sockets);
     }
@@ -148,7 +150,7 @@ QsmmachineMain (int ArgumentCount, const char *const *Arguments, Console &Consol
   const auto Add = [&] (const char *Name, std::string &Value, const char *Help, const char *Type) {
     return App.add_option (Name, Value, Help)->type_name (Type);
   };
-  Add ("--smp", Parsed.Processors, "Processors, 1 to 16, in one socket unless given",
+  Add ("--smp", Parsed.Processors, "Processors, 1 to 16, in 1 to 4 sockets; in one unless given",
        "N[,sockets=M]")
       ->capture_default_str ();
   Add ("--drivers", Parsed.DriverCount, "How often the boot loads the driver", "N")
