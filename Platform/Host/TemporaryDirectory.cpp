@@ -3,13 +3,21 @@
 #include <cerrno>
 #include <system_error>
 
+#include <fmt/format.h>
 #include <stdlib.h>
+
+#include "InputFile.h"
 
 TemporaryDirectory::TemporaryDirectory ()
 {
-  std::string Name = (std::filesystem::temp_directory_path () / "qsm.XXXXXX").string ();
-  if (mkdtemp (Name.data ()) == nullptr) {
-    throw std::system_error (errno, std::generic_category (), Name);
+  std::error_code Error;
+  std::string Name = (std::filesystem::temp_directory_path (Error) / "qsm.XXXXXX").string ();
+  if (!Error && mkdtemp (Name.data ()) == nullptr) {
+    Error.assign (errno, std::generic_category ());
+  }
+  if (Error) {
+    throw InputError (
+        fmt::format ("TMPDIR: expected a directory to make one in: {}", Error.message ()));
   }
   Directory = Name;
 }

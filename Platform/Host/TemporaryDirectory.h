@@ -7,6 +7,7 @@
 /// kept.
 class TemporaryDirectory {
 public:
+  /// Makes it where TMPDIR says, or in /tmp. Throws InputError if that cannot be.
   TemporaryDirectory ();
   ~TemporaryDirectory ();
   TemporaryDirectory (const TemporaryDirectory &) = delete;

@@ -21,7 +21,8 @@ constexpr int GOOD_END = 16;
 std::string
 LogText (const std::filesystem::path &File)
 {
-  return std::filesystem::exists (File) ? ReadInputFile (File, LOG_SIZE_MAX) : "";
+  std::error_code Ignored;
+  return std::filesystem::exists (File, Ignored) ? ReadInputFile (File, LOG_SIZE_MAX) : "";
 }
 
 /// Waits for the event of an error that the machine hears of by itself.

@@ -10,6 +10,24 @@
 #include "LocalSocket.h"
 #include "MachineError.h"
 
+namespace {
+
+BmcEvent
+ReadEvent (const nlohmann::json &Json)
+{
+  try {
+    return {.Sequence = Json.at ("sequence"),
+            .Class = Json.at ("class"),
+            .Severity = Json.at ("severity"),
+            .Id = Json.at ("id"),
+            .Bytes = Json.at ("bytes")};
+  } catch (const nlohmann::json::exception &) {
+    throw MachineError (fmt::format ("BMC: expected an event, found {}", Json.dump ()));
+  }
+}
+
+} // namespace
+
 BmcProcess::BmcProcess (BmcProcessOptions Given) : Options (std::move (Given))
 {
   Start ();
@@ -108,11 +126,7 @@ BmcProcess::ReadUntil (const std::string &Key)
       throw MachineError (fmt::format ("BMC: expected an object, found {}", Line));
     }
     if (Json.contains ("sequence")) {
-      Events.push_back ({.Sequence = Json["sequence"],
-                         .Class = Json["class"],
-                         .Severity = Json["severity"],
-                         .Id = Json["id"],
-                         .Bytes = Json["bytes"]});
+      Events.push_back (ReadEvent (Json));
     }
     if (const auto Value = Json.find (Key); Value != Json.end ()) {
       return Value->is_string () ? Value->get<std::string> () : "";

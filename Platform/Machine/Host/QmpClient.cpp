@@ -46,5 +46,9 @@ QmpClient::Execute (const std::string &Command, const nlohmann::json &Arguments)
 std::string
 QmpClient::ExecuteHuman (const std::string &Line)
 {
-  return Execute ("human-monitor-command", {{"command-line", Line}}).get<std::string> ();
+  const nlohmann::json Answer = Execute ("human-monitor-command", {{"command-line", Line}});
+  if (!Answer.is_string ()) {
+    throw MachineError (fmt::format ("QMP: expected a text, found {}", Answer.dump ()));
+  }
+  return Answer.get<std::string> ();
 }

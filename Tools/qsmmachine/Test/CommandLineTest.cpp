@@ -62,6 +62,25 @@ TEST_F (Qsmmachine, ReportsARunThatDoesNotStart)
       << Json.Out;
 }
 
+TEST_F (Qsmmachine, ReportsABmcThatIsNone)
+{
+  Write ("bmc", "#!/bin/sh\necho '{\"sequence\":\"1\"}'\nread line\n");
+  std::filesystem::permissions ("bmc", std::filesystem::perms::owner_all);
+  const ToolResult Result = Run ("--rom rom --image image --bmc ./bmc");
+  EXPECT_EQ (Result.ExitCode, 1);
+  EXPECT_EQ (Result.Out, "fault: BMC: expected an event, found {\"sequence\":\"1\"}\n");
+}
+
+TEST_F (Qsmmachine, NeedsADirectoryForItsRun)
+{
+  setenv ("TMPDIR", "/nosuch", 1);
+  const ToolResult Result = Run ("--rom rom --image image");
+  unsetenv ("TMPDIR");
+  EXPECT_EQ (Result.ExitCode, 2);
+  EXPECT_EQ (Result.Err, "qsmmachine: TMPDIR: expected a directory to make one in: "
+                         "No such file or directory\n");
+}
+
 TEST_F (Qsmmachine, ListsTheKindsOfErrors)
 {
   const ToolResult Result = Run ("--help");
