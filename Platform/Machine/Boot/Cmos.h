@@ -12,6 +12,7 @@ inline constexpr UINT8 CmosMemoryLow = 0x34;
 inline constexpr UINT8 CmosMemoryHigh = 0x35;
 inline constexpr UINT8 CmosProcessors = 0x5F;
 
+/// Registers of the first bank, by ports that other processors must not use meanwhile.
 inline UINT8
 ReadCmos (UINT8 Index)
 {

@@ -13,6 +13,7 @@ extern "C" {
 /// Makes the APIC take interrupts. To be called on each processor.
 VOID LocalApicEnable ();
 
+/// Id of the executing processor's APIC, 8 bits.
 UINT32 LocalApicId ();
 
 /// The interrupt in service is done.

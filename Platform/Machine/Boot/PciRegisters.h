@@ -40,6 +40,7 @@ struct PciAddress {
   UINTN Bus, Device, Function;
 };
 
+/// Address of a register of a function; Offset is below 4096.
 inline UINTN
 RegisterOf (const PciAddress &Of, UINTN Offset)
 {

@@ -1,9 +1,10 @@
 // What a processor's first SMI runs, at the reset value of SMBASE: gives it another one. Copied to
 // RESET_SMBASE + 0x8000.
 
-// Offset in SMRAM of the save state's SMBASE (AMD64 APM, volume 2, table 10-1), and of this code.
+#include "SmmTileOffsets.h"
+
+// Offset in SMRAM of the save state's SMBASE (AMD64 APM, volume 2, table 10-1).
 #define SAVED_SMBASE 0xFF00
-#define ENTRY_OFFSET 0x8000
 
 .text
 .code16
@@ -17,8 +18,8 @@ NewSmbase:
 Done:
   .long 0
 1:
-  movl %cs:(NewSmbase - gRelocationHandler + ENTRY_OFFSET), %eax
+  movl %cs:(NewSmbase - gRelocationHandler + SMM_ENTRY_OFFSET), %eax
   movl %eax, %cs:SAVED_SMBASE
-  movl $1, %cs:(Done - gRelocationHandler + ENTRY_OFFSET)
+  movl $1, %cs:(Done - gRelocationHandler + SMM_ENTRY_OFFSET)
   rsm
 gRelocationHandlerEnd:

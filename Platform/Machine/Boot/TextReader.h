@@ -20,5 +20,6 @@ bool ReadWord (TextReader &Text, CHAR8 *Word, UINTN Size);
 /// Takes the next word as a number without a sign to that base, at most Maximum.
 bool ReadNumber (TextReader &Text, UINTN Base, UINT64 Maximum, UINT64 &Number);
 
+/// Compares two texts that end with a NUL.
 bool IsSameWord (const CHAR8 *Left, const CHAR8 *Right);
 }

@@ -11,6 +11,7 @@
 #include "SmmTileOffsets.h"
 
 inline constexpr UINTN ProcessorMax = 16;
+static_assert (SMM_TILES_BASE + ProcessorMax * SMM_TILE_SIZE <= SMM_IMAGE_BASE);
 inline constexpr UINTN DriverMax = 16;
 inline constexpr UINTN PciFunctionMax = 64;
 inline constexpr UINTN InventoryEntryMax = 64;

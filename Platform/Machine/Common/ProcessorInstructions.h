@@ -1,4 +1,5 @@
-/// Instructions that the driver's machine operations (Machine.h) do not have.
+/// Instructions that the driver's machine operations (Machine.h) do not have. Each function is one
+/// of them, and is told only what the instruction does not say.
 #pragma once
 
 #include "Base.h"

@@ -42,7 +42,7 @@ AddPort (const PciFunction &Port)
 } // namespace
 
 VOID
-FoundTopology ()
+UseFoundTopology ()
 {
   gTopology = {};
   AddSockets ();

@@ -7,5 +7,5 @@ extern "C" {
 
 /// Replaces the standard topology by what the boot code found: a socket for each package of the
 /// processors, and the root ports, which are all of socket 0 in segment 0.
-VOID FoundTopology ();
+VOID UseFoundTopology ();
 }

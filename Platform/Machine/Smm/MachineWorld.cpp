@@ -120,6 +120,6 @@ MachineWorldStart ()
                                .PlaceOfProcessor = PlaceOfProcessor,
                                .Fault = Fault};
   FirmwareReset (&World);
-  FoundTopology ();
+  UseFoundTopology ();
   AddInventory ();
 }

@@ -16,7 +16,10 @@
 
 extern "C" {
 
+/// Called by the entry, on each processor at each SMI, with its tile.
 VOID SmmMain (SmmTile *Tile);
+
+/// SmmImageHeader::Prepare.
 VOID SmmPrepare (UINTN ProcessorCount);
 
 [[gnu::section (".smmheader"), gnu::used]] extern const SmmImageHeader gSmmImageHeader = {

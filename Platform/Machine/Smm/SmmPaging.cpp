@@ -70,7 +70,6 @@ LeaveOrdinaryRam ()
 }
 static_assert (sizeof (HandOverArea) <= LargePageSize && HAND_OVER_BASE % LargePageSize == 0);
 static_assert (TSEG_BASE + TSEG_SIZE == RAM_SIZE);
-static_assert (SMM_TILES_BASE + ProcessorMax * SMM_TILE_SIZE <= SMM_IMAGE_BASE);
 
 } // namespace
 

@@ -8,7 +8,7 @@ extern const UINT8 gSmmTileEntryEnd[];
 
 namespace {
 
-/// A task state segment that is free (Intel SDM, volume 3, 7.2.3).
+/// A task state segment that is free (Intel SDM, volume 3, 8.2.3).
 constexpr UINT64 TaskStateFree = 0x0000890000000000;
 
 /// Descriptor of the segment at Base, in two halves.

@@ -6,7 +6,7 @@
 
 #include "Base.h"
 
-/// Of a 64-bit task state segment only the stacks count (Intel SDM, volume 3, 7.7).
+/// Of a 64-bit task state segment only the stacks count (Intel SDM, volume 3, 8.7).
 struct [[gnu::packed]] TaskState {
   UINT8 Reserved0[36];
   UINT64 InterruptStack[7]; ///< By number, from 1.
@@ -55,6 +55,7 @@ LAYOUT_OFFSET (SmmTile, Entry, SMM_ENTRY_OFFSET);
 LAYOUT_OFFSET (SmmTile, SaveState, SMM_SAVE_STATE_OFFSET);
 LAYOUT_SIZE (SmmTile, SMM_TILE_SIZE);
 
+/// Index is the number of a processor.
 inline SmmTile &
 TileOfProcessor (UINTN Index)
 {
