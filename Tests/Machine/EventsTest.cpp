@@ -24,13 +24,16 @@ constexpr const char *NotFound = "FindRedFishId() Exiting - Device Not Found";
 
 TEST (MachineEvents, OfPcieDevices)
 {
-  TestMachine Run (MachineWithSwitch ());
+  MachineOptions Options = MachineWithSwitch ();
+  Options.Inventory = MachineInventory (Options) + "port 1 Port1\n";
+  TestMachine Run (Options);
   Run.Machine.WaitUntilReady ();
   // What is uncorrected comes as an SMI of the root port. Nobody polls.
   const struct {
     const char *Device, *Error, *Event;
   } Uncorrected[] = {{"nv1", "MALF_TLP", "00 03 02 Slot1 00"},
                      {"nv2", "DLP", "00 03 02 Slot2 00"},
+                     {"rp1", "MALF_TLP", "00 03 02 Port1 00"},
                      {"nv1", "COMP_TIME", "00 03 01 Slot1 00"},
                      {"nv2", "UNSUP", "00 03 01 Slot2 00"}};
   for (const auto &Row : Uncorrected) {
