@@ -32,6 +32,9 @@ constexpr UINT8 AnswerNetFunctionBit = 0x01;
 /// Is with the processor that has the interface.
 constinit ProcessorLock mLock = false;
 
+/// Polls of all transfers so far; wraps.
+constinit UINT32 mPollCount = 0;
+
 bool
 IsAbsent ()
 {
@@ -51,21 +54,28 @@ Poll (UINT32 *PollsLeft, UINT8 *Status)
     return false;
   }
   --*PollsLeft;
+  __atomic_add_fetch (&mPollCount, 1, __ATOMIC_RELAXED);
   CpuPause ();
   *Status = IoRead8 (KCS_STATUS_PORT);
   return true;
 }
 
-/// Waits for the interface. Each look takes as long as one of the holder's.
+/// Waits for the interface by the polls of those who have it, and takes no time of the bus from
+/// them.
 bool
 AcquireLock ()
 {
-  UINT32 PollsLeft = KCS_LOCK_POLL_COUNT_MAX;
-  UINT8 Status = 0;
+  const UINT32 Start = __atomic_load_n (&mPollCount, __ATOMIC_RELAXED);
+  UINT32 Last = Start;
+  UINT32 PausesWithoutPoll = 0;
   while (!TryLock (mLock)) {
-    if (!Poll (&PollsLeft, &Status)) {
+    const UINT32 Now = __atomic_load_n (&mPollCount, __ATOMIC_RELAXED);
+    PausesWithoutPoll = Now == Last ? PausesWithoutPoll + 1 : 0;
+    Last = Now;
+    if (Now - Start >= KCS_LOCK_POLL_COUNT_MAX || PausesWithoutPoll > KCS_LOCK_PAUSE_COUNT_MAX) {
       return false;
     }
+    CpuPause ();
   }
   return true;
 }

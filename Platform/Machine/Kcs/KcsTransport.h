@@ -19,8 +19,10 @@ inline constexpr UINT32 KCS_POLL_COUNT_MAX = 1000000;
 inline constexpr UINT32 KCS_RECOVERY_POLL_COUNT_MAX = 100000;
 inline constexpr UINTN KCS_ATTEMPT_COUNT_MAX = 3;
 
-/// Polls for which a processor waits while others transfer: as long as 16 of them may take.
+/// Polls of others for which a processor waits: as many as 16 transfers may take. It also gives up
+/// on one that holds the interface for so many pauses without a poll.
 inline constexpr UINT32 KCS_LOCK_POLL_COUNT_MAX = 16 * KCS_POLL_COUNT_MAX;
+inline constexpr UINT32 KCS_LOCK_PAUSE_COUNT_MAX = 10000000;
 
 extern "C" {
 

@@ -163,10 +163,7 @@ TEST_F (KcsTransfer, LeavesTheInterfaceToTheProcessorThatHasIt)
   Bmc.WhenPaused = [&] {
     UINT8 Byte = 0;
     UINT8 Size = 1;
-    const UINTN Before = Bmc.StatusReads;
     Status = KcsSendToBmc (nullptr, &Other, &Byte, &Size);
-    EXPECT_EQ (Bmc.StatusReads - Before, KCS_LOCK_POLL_COUNT_MAX);
-    Bmc.StatusReads = Before;
   };
   EXPECT_EQ (Send ({1}), EFI_SUCCESS);
   EXPECT_EQ (Status, EFI_TIMEOUT);
