@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "InputFile.h"
+#include "Interruption.h"
 #include "MachineError.h"
 #include "TemporaryDirectory.h"
 
@@ -82,6 +83,7 @@ Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
 RunReport
 RunMachine (const RunPlan &Plan)
 {
+  const Interruption Signals;
   TemporaryDirectory Directory;
   MachineOptions Options = Plan.Machine;
   Options.Directory = Directory.Path ();

@@ -36,6 +36,8 @@ struct RunReport {
   std::string Fault; ///< What went wrong; one line.
 };
 
+/// Runs the machine. A failure and an interruption by SIGINT or SIGTERM are faults of the report.
+/// Nothing of the run stays but the directory that is kept. Throws InputError if it cannot be made.
 RunReport RunMachine (const RunPlan &Plan);
 
 /// The target as it is written behind "@": "nv1" or "0".

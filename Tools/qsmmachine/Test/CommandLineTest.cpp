@@ -71,6 +71,20 @@ TEST_F (Qsmmachine, ReportsABmcThatIsNone)
   EXPECT_EQ (Result.Out, "fault: BMC: expected an event, found {\"sequence\":\"1\"}\n");
 }
 
+TEST_F (Qsmmachine, LeavesNothingBehindWhenItIsInterrupted)
+{
+  // The BMC interrupts the run before it is there.
+  Write ("bmc", "#!/bin/sh\nkill -TERM $PPID\nread line\n");
+  std::filesystem::permissions ("bmc", std::filesystem::perms::owner_all);
+  std::filesystem::create_directory ("runs");
+  setenv ("TMPDIR", "runs", 1);
+  const ToolResult Result = Run ("--rom rom --image image --bmc ./bmc");
+  unsetenv ("TMPDIR");
+  EXPECT_EQ (Result.ExitCode, 1);
+  EXPECT_EQ (Result.Out, "fault: BMC: listening: interrupted by signal 15\n");
+  EXPECT_TRUE (std::filesystem::is_empty ("runs"));
+}
+
 TEST_F (Qsmmachine, NeedsADirectoryForItsRun)
 {
   setenv ("TMPDIR", "/nosuch", 1);
