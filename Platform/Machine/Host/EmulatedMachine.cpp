@@ -1,6 +1,9 @@
 #include "EmulatedMachine.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 
@@ -68,12 +71,17 @@ EmulatedMachine::Guard (const std::string &Step, Function &&Body)
 EmulatedMachine::EmulatedMachine (const MachineOptions &Given)
     : Options (Given), Files (FilesIn (Given.Directory))
 {
-  std::ofstream (Files.Inventory) << Options.Inventory;
+  if (!(std::ofstream (Files.Inventory) << Options.Inventory).flush ()) {
+    throw MachineError (fmt::format ("{}: cannot be written", Files.Inventory.string ()));
+  }
   const auto Arguments = MachineArguments (Options, Files, FileSize (Options.Driver));
   const FileDescriptor ControlListener = ListenAt (Files.Control);
   const FileDescriptor QmpListener = ListenAt (Files.Qmp);
   const FileDescriptor Errors (
       open (Files.Errors.c_str (), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600));
+  if (!Errors.IsOpen ()) {
+    throw MachineError (fmt::format ("{}: {}", Files.Errors.string (), std::strerror (errno)));
+  }
   Qemu = std::make_unique<ChildProcess> (
       Arguments, ChildStreams{.Output = Errors.Get (), .Error = Errors.Get ()});
   Guard ("start", [&] {
@@ -216,7 +224,11 @@ EmulatedMachine::Accept (const FileDescriptor &Listener)
   if (Waited[0].revents == 0) {
     throw MachineError ("QEMU does not run");
   }
-  return FileDescriptor (accept4 (Listener.Get (), nullptr, nullptr, SOCK_CLOEXEC));
+  FileDescriptor Connection (accept4 (Listener.Get (), nullptr, nullptr, SOCK_CLOEXEC));
+  if (!Connection.IsOpen ()) {
+    throw MachineError (fmt::format ("QEMU does not connect: {}", std::strerror (errno)));
+  }
+  return Connection;
 }
 
 void
@@ -227,6 +239,6 @@ EmulatedMachine::Fail (const std::string &Step, const std::string &Reason)
   const auto Status = Qemu->WaitForEnd (Deadline (Moment));
   throw MachineError (fmt::format (
       "{}: {}{}{}{}", Step, Reason,
-      Status ? fmt::format ("\nQEMU has ended: {}", ChildStatusText (*Status)) : "",
+      Status ? fmt::format ("; QEMU has ended: {}", ChildStatusText (*Status)) : "",
       TailText ("QEMU says", Files.Errors), TailText ("the debug log ends with", Files.DebugLog)));
 }

@@ -1,7 +1,6 @@
 /// A machine of real x86 processors in QEMU, with real System Management Mode.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,7 +22,8 @@ struct MachineState {
 };
 
 /// One run. No step of it is waited for longer than the options allow; what goes wrong is a
-/// MachineError that ends with the tail of the debug log. QEMU ends with the object.
+/// MachineError, which ends with the tail of the debug log once QEMU has been started. QEMU ends
+/// with the object.
 class EmulatedMachine {
 public:
   /// Starts QEMU and connects to it. The machine then boots by itself.
@@ -32,7 +32,7 @@ public:
   EmulatedMachine (const EmulatedMachine &) = delete;
   EmulatedMachine &operator= (const EmulatedMachine &) = delete;
 
-  /// Waits until the boot is over, and the driver loaded.
+  /// Waits until the boot is over. The driver has been loaded then, and may have left again.
   void WaitUntilReady ();
 
   /// Gives the machine a command over its control channel and returns the lines of the answer
@@ -54,8 +54,9 @@ public:
   /// Sends "exit Number" and returns the number with which the machine ends.
   int Exit (int Number);
 
-  /// Waits for the end of the machine and returns the number that it wrote to the exit port. A
-  /// machine that reset itself, as after a triple fault, is a MachineError.
+  /// Waits for the end of the machine and returns the number that it wrote to the exit port; also 0
+  /// if QEMU itself failed, which the machine never writes unless it is told to. A machine that
+  /// reset itself, as after a triple fault, is a MachineError.
   int WaitForEnd ();
 
   /// All that the driver has sent by COM1.
@@ -63,12 +64,6 @@ public:
 
   /// All that the firmware has written to its debug console.
   [[nodiscard]] std::string DebugLog () const;
-
-  [[nodiscard]] const MachineFiles &
-  RunFiles () const
-  {
-    return Files;
-  }
 
   [[nodiscard]] pid_t
   ProcessId () const

@@ -1,5 +1,6 @@
 #include "LineChannel.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -40,10 +41,10 @@ LineChannel::ReadLine ()
     }
     std::array<char, 4096> Bytes = {};
     const ssize_t Count = read (Socket.Get (), Bytes.data (), Bytes.size ());
-    if (Count <= 0) {
+    if (Count == 0 || (Count < 0 && errno != EINTR)) {
       throw MachineError ("the other end is closed");
     }
-    Buffer.append (Bytes.data (), static_cast<std::size_t> (Count));
+    Buffer.append (Bytes.data (), static_cast<std::size_t> (std::max<ssize_t> (Count, 0)));
   }
 }
 

@@ -72,6 +72,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsSupersetOf;
+using testing::MatchesRegex;
 
 /// The text of the MachineError that Body throws.
 template <typename Function>
@@ -129,7 +130,8 @@ TEST_F (EmulatedMachineTest, FailsWithinItsPatience)
                HasSubstr ("hush: no line came for 500 ms"));
   EXPECT_THAT (ErrorOf ([&] { Silent.WaitForEnd (); }), HasSubstr ("still runs after 500 ms"));
   kill (Silent.ProcessId (), SIGKILL);
-  EXPECT_THAT (ErrorOf ([&] { Silent.Command ("good"); }), HasSubstr ("QEMU has ended: signal 9"));
+  EXPECT_THAT (ErrorOf ([&] { Silent.Command ("good"); }),
+               MatchesRegex ("good: [^\n]*; QEMU has ended: signal 9\n.*"));
 
   EmulatedMachine Resetting (Options);
   Resetting.WaitUntilReady ();
