@@ -1,6 +1,5 @@
 #include "Bmc.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "InputFile.h"
@@ -108,8 +107,7 @@ Bmc::Take (const Frame &Frame)
   case BmcModeKind::Refuse:
     break;
   case BmcModeKind::Mute:
-    Last.clear ();
-    break;
+    return {};
   case BmcModeKind::Late:
     Held = std::exchange (Last, {});
     break;

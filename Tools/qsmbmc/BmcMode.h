@@ -7,7 +7,7 @@
 
 enum class BmcModeKind {
   Normal,
-  Mute,   ///< Never answers.
+  Mute,   ///< Never answers, and drops an answer that is held back.
   Late,   ///< Holds each answer back until it is told to send it, or until the next request.
   Refuse, ///< Refuses each request with the completion code.
   Garbage ///< Answers with bytes that are no answer to the request.

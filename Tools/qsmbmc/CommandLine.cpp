@@ -42,6 +42,7 @@ void
 Serve (const BmcArguments &Arguments, Console &Console)
 {
   const BmcMode Mode = ParseBmcMode (Arguments.Mode + ModeArgument (Arguments));
+  const FileDescriptor Signals = CatchEndSignals ();
   std::optional<EventLog> Log;
   if (!Arguments.LogFile.empty ()) {
     Log.emplace (Arguments.LogFile);
@@ -52,7 +53,7 @@ Serve (const BmcArguments &Arguments, Console &Console)
     }
   }
   Listener Listening (Arguments.Address);
-  Server (Listening, Log ? &*Log : nullptr, Mode, Arguments.Json, Console).Run ();
+  Server (Listening, Log ? &*Log : nullptr, Mode, Arguments.Json, Console).Run (Signals);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "EventLog.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -132,8 +133,10 @@ EventLog::Check (const std::string &Name)
 void
 EventLog::Mend (const std::string &Name, std::string_view Torn)
 {
-  const UINTN Compared = std::min (Torn.size (), LINE_START.size ());
-  if (Torn.substr (0, Compared) != LINE_START.substr (0, Compared)) {
+  // A crash of the system may leave the file's new size without the bytes, which are NULs then.
+  const std::string_view Written = Torn.substr (0, Torn.find_last_not_of ('\0') + 1);
+  const UINTN Compared = std::min (Written.size (), LINE_START.size ());
+  if (Written.substr (0, Compared) != LINE_START.substr (0, Compared)) {
     throw InputError (fmt::format ("{}: expected events only", Name));
   }
   if (!CutBack () || fsync (File.Get ()) != 0) {

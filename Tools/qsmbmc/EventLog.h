@@ -39,7 +39,7 @@ public:
   }
 
   /// Appends the line of an event and waits until the disk has it. Returns 0, or the error number
-  /// (errno) of the failure: then the file is as it was.
+  /// (errno) of the failure. Then nothing of it stays; what cannot be cut off now is so later.
   int Append (std::span<const UINT8> Data);
 
 private:

@@ -1,5 +1,6 @@
 #include "IpmiFrame.h"
 
+#include <algorithm>
 #include <numeric>
 
 namespace {

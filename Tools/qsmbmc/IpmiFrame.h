@@ -15,9 +15,8 @@ enum class FrameKind : UINT8 {
   Control = 0xA1, ///< A command between the machine and the BMC, without a checksum.
 };
 
-/// Control commands.
-inline constexpr UINT8 CONTROL_VERSION = 0xFF;      ///< Followed by FRAME_VERSION.
-inline constexpr UINT8 CONTROL_CAPABILITIES = 0x08; ///< Followed by what the machine can do.
+/// The control command that begins a connection, followed by FRAME_VERSION.
+inline constexpr UINT8 CONTROL_VERSION = 0xFF;
 inline constexpr UINT8 FRAME_VERSION = 1;
 
 /// Room for the bytes of a frame, without escapes and last byte. QEMU sends at most 300 and some.

@@ -2,10 +2,13 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <netinet/in.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -25,7 +28,7 @@ OpenSocket (int Family)
   return FileDescriptor (socket (Family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
 }
 
-/// TRUE for a socket on which nobody listens any more.
+/// True for a socket on which nobody listens any more.
 bool
 IsLeftOver (const sockaddr_un &Address)
 {
@@ -44,6 +47,39 @@ int
 Bind (const FileDescriptor &Socket, const AddressType &Address)
 {
   return bind (Socket.Get (), reinterpret_cast<const sockaddr *> (&Address), sizeof (Address));
+}
+
+/// Binds a socket at its path and listens, and replaces what a dead process has left there. Of two
+/// processes that try this at once, one finds the other listening.
+bool
+BindAndListen (const FileDescriptor &Socket, const sockaddr_un &Address)
+{
+  const auto Parent = std::filesystem::path (Address.sun_path).parent_path ();
+  const FileDescriptor Directory (
+      open (Parent.empty () ? "." : Parent.c_str (), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (Directory.IsOpen ()) {
+    flock (Directory.Get (), LOCK_EX);
+  }
+  if (Bind (Socket, Address) != 0) {
+    if (errno != EADDRINUSE) {
+      return false;
+    }
+    if (!IsLeftOver (Address)) {
+      errno = EADDRINUSE;
+      return false;
+    }
+    unlink (Address.sun_path);
+    if (Bind (Socket, Address) != 0) {
+      return false;
+    }
+  }
+  if (listen (Socket.Get (), BACKLOG) != 0) {
+    const int Reason = errno;
+    unlink (Address.sun_path);
+    errno = Reason;
+    return false;
+  }
+  return true;
 }
 
 [[noreturn]] void
@@ -69,7 +105,9 @@ Listener::Listener (const std::string &Address) : Text (Address)
 
 Listener::~Listener ()
 {
-  if (!UnixPath.empty ()) {
+  struct stat Found = {};
+  if (!UnixPath.empty () && lstat (UnixPath.c_str (), &Found) == 0 &&
+      Found.st_dev == UnixFile.st_dev && Found.st_ino == UnixFile.st_ino) {
     unlink (UnixPath.c_str ());
   }
 }
@@ -85,19 +123,11 @@ Listener::ListenUnix (const std::string &Path)
   }
   Path.copy (Address.sun_path, Path.size ());
   Socket = OpenSocket (AF_UNIX);
-  int Result = Bind (Socket, Address);
-  if (Result != 0 && errno == EADDRINUSE) {
-    if (IsLeftOver (Address)) {
-      unlink (Path.c_str ());
-      Result = Bind (Socket, Address);
-    } else {
-      errno = EADDRINUSE;
-    }
-  }
-  if (Result != 0 || listen (Socket.Get (), BACKLOG) != 0) {
+  if (!BindAndListen (Socket, Address)) {
     RefuseToListen (Text);
   }
   UnixPath = Path;
+  lstat (Path.c_str (), &UnixFile);
 }
 
 void

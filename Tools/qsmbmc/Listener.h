@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include <sys/stat.h>
+
 #include "Base.h"
 #include "FileDescriptor.h"
 
@@ -35,6 +37,7 @@ private:
   void ListenLoopback (UINT16 Port);
 
   std::string Text;
-  std::string UnixPath; ///< Empty for TCP.
+  std::string UnixPath;      ///< Empty for TCP.
+  struct stat UnixFile = {}; ///< What was made at UnixPath; another file there stays.
   FileDescriptor Socket;
 };

@@ -1,8 +1,10 @@
 #include "Server.h"
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <utility>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -17,7 +19,17 @@ namespace {
 
 constexpr UINTN INPUT_LINE_SIZE_MAX = 256;
 
-/// Turns the signals that end the process into a descriptor that can be read.
+/// Throws the InputError of a failure that another try would only meet again.
+void
+RefuseUnlessPassing (const char *Expected)
+{
+  if (errno != EINTR && errno != EAGAIN && errno != ECONNABORTED) {
+    throw InputError (fmt::format ("expected {}: {}", Expected, std::strerror (errno)));
+  }
+}
+
+} // namespace
+
 FileDescriptor
 CatchEndSignals ()
 {
@@ -29,8 +41,6 @@ CatchEndSignals ()
   return FileDescriptor (signalfd (-1, &Signals, SFD_CLOEXEC));
 }
 
-} // namespace
-
 Server::Server (Listener &At, EventLog *Keeper, BmcMode Mode, bool Json, Console &Console)
     : Listening (At), Log (Keeper), Sequence (Keeper != nullptr ? Keeper->LastSequence () : 0),
       AsJson (Json), Streams (Console),
@@ -40,9 +50,8 @@ Server::Server (Listener &At, EventLog *Keeper, BmcMode Mode, bool Json, Console
 }
 
 void
-Server::Run ()
+Server::Run (const FileDescriptor &Signals)
 {
-  const FileDescriptor Signals = CatchEndSignals ();
   Tell ("listening", Listening.Address ());
   Tell ("mode", BmcModeText (Controller.Mode));
   while (Streams.Out) {
@@ -54,6 +63,7 @@ Server::Run ()
         {.fd = Client.Get (), .events = POLLIN, .revents = 0},
     };
     if (poll (Waited, std::size (Waited), -1) < 0) {
+      RefuseUnlessPassing ("to wait for a machine");
       continue;
     }
     if (Waited[0].revents != 0) {
@@ -97,10 +107,12 @@ Server::Accept ()
 {
   Client = FileDescriptor (
       accept4 (Listening.Descriptor (), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-  if (Client.IsOpen ()) {
-    Reader = {};
-    Send (Controller.Connect ());
+  if (!Client.IsOpen ()) {
+    RefuseUnlessPassing ("a machine's connection");
+    return;
   }
+  Reader = {};
+  Send (Controller.Connect ());
 }
 
 void

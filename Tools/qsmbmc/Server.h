@@ -6,13 +6,17 @@
 #include "EventLog.h"
 #include "Listener.h"
 
+/// Turns SIGINT and SIGTERM, from here on, into a descriptor that can be read.
+FileDescriptor CatchEndSignals ();
+
 class Server {
 public:
   /// Keeper is null if events are not kept. All of them outlive the server.
   Server (Listener &At, EventLog *Keeper, BmcMode Mode, bool Json, Console &Console);
 
-  /// Serves one machine after the other until SIGINT, SIGTERM, or until standard output fails.
-  void Run ();
+  /// Serves one machine after the other until Signals can be read, or until standard output fails.
+  /// Throws InputError if the system has no means left to serve one.
+  void Run (const FileDescriptor &Signals);
 
 private:
   void Tell (const char *Key, const std::string &Value);

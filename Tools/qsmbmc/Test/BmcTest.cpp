@@ -123,6 +123,9 @@ TEST_F (BmcTest, FailsAsItsModeTells)
       {"garbage noise", {}},
       {"late", {}},
       {"normal", {{0}, {0}}},
+      {"late", {}},
+      {"mute", {}},
+      {"normal", {{0}}},
   };
   for (const auto &Row : Rows) {
     SCOPED_TRACE (Row.Mode);

@@ -48,6 +48,8 @@ TEST_F (EventLogTest, GoesOnWhereTheLastProcessStopped)
       {Line1 + Line2.substr (0, Line2.size () - 1), Line1, 1},
       {Line1 + "{", Line1, 1},
       {Line1.substr (0, 30), "", 0},
+      {Line1 + Line2.substr (0, 30) + std::string (40, '\0'), Line1, 1},
+      {std::string (90, '\0'), "", 0},
   };
   for (const auto &Row : Rows) {
     SCOPED_TRACE (Row.Found);
@@ -73,6 +75,7 @@ TEST_F (EventLogTest, LeavesAnyOtherFileAlone)
       {"hello\n", "line 1: expected an event with a sequence number above 0"},
       {"hello", "expected events only"},
       {Line1 + "{}", "expected events only"},
+      {Line1 + std::string (3, '\0') + "{", "expected events only"},
       {Line1 + Line1, "line 2: expected an event with a sequence number above 1"},
       {Line2 + Line1, "line 2: expected an event with a sequence number above 2"},
       {"{\"sequence\":-1}\n", "line 1: expected an event with a sequence number above 0"},
