@@ -88,7 +88,7 @@ main (int ArgumentCount, char **Arguments)
     Options.Inventory = MachineInventory (Options);
     EmulatedMachine Machine (Options);
     Machine.WaitUntilReady ();
-    const std::filesystem::path Trace = Machine.RunFiles ().Errors;
+    const std::filesystem::path &Trace = Machine.ErrorFile ();
     for (const Cause &Of : Causes) {
       std::filesystem::resize_file (Trace, 0);
       const UINT64 Ticks = TicksOf (Of, Machine);

@@ -65,6 +65,13 @@ public:
   /// All that the firmware has written to its debug console.
   [[nodiscard]] std::string DebugLog () const;
 
+  /// File of what QEMU says itself, such as the traces that were asked for.
+  [[nodiscard]] const std::filesystem::path &
+  ErrorFile () const
+  {
+    return Files.Errors;
+  }
+
   [[nodiscard]] pid_t
   ProcessId () const
   {
