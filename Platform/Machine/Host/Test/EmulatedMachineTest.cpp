@@ -123,12 +123,13 @@ TEST_F (EmulatedMachineTest, IsDrivenOverItsChannels)
 
 TEST_F (EmulatedMachineTest, FailsWithinItsPatience)
 {
-  Options.Patience = std::chrono::milliseconds (500);
-  EmulatedMachine Silent (Options);
+  MachineOptions Impatient = Options;
+  Impatient.Patience = std::chrono::seconds (3); // Enough to start on a busy host.
+  EmulatedMachine Silent (Impatient);
   Silent.WaitUntilReady ();
   EXPECT_THAT (ErrorOf ([&] { Silent.Command ("hush"); }),
-               HasSubstr ("hush: no line came for 500 ms"));
-  EXPECT_THAT (ErrorOf ([&] { Silent.WaitForEnd (); }), HasSubstr ("still runs after 500 ms"));
+               HasSubstr ("hush: no line came for 3000 ms"));
+  EXPECT_THAT (ErrorOf ([&] { Silent.WaitForEnd (); }), HasSubstr ("still runs after 3000 ms"));
   kill (Silent.ProcessId (), SIGKILL);
   EXPECT_THAT (ErrorOf ([&] { Silent.Command ("good"); }),
                MatchesRegex ("good: [^\n]*; QEMU has ended: signal 9\n.*"));

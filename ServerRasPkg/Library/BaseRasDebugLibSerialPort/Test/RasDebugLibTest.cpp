@@ -98,6 +98,7 @@ TEST_F (RasDebugLib, WritesEachLineUnderTheLocksOfItsLevel)
     EXPECT_EQ (TakeSent (), Row.Sent);
     ExpectLocks (Row.FirstBefore, Released);
   }
+  gHostMachine = &Machine;
 }
 
 TEST_F (RasDebugLib, WaitsForTheLockOfItsLevelEvenWithoutAPort)
