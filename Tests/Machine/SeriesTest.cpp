@@ -34,6 +34,7 @@ TEST (MachineSeries, ArrivesInOrderAndLeavesNothing)
                                                 : "00 02 01 43 50 55 31 5F 43 30 5F 44 30 00");
     }
   }
+  // The checksum goes over what is read-only since SmmReadyToLock; of the pool, the blocks count.
   const MachineState After = Run.Machine.State ();
   EXPECT_EQ (After.PoolBlocks, Before.PoolBlocks);
   EXPECT_EQ (After.PoolBytes, Before.PoolBytes);

@@ -53,6 +53,10 @@ ReadProcessors (const std::string &Text, MachineOptions &Options)
     if (Options.ProcessorCount % Options.SocketCount != 0) {
       RefuseOption ("--smp sockets", "a divisor of the number of processors", Sockets);
     }
+    // A package of one logical processor tells no topology, and all such look like the first.
+    if (Options.SocketCount > 1 && Options.ProcessorCount == Options.SocketCount) {
+      RefuseOption ("--smp sockets", "two processors in each of several sockets", Sockets);
+    }
   }
 }
 

@@ -25,6 +25,8 @@ TEST_F (Qsmmachine, RefusesBadInputWithOneLine)
       {"--smp 4,sockets=3",
        "--smp sockets: expected a divisor of the number of processors, found \"3\""},
       {"--smp 2,sockets=4", "--smp sockets: expected a number from 1 to 2, found \"4\""},
+      {"--smp 2,sockets=2",
+       "--smp sockets: expected two processors in each of several sockets, found \"2\""},
       {"--smp 5,sockets=5", "--smp sockets: expected a number from 1 to 4, found \"5\""},
       {"--drivers 0", "--drivers: expected a number from 1 to 16, found \"0\""},
       {"--bmc-port 0", "--bmc-port: expected a number from 1 to 65535, found \"0\""},
