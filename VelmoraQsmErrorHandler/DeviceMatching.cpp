@@ -14,27 +14,24 @@ constexpr AssertionSite InventoryLocated = {DriverSourceFile, 102};
 
 /// Returns the inventory, locating it if it is not bound yet; null after the failure is reported.
 const InventoryInfo *
-BindInventory ()
+BoundInventory ()
 {
   const InventoryInfo *Inventory = __atomic_load_n (&mInventoryInfo, __ATOMIC_RELAXED);
   if (Inventory != nullptr) {
     return Inventory;
   }
 
-  VOID *Interface = nullptr;
-  const EFI_STATUS Status = LocateSmmProtocol (&gOrvSmmSystemInventoryInfoProtocolGuid, &Interface);
+  const EFI_STATUS Status = LocateInventory ();
   if (EFI_ERROR (Status)) {
     ASSERT_EFI_ERROR (Status, InventoryLocated);
     DEBUG (DEBUG_ERROR, "gOrvSmmSystemInventoryInfoProtocolGuid Protocol Status: %r\n", Status);
     return nullptr;
   }
-  Inventory = static_cast<const InventoryInfo *> (Interface);
-  __atomic_store_n (&mInventoryInfo, Inventory, __ATOMIC_RELAXED);
-  return Inventory;
+  return __atomic_load_n (&mInventoryInfo, __ATOMIC_RELAXED);
 }
 
-/// The severity of the event that a record gives in a class: an enum EventSeverity, or NoEvent.
-UINT8
+/// The severity of the event that a record gives in a class.
+EventSeverity
 DecideSeverity (const ErrorClassRules *Rules, const ErrorRecord *Record)
 {
   const UINT32 ErrorSeverity = Record->Header.ErrorSeverity;
@@ -48,7 +45,7 @@ const InventoryDevice *
 FindDevice (const InventoryInfo *Inventory,
             const ErrorClassRules *Rules,
             const ErrorRecord *Record,
-            UINT8 *Severity)
+            EventSeverity *Severity)
 {
   for (UINT64 Index = 0; Index < Inventory->DeviceCount; ++Index) {
     const InventoryDevice *Device = Inventory->DeviceList[Index];
@@ -56,31 +53,57 @@ FindDevice (const InventoryInfo *Inventory,
       continue;
     }
     *Severity = DecideSeverity (Rules, Record);
-    if (*Severity != NoEvent) {
+    if (*Severity != EventSeverityNone) {
       return Device;
     }
   }
   return nullptr;
 }
 
-/// Puts the id into a zeroed buffer of REDFISH_ID_SIZE_MAX bytes as "%a" prints it there: cut to
-/// leave the last byte NUL, and a text of its own for a null pointer.
+/// Logs the find and puts the device's id into a zeroed buffer of REDFISH_ID_SIZE_MAX bytes as "%a"
+/// prints it there: cut to leave the last byte NUL, and a text of its own for a null pointer.
 VOID
-FormatRedfishId (CHAR8 *Buffer, const CHAR8 *RedfishId)
+ComposeRedfishId (const ErrorClassRules *Rules,
+                  const InventoryDevice *Device,
+                  EventSeverity Severity,
+                  CHAR8 *RedfishIdBuffer)
 {
+  const EventMessages &Messages =
+      Severity == EventSeverityWarning ? Rules->Warning : Rules->Critical;
+  const CHAR8 *RedfishId = Rules->RedfishId (Device);
+  if (Messages.Found != nullptr) {
+    DEBUG (DEBUG_INFO, Messages.Found, RedfishId);
+  }
   const CHAR8 *Text = RedfishId != nullptr ? RedfishId : "<null string>";
-  (void)CopyMem (Buffer, Text, AsciiStrnLenS (Text, REDFISH_ID_SIZE_MAX - 1));
+  (void)CopyMem (RedfishIdBuffer, Text, AsciiStrnLenS (Text, REDFISH_ID_SIZE_MAX - 1));
+  if (Messages.Device != nullptr) {
+    DEBUG (DEBUG_INFO, Messages.Device);
+  }
+  DEBUG (DEBUG_INFO, Messages.Command, RedfishIdBuffer);
+}
+
+/// Lays the event out and sends it.
+VOID
+SendEvent (ErrorClass Class, EventSeverity Severity, const CHAR8 *RedfishId)
+{
+  const UINTN RedfishIdLength = AsciiStrSize (RedfishId);
+  RequestData Request;
+  Request.Reserved = 0;
+  Request.ErrorClass = Class;
+  Request.EventSeverity = Severity;
+  (void)CopyMem (Request.InstanceId, RedfishId, RedfishIdLength);
+  SendRedfishEvent (offsetof (RequestData, InstanceId) + RedfishIdLength, &Request);
 }
 
 /// Reports one device to the BMC. Returns the status of the pool: that of releasing the buffer, or
 /// of the allocation that gave none, in which case nothing was sent.
 EFI_STATUS
-ReportDevice (const ErrorClassRules *Rules, const InventoryDevice *Device, UINT8 Severity)
+ReportDevice (const ErrorClassRules *Rules, const InventoryDevice *Device, EventSeverity Severity)
 {
   VOID *Pool = nullptr;
   const EFI_STATUS Status = gSmst->SmmAllocatePool (Rules->PoolType, REDFISH_ID_SIZE_MAX, &Pool);
-  if (Rules->PoolAllocated.FileName != nullptr) {
-    ASSERT_EFI_ERROR (Status, Rules->PoolAllocated);
+  if (Rules->PoolAllocated != nullptr) {
+    ASSERT_EFI_ERROR (Status, *Rules->PoolAllocated);
   }
   if (EFI_ERROR (Status)) {
     return Status;
@@ -90,37 +113,32 @@ ReportDevice (const ErrorClassRules *Rules, const InventoryDevice *Device, UINT8
   }
 
   auto *RedfishIdBuffer = static_cast<CHAR8 *> (ZeroMem (Pool, REDFISH_ID_SIZE_MAX));
-  const EventMessages &Messages =
-      Severity == EventSeverityWarning ? Rules->Warning : Rules->Critical;
-  const CHAR8 *RedfishId = Rules->RedfishId (Device);
-  if (Messages.Found != nullptr) {
-    DEBUG (DEBUG_INFO, Messages.Found, RedfishId);
-  }
-  FormatRedfishId (RedfishIdBuffer, RedfishId);
-  const UINTN RedfishIdLength = AsciiStrSize (RedfishIdBuffer);
-  if (Messages.Device != nullptr) {
-    DEBUG (DEBUG_INFO, Messages.Device);
-  }
-  DEBUG (DEBUG_INFO, Messages.Command, RedfishIdBuffer);
+  ComposeRedfishId (Rules, Device, Severity, RedfishIdBuffer);
   DEBUG (DEBUG_INFO, "DeviceFound FLAG: %d\n", 1);
-
-  RequestData Request;
-  Request.Reserved = 0;
-  Request.ErrorClass = Rules->Class;
-  Request.EventSeverity = Severity;
-  (void)CopyMem (Request.InstanceId, RedfishIdBuffer, RedfishIdLength);
-  SendRedfishEvent (offsetof (RequestData, InstanceId) + RedfishIdLength, &Request);
+  SendEvent (Rules->Class, Severity, RedfishIdBuffer);
   return gSmst->SmmFreePool (RedfishIdBuffer);
 }
 
 } // namespace
+
+EFI_STATUS
+LocateInventory ()
+{
+  VOID *Interface = nullptr;
+  const EFI_STATUS Status = LocateSmmProtocol (&gOrvSmmSystemInventoryInfoProtocolGuid, &Interface);
+  if (!EFI_ERROR (Status)) {
+    __atomic_store_n (&mInventoryInfo, static_cast<const InventoryInfo *> (Interface),
+                      __ATOMIC_RELAXED);
+  }
+  return Status;
+}
 
 VOID
 FindRedFishId (UINT8 Class, const ErrorRecord *Record)
 {
   DEBUG (DEBUG_INFO, "%a() Entry\n", FunctionName);
 
-  const InventoryInfo *Inventory = BindInventory ();
+  const InventoryInfo *Inventory = BoundInventory ();
   if (Inventory == nullptr) {
     return;
   }
@@ -130,7 +148,7 @@ FindRedFishId (UINT8 Class, const ErrorRecord *Record)
     return;
   }
 
-  UINT8 Severity = NoEvent;
+  EventSeverity Severity = EventSeverityNone;
   const ErrorClassRules *Rules = FindErrorClassRules (Class);
   const InventoryDevice *Device =
       Rules != nullptr ? FindDevice (Inventory, Rules, Record, &Severity) : nullptr;

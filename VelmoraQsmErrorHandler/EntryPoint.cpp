@@ -18,15 +18,13 @@ QsmErrorHandlerEntryPoint (EFI_HANDLE, EFI_SYSTEM_TABLE *)
 {
   DEBUG (DEBUG_INFO, "Inside ORVQsmErrorHandler EntryPoint\n");
 
-  VOID *Interface = nullptr;
-  EFI_STATUS Status = LocateSmmProtocol (&gOrvSmmSystemInventoryInfoProtocolGuid, &Interface);
+  EFI_STATUS Status = LocateInventory ();
   if (EFI_ERROR (Status)) {
     ASSERT_EFI_ERROR (Status, InventoryLocated);
     return Status;
   }
-  __atomic_store_n (&mInventoryInfo, static_cast<const InventoryInfo *> (Interface),
-                    __ATOMIC_RELAXED);
 
+  VOID *Interface = nullptr;
   Status = LocateSmmProtocol (&gSmmIpmiTransportProtocolGuid, &Interface);
   if (EFI_ERROR (Status)) {
     ASSERT_EFI_ERROR (Status, IpmiTransportLocated);

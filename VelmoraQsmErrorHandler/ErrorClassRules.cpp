@@ -61,19 +61,23 @@ PcieRedfishId (const InventoryDevice *Device)
   return Device->PcieRedfishId;
 }
 
-constexpr UINT8 Warning = EventSeverityWarning;
-constexpr UINT8 Critical = EventSeverityCritical;
-constexpr AssertionSite NotLookedAt = {nullptr, 0};
+constexpr EventSeverity None = EventSeverityNone;
+constexpr EventSeverity Warning = EventSeverityWarning;
+constexpr EventSeverity Critical = EventSeverityCritical;
 
-constexpr ErrorClassRules Rules[] = {
+constexpr AssertionSite ProcessorPoolAllocated = {DriverSourceFile, 143};
+
+/// All of it is fixed output. The three classes are not alike: one has a pool type of its own, and
+/// the "Cmd" lines spell one word in three ways.
+constexpr ErrorClassRules ClassRules[] = {
     {
         .Class = ErrorClassProcessor,
         .Matches = MatchesProcessor,
         .RedfishId = ProcessorRedfishId,
         .PoolType = EfiRuntimeServicesData,
-        .PoolAllocated = {DriverSourceFile, 143},
-        // Recoverable, fatal, corrected, any other; the three classes are not alike.
-        .Severity = {Warning, Critical, Warning, NoEvent},
+        .PoolAllocated = &ProcessorPoolAllocated,
+        // Recoverable, fatal, corrected, any other.
+        .Severity = {Warning, Critical, Warning, None},
         .Warning = {nullptr, nullptr, "RedFish(Warning) Cmd: %a\n"},
         .Critical = {nullptr, nullptr, "RedFish(Critical) Cmd: %a\n"},
     },
@@ -82,7 +86,7 @@ constexpr ErrorClassRules Rules[] = {
         .Matches = MatchesMemory,
         .RedfishId = MemoryRedfishId,
         .PoolType = EfiRuntimeServicesData,
-        .PoolAllocated = NotLookedAt,
+        .PoolAllocated = nullptr,
         .Severity = {Critical, Critical, Warning, Critical},
         .Warning = {"Device Found: Memory CE with ID: %a\n", "Memory Device (Warning)\n",
                     "Redfish Cmd: %a\n"},
@@ -94,8 +98,8 @@ constexpr ErrorClassRules Rules[] = {
         .Matches = MatchesPcie,
         .RedfishId = PcieRedfishId,
         .PoolType = EfiRuntimeServicesCode,
-        .PoolAllocated = NotLookedAt,
-        .Severity = {Warning, Critical, Warning, NoEvent},
+        .PoolAllocated = nullptr,
+        .Severity = {Warning, Critical, Warning, None},
         .Warning = {"Device Found: PCIe CE with ID: %a\n", "PCIe Device (Warning)\n",
                     "RedFishCmd: %a\n"},
         .Critical = {"Device Found: PCIe UCE with ID: %a\n", "PCIe Device (Critical)\n",
@@ -108,7 +112,7 @@ constexpr ErrorClassRules Rules[] = {
 const ErrorClassRules *
 FindErrorClassRules (UINT8 Class)
 {
-  for (const ErrorClassRules &Candidate : Rules) {
+  for (const ErrorClassRules &Candidate : ClassRules) {
     if (Candidate.Class == Class) {
       return &Candidate;
     }

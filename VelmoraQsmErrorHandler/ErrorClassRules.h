@@ -23,20 +23,16 @@ struct ErrorClassRules {
   /// Where the id is composed.
   EFI_MEMORY_TYPE PoolType;
 
-  /// Asserted on the status of the allocation; a null file name means that the class does not
-  /// look at it.
-  AssertionSite PoolAllocated;
+  /// Asserted on the status of the allocation; null in a class that does not look at it.
+  const AssertionSite *PoolAllocated;
 
-  /// The event's severity by the record's ErrorSeverity: an enum EventSeverity or NoEvent. The last
-  /// one serves CperSeverityInformational and everything above it.
-  UINT8 Severity[CperSeverityInformational + 1];
+  /// The event's severity by the record's ErrorSeverity. The last one serves
+  /// CperSeverityInformational and everything above it.
+  EventSeverity Severity[CperSeverityInformational + 1];
 
   EventMessages Warning;
   EventMessages Critical;
 };
-
-/// A severity for which the class has no event.
-inline constexpr UINT8 NoEvent = 0;
 
 /// The rules of a class; null for a value that is none.
 const ErrorClassRules *FindErrorClassRules (UINT8 Class);

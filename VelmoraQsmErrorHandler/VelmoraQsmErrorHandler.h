@@ -38,6 +38,10 @@ EFI_STATUS EFIAPI QsmLogErrorWrapper (EFI_STATUS_CODE_TYPE CodeType,
                                       EFI_GUID *CallerId,
                                       EFI_STATUS_CODE_DATA *Data);
 
+/// Locates the inventory and binds mInventoryInfo to it; a failure leaves that alone. Returns the
+/// status of the search.
+EFI_STATUS LocateInventory ();
+
 /// Finds the first device of the inventory that an error of this class belongs to, and sends the
 /// BMC one event about it. Class is an enum ErrorClass. Record stays the caller's. An error that
 /// no device takes, or for which there is no pool, is dropped after its log lines.

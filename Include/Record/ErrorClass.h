@@ -11,6 +11,7 @@ enum ErrorClass : UINT8 {
 };
 
 enum EventSeverity : UINT8 {
+  EventSeverityNone = 0, ///< No event goes to the BMC.
   EventSeverityWarning = 1,
   EventSeverityCritical = 2,
 };
