@@ -65,8 +65,8 @@ SpoiledFrame (IpmiMessage Answer, GarbageKind Kind)
   return EncodeFrame (FrameKind::Message, Bytes);
 }
 
-} // namespace
-
+/// Whether the data of an event command are one: CompletionNormal, or why not. They are 0, a class,
+/// a severity and the device's id, printable and not empty, with one NUL behind it.
 CompletionCode
 CheckEvent (std::span<const UINT8> Data)
 {
@@ -82,6 +82,8 @@ CheckEvent (std::span<const UINT8> Data)
                       Id.back () == 0 && !Text.empty () && IsPrintableAscii (Text);
   return IsGood ? CompletionNormal : CompletionDataFieldInvalid;
 }
+
+} // namespace
 
 std::vector<UINT8>
 Bmc::Connect ()

@@ -18,10 +18,6 @@ enum CompletionCode : UINT8 {
   CompletionUnspecified = 0xFF
 };
 
-/// Whether the data of an event command are one: CompletionNormal, or why not. They are 0, a class,
-/// a severity and the device's id, printable and not empty, with one NUL behind it.
-CompletionCode CheckEvent (std::span<const UINT8> Data);
-
 /// One BMC, with one machine at its wire. Each request is answered by Get Device ID, the event
 /// command or a refusal; the mode then decides what becomes of that answer. Events are taken in all
 /// modes but Refuse.

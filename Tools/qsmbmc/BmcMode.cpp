@@ -1,8 +1,6 @@
 #include "BmcMode.h"
 
 #include <algorithm>
-#include <iterator>
-#include <span>
 
 #include <fmt/format.h>
 
@@ -11,21 +9,16 @@
 
 namespace {
 
-/// Names in the order of their enumerators.
-constexpr const char *ModeNames[] = {"normal", "mute", "late", "refuse", "garbage"};
-constexpr const char *GarbageNames[] = {"checksum", "short", "foreign", "long", "noise"};
+constexpr Named<BmcModeKind> Modes[] = {
+    {"normal", BmcModeKind::Normal}, {"mute", BmcModeKind::Mute},       {"late", BmcModeKind::Late},
+    {"refuse", BmcModeKind::Refuse}, {"garbage", BmcModeKind::Garbage},
+};
 
-/// The enumerator of that name.
-template <typename Enumeration>
-Enumeration
-FindName (const std::string &Option, std::span<const char *const> Names, const std::string &Name)
-{
-  const auto Found = std::ranges::find (Names, Name);
-  if (Found == Names.end ()) {
-    RefuseOption (Option, fmt::format ("{}", fmt::join (Names, ", ")), Name);
-  }
-  return static_cast<Enumeration> (std::distance (Names.begin (), Found));
-}
+constexpr Named<GarbageKind> Garbages[] = {
+    {"checksum", GarbageKind::Checksum}, {"short", GarbageKind::Short},
+    {"foreign", GarbageKind::Foreign},   {"long", GarbageKind::Long},
+    {"noise", GarbageKind::Noise},
+};
 
 } // namespace
 
@@ -35,11 +28,11 @@ ParseBmcMode (const std::string &Text)
   const std::size_t Blank = std::min (Text.find (' '), Text.size ());
   const std::string Name = Text.substr (0, Blank);
   const std::string Argument = Text.substr (std::min (Blank + 1, Text.size ()));
-  BmcMode Mode = {.Kind = FindName<BmcModeKind> ("mode", ModeNames, Name)};
+  BmcMode Mode = {.Kind = NamedOption<BmcModeKind> ("mode", Name, Modes)};
   if (Mode.Kind == BmcModeKind::Refuse) {
     Mode.CompletionCode = static_cast<UINT8> (NumberOption ("mode refuse", Argument, 1, 0xFF));
   } else if (Mode.Kind == BmcModeKind::Garbage) {
-    Mode.Garbage = FindName<GarbageKind> ("mode garbage", GarbageNames, Argument);
+    Mode.Garbage = NamedOption<GarbageKind> ("mode garbage", Argument, Garbages);
   } else if (Blank != Text.size ()) {
     RefuseOption ("mode " + Name, "nothing more", Argument);
   }
@@ -49,12 +42,12 @@ ParseBmcMode (const std::string &Text)
 std::string
 BmcModeText (const BmcMode &Mode)
 {
-  const char *Name = ModeNames[static_cast<UINTN> (Mode.Kind)];
+  const char *Name = NameOf<BmcModeKind> (Modes, Mode.Kind);
   switch (Mode.Kind) {
   case BmcModeKind::Refuse:
     return fmt::format ("{} 0x{:02X}", Name, Mode.CompletionCode);
   case BmcModeKind::Garbage:
-    return fmt::format ("{} {}", Name, GarbageNames[static_cast<UINTN> (Mode.Garbage)]);
+    return fmt::format ("{} {}", Name, NameOf<GarbageKind> (Garbages, Mode.Garbage));
   default:
     return Name;
   }

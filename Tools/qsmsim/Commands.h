@@ -56,13 +56,13 @@ struct ShowArguments {
 
 void RunShowInventory (const ShowArguments &Arguments, Console &Console);
 
-struct BootedPlatform;
+struct BootResult;
 struct BootView;
 
 /// Something that a boot leaves, and how it is seen.
 struct ShowTopic {
   const char *Name, *Help;
-  BootView (*View) (const BootedPlatform &Booted);
+  BootView (*View) (const BootResult &Booted);
 };
 
 std::span<const ShowTopic> ShowTopics ();

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Record/ErrorRecord.h"
+#include "ToolOptions.h"
 
 /// How a field's value is written for people.
 enum class Notation {
@@ -45,12 +46,6 @@ std::span<const CperSection> CperSections ();
 
 /// The section of that type, or null.
 const CperSection *FindCperSection (const EFI_GUID &Type);
-
-/// A name of a value, for both directions.
-template <typename Value> struct Named {
-  const char *Name;
-  Value Of;
-};
 
 /// Values of ErrorSeverity and SectionSeverity.
 std::span<const Named<UINT32>> CperSeverities ();

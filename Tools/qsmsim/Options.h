@@ -2,52 +2,12 @@
 /// names the option and what was expected.
 #pragma once
 
-#include <span>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "CperLayout.h"
 #include "PlatformDescription.h"
 #include "ToolOptions.h"
-
-/// The names of a list: "one, two, three".
-template <typename Value>
-std::string
-NamesText (std::span<const Named<Value>> Values)
-{
-  std::string Text;
-  for (const Named<Value> &Row : Values) {
-    Text += (Text.empty () ? "" : ", ") + std::string (Row.Name);
-  }
-  return Text;
-}
-
-/// The value of that name, or null.
-template <typename Value>
-const Value *
-FindNamed (std::span<const Named<Value>> Values, const std::string &Name)
-{
-  for (const Named<Value> &Row : Values) {
-    if (Row.Name == Name) {
-      return &Row.Of;
-    }
-  }
-  return nullptr;
-}
-
-template <typename Value>
-Value
-NamedOption (const std::string &Option,
-             const std::string &Text,
-             std::span<const Named<Value>> Values)
-{
-  const Value *Found = FindNamed (Values, Text);
-  if (Found == nullptr) {
-    RefuseOption (Option, NamesText (Values), Text);
-  }
-  return *Found;
-}
 
 /// The severity by its name, or any 32-bit number.
 UINT32 SeverityOption (const std::string &Option, const std::string &Text);

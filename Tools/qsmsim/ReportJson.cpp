@@ -17,7 +17,7 @@ TextOrNull (const std::string &Text)
 }
 
 Json
-EventJson (const BmcRequest &Request)
+RequestJson (const BmcRequest &Request)
 {
   const Event Event = DecodeEvent (Request.Data);
   return {{"netFunction", Request.NetFunction},
@@ -59,7 +59,7 @@ OutcomeJson (const Outcome &Outcome, bool WithLog)
   }
   Result["events"] = Json::array ();
   for (const BmcRequest &Request : Outcome.Events) {
-    Result["events"].push_back (EventJson (Request));
+    Result["events"].push_back (RequestJson (Request));
   }
   Result["dropped"] = TextOrNull (Outcome.DropReason);
   Result["fault"] = TextOrNull (Outcome.Fault);

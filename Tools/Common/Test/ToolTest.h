@@ -1,9 +1,11 @@
 /// The bench for a tool: a directory of its own, and one command line after the other in it.
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -47,6 +49,35 @@ public:
     Console Console = {.Out = Out, .Err = Err};
     const int ExitCode = Main (static_cast<int> (Arguments.size ()), Arguments.data (), Console);
     return {ExitCode, Out.str (), Err.str ()};
+  }
+
+  /// A line that is refused, and why.
+  struct Refusal {
+    std::string Line, Complaint;
+  };
+
+  /// Each line ends with code 2, one line on standard error and nothing else.
+  void
+  ExpectRefused (std::span<const Refusal> Rows)
+  {
+    for (const Refusal &Row : Rows) {
+      SCOPED_TRACE (Row.Line);
+      const ToolResult Result = Run (Row.Line);
+      EXPECT_EQ (Result.ExitCode, 2);
+      EXPECT_EQ (Result.Err, Name + ": " + Row.Complaint + "\n");
+      EXPECT_EQ (Result.Out, "");
+    }
+  }
+
+  /// Text is that of the file, which is written anew if QSM_WRITE_EXPECTED is set.
+  static void
+  ExpectText (const std::filesystem::path &File, const std::string &Text)
+  {
+    if (std::getenv ("QSM_WRITE_EXPECTED") != nullptr) {
+      std::filesystem::create_directories (File.parent_path ());
+      Write (File, Text);
+    }
+    EXPECT_EQ (Text, Read (File)) << "Expected: " << File;
   }
 
   static void

@@ -12,9 +12,7 @@ TEST_F (BmcBadInput, GivesCodeTwoAndOneLine)
 {
   Write ("text", "hello\n");
   const std::string Path (108, 'p');
-  const struct {
-    std::string Line, Complaint;
-  } Rows[] = {
+  const Refusal Rows[] = {
       {"", "--listen is required (see --help)"},
       {"--listen unix:s --port 1", "There is no \"--port\" here (see --help)"},
       {"--listen 0.0.0.0:1", "--listen: expected unix:PATH or 127.0.0.1:PORT, found \"0.0.0.0:1\""},
@@ -38,14 +36,8 @@ TEST_F (BmcBadInput, GivesCodeTwoAndOneLine)
        "text: line 1: expected an event with a sequence number above 0"},
       {"--listen unix:s --log /dev/null", "/dev/null: expected a regular file: Invalid argument"},
   };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (Row.Line);
-    const ToolResult Result = Run (Row.Line);
-    EXPECT_EQ (Result.ExitCode, 2);
-    EXPECT_EQ (Result.Err, "qsmbmc: " + Row.Complaint + "\n");
-    EXPECT_EQ (Result.Out, "");
-    EXPECT_FALSE (std::filesystem::exists ("s"));
-  }
+  ExpectRefused (Rows);
+  EXPECT_FALSE (std::filesystem::exists ("s"));
 }
 
 } // namespace

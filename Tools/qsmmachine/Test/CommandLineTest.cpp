@@ -14,41 +14,34 @@ public:
 
 TEST_F (Qsmmachine, RefusesBadInputWithOneLine)
 {
-  const struct {
-    std::string Line, Complaint;
-  } Rows[] = {
-      {"--cpus 1", "There is no \"--cpus\" here (see --help)"},
+  const std::string F = "--rom rom --image image ";
+  const Refusal Rows[] = {
+      {F + "--cpus 1", "There is no \"--cpus\" here (see --help)"},
       {"--rom nosuch", "nosuch: expected a readable file: No such file or directory"},
       {"--rom rom --image nosuch", "nosuch: expected a readable file: No such file or directory"},
-      {"--smp 17", "--smp: expected a number from 1 to 16, found \"17\""},
-      {"--smp 4,cores=2", "--smp: expected a number from 1 to 16, found \"4,cores=2\""},
-      {"--smp 4,sockets=3",
+      {F + "--smp 17", "--smp: expected a number from 1 to 16, found \"17\""},
+      {F + "--smp 4,cores=2", "--smp: expected a number from 1 to 16, found \"4,cores=2\""},
+      {F + "--smp 4,sockets=3",
        "--smp sockets: expected a divisor of the number of processors, found \"3\""},
-      {"--smp 2,sockets=4", "--smp sockets: expected a number from 1 to 2, found \"4\""},
-      {"--smp 2,sockets=2",
+      {F + "--smp 2,sockets=4", "--smp sockets: expected a number from 1 to 2, found \"4\""},
+      {F + "--smp 2,sockets=2",
        "--smp sockets: expected two processors in each of several sockets, found \"2\""},
-      {"--smp 5,sockets=5", "--smp sockets: expected a number from 1 to 4, found \"5\""},
-      {"--drivers 0", "--drivers: expected a number from 1 to 16, found \"0\""},
-      {"--bmc-port 0", "--bmc-port: expected a number from 1 to 65535, found \"0\""},
-      {"--gdb 65536", "--gdb: expected a number from 1 to 65535, found \"65536\""},
-      {"--inject fire", "--inject: expected one of the kinds that --help lists, found \"fire\""},
-      {"--inject pcie-corrected@nv3",
+      {F + "--smp 5,sockets=5", "--smp sockets: expected a number from 1 to 4, found \"5\""},
+      {F + "--drivers 0", "--drivers: expected a number from 1 to 16, found \"0\""},
+      {F + "--bmc-port 0", "--bmc-port: expected a number from 1 to 65535, found \"0\""},
+      {F + "--gdb 65536", "--gdb: expected a number from 1 to 65535, found \"65536\""},
+      {F + "--inject fire",
+       "--inject: expected one of the kinds that --help lists, found \"fire\""},
+      {F + "--inject pcie-corrected@nv3",
        "--inject pcie-corrected: expected a device from nv1 to nv2, found \"nv3\""},
-      {"--inject pcie-corrected@1",
+      {F + "--inject pcie-corrected@1",
        "--inject pcie-corrected: expected a device from nv1 to nv2, found \"1\""},
-      {"--smp 2 --inject memory-corrected@2",
+      {F + "--smp 2 --inject memory-corrected@2",
        "--inject memory-corrected: expected a number from 0 to 1, found \"2\""},
-      {"--inject memory-corrected pcie-corrected",
+      {F + "--inject memory-corrected pcie-corrected",
        "There is no \"pcie-corrected\" here (see --help)"},
   };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE (Row.Line);
-    const bool HasFiles = Row.Line.starts_with ("--rom");
-    const ToolResult Result = Run ((HasFiles ? "" : "--rom rom --image image ") + Row.Line);
-    EXPECT_EQ (Result.ExitCode, 2);
-    EXPECT_EQ (Result.Err, "qsmmachine: " + Row.Complaint + "\n");
-    EXPECT_EQ (Result.Out, "");
-  }
+  ExpectRefused (Rows);
 }
 
 TEST_F (Qsmmachine, ReportsARunThatDoesNotStart)

@@ -27,9 +27,7 @@ public:
   }
 };
 
-const struct {
-  const char *Line, *Complaint;
-} BadLines[] = {
+const ToolTest::Refusal BadLines[] = {
     {"", "A subcommand is required (see --help)"},
     {"report", "RECORD is required (see --help)"},
     {"report good.cper --cpus 1", "There is no \"--cpus\" here (see --help)"},
@@ -84,14 +82,8 @@ const struct {
 
 TEST_F (BadInput, GivesCodeTwoAndOneLineAndDoesNothing)
 {
-  for (const auto &Row : BadLines) {
-    SCOPED_TRACE (Row.Line);
-    const ToolResult Result = Run (Row.Line);
-    EXPECT_EQ (Result.ExitCode, 2);
-    EXPECT_EQ (Result.Err, std::string ("qsmsim: ") + Row.Complaint + "\n");
-    EXPECT_EQ (Result.Out, "");
-    EXPECT_FALSE (std::filesystem::exists ("new"));
-  }
+  ExpectRefused (BadLines);
+  EXPECT_FALSE (std::filesystem::exists ("new"));
 }
 
 TEST_F (BadInput, IncludesAnOutputThatCannotBeWritten)

@@ -185,22 +185,4 @@ TEST_F (Report, IsColouredAndCountedOnATerminalOnly)
   }
 }
 
-TEST_F (Report, HasTheInventoryThatShowPrints)
-{
-  Write ("platform.json",
-         R"({"name": "test",
-      "processors": [{"cpuid": "intel-tulsa", "apicIds": [0]}],
-      "devices": [{"type": "memory", "id": "D", "socket": 1, "channel": 2, "dimm": 3},
-      {"type": "pcie", "id": null, "bus": 18, "device": 3, "function": 4},
-      {"type": 9, "id": "F"}]})");
-  EXPECT_EQ (Run ("show inventory --platform platform.json").Out,
-             "test: 3 devices, inventory ready\n"
-             "    0  memory     socket 1, channel 2, dimm 3  D\n"
-             "    1  pcie       12:03.4                      (null)\n"
-             "    2  type 9                                  F\n");
-  const Json Shown = Json::parse (Run ("show inventory --json --platform platform.json").Out);
-  EXPECT_EQ (Shown["devices"], Json::parse (Read ("platform.json"))["devices"]);
-  EXPECT_EQ (Shown["inventoryReady"], true);
-}
-
 } // namespace

@@ -5,6 +5,7 @@
 #include "Boot.h"
 #include "Guid.h"
 #include "HandOffBlocks.h"
+#include "ShownBytes.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ BlockJson (const HandOffBlock &Block)
 } // namespace
 
 BootView
-ViewHobs (const BootedPlatform &)
+ViewHobs (const BootResult &)
 {
   const std::vector<HandOffBlock> Blocks = ReadHandOffBlocks ();
   BootView View = {.Summary = CountText (Blocks.size (), "hand-off block"),

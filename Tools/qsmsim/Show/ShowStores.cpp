@@ -3,13 +3,14 @@
 #include <fmt/format.h>
 
 #include "Boot.h"
+#include "ShownBytes.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
 
 std::string
-StoreText (const SharedStore &Store)
+SharedStoreText (const SharedStore &Store)
 {
   const char *Place = Store.Content.empty () ? "freed" : Store.InSmm ? "in SMM" : "outside SMM";
   return fmt::format ("  {:<24} {:>7} bytes at {}, {}, {}, made by {}, used by {}\n    {}\n",
@@ -20,7 +21,7 @@ StoreText (const SharedStore &Store)
 }
 
 Json
-StoreJson (const SharedStore &Store)
+SharedStoreJson (const SharedStore &Store)
 {
   Json Result = {{"name", Store.Name},
                  {"address", AddressText (Store.Address)},
@@ -42,15 +43,15 @@ StoreJson (const SharedStore &Store)
 } // namespace
 
 BootView
-ViewStores (const BootedPlatform &Booted)
+ViewStores (const BootResult &Booted)
 {
   const std::vector<SharedStore> Stores = Booted.Watch.Stores ();
   BootView View = {.Summary = CountText (Stores.size (), "shared store"),
                    .Text = "",
                    .Facts = {{"stores", Json::array ()}}};
   for (const SharedStore &Store : Stores) {
-    View.Text += StoreText (Store);
-    View.Facts["stores"].push_back (StoreJson (Store));
+    View.Text += SharedStoreText (Store);
+    View.Facts["stores"].push_back (SharedStoreJson (Store));
   }
   return View;
 }

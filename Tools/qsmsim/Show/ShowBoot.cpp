@@ -1,9 +1,5 @@
 #include "Boot.h"
 
-#include <algorithm>
-
-#include <fmt/format.h>
-
 #include "BootView.h"
 #include "Options.h"
 #include "ToolRun.h"
@@ -11,9 +7,6 @@
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-/// As many bytes of a buffer or a block as are shown.
-constexpr UINTN SHOWN_BYTES_MAX = 16;
 
 constexpr ShowTopic Topics[] = {
     {"stores", "The buffers that the drivers of a boot share", ViewStores},
@@ -49,24 +42,6 @@ WriteJson (Console &Console, const BootPlan &Plan, const BootView &View, const s
 }
 
 } // namespace
-
-std::string
-AddressText (UINT64 Address)
-{
-  return fmt::format ("0x{:012X}", Address);
-}
-
-std::string
-StartText (std::span<const UINT8> Bytes)
-{
-  return HexText (Bytes.first (std::min<UINTN> (Bytes.size (), SHOWN_BYTES_MAX)));
-}
-
-std::string
-CutText (std::span<const UINT8> Bytes)
-{
-  return StartText (Bytes) + (Bytes.size () > SHOWN_BYTES_MAX ? " ..." : "");
-}
 
 std::span<const ShowTopic>
 ShowTopics ()

@@ -5,6 +5,7 @@
 #include "Boot.h"
 #include "Guid.h"
 #include "Record/UpiHostData.h"
+#include "ShownBytes.h"
 
 // The records are packed: their fields are passed on by value, which the plus signs see to.
 
@@ -63,7 +64,7 @@ AddSockets (const UpiHostRecord &Record, std::string &Text, Json &Object)
 } // namespace
 
 BootView
-ViewUpi (const BootedPlatform &)
+ViewUpi (const BootResult &)
 {
   const std::span<const UINT8> Bytes = SharedInterface (gSmmKtiProtocolGuid);
   if (Bytes.size () < sizeof (UpiHostDataBlock)) {

@@ -33,7 +33,7 @@ LevelMaskText ()
 } // namespace
 
 BootView
-ViewLog (const BootedPlatform &Booted)
+ViewLog (const BootResult &Booted)
 {
   const std::string &Sent = Booted.Platform.Machine.Uart.Sent;
   const auto Mask = LevelMaskText ();

@@ -10,6 +10,7 @@
 #include "Boot.h"
 #include "Guid.h"
 #include "Record/StaticPointerTable.h"
+#include "ShownBytes.h"
 
 namespace {
 
@@ -119,7 +120,7 @@ SlotJson (const PublishedTable &Table, UINTN Slot)
 } // namespace
 
 BootView
-ViewPointers (const BootedPlatform &)
+ViewPointers (const BootResult &)
 {
   const auto Table = ReadTable ();
   if (!Table) {

@@ -6,6 +6,7 @@
 
 #include "Boot.h"
 #include "Record/IioTopologyStore.h"
+#include "ShownBytes.h"
 
 // The records are packed: their fields are passed on by value, which the plus signs see to.
 
@@ -114,7 +115,7 @@ SocketJson (UINTN Number, const IioTopologySocket &Socket)
 } // namespace
 
 BootView
-ViewTopology (const BootedPlatform &)
+ViewTopology (const BootResult &)
 {
   const auto Buffer = FindSharedBuffer (PlatIioTopologyName);
   if (!Buffer || Buffer->Content.size () < sizeof (IioTopologyStore)) {
