@@ -1,7 +1,7 @@
 /// The processor and the chipset, as named operations.
 ///
 /// The image has one definition of each (MdePkg/Library/BaseLib/X64), the host has another
-/// (Platform/Host); the linker chooses. Each operation is the smallest that the machine has:
+/// (Platform/Simulator); the linker chooses. Each operation is the smallest that the machine has:
 /// polling, masking and index-then-data sequences stay in the modules that need them.
 ///
 /// Reading CR4 and moving the shadow stack are not here: a call would move the shadow stack too, so

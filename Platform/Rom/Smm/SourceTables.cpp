@@ -1,0 +1,55 @@
+#include "SourceTables.h"
+
+#include "HardwareErrors.h"
+#include "MachineWorld.h"
+#include "ProcessorInstructions.h"
+
+namespace {
+
+[[gnu::section (".settled.data")]] constinit PcieErrorSource mPcie[PciFunctionMax] = {};
+[[gnu::section (".settled.data")]] constinit DimmRange mDimms[InventoryEntryMax] = {};
+[[gnu::section (".settled.data")]] constinit HardwareErrorSources mSources = {};
+
+VOID
+WriteMsr (UINT32 Index, UINT64 Value)
+{
+  WriteMsr64 (Index, Value);
+}
+
+} // namespace
+
+VOID
+ErrorSourcesStart ()
+{
+  mSources = {.Pcie = mPcie, .PcieCount = 0, .Dimms = mDimms, .DimmCount = 0, .WriteMsr = WriteMsr};
+  for (UINTN Index = 0; Index < gFound.PciFunctionCount; ++Index) {
+    const PciFunction &Each = gFound.PciFunctions[Index];
+    PcieErrorSource &Next = mPcie[mSources.PcieCount];
+    Next = {.WindowBase = PCI_WINDOW_BASE,
+            .Segment = 0,
+            .Bus = Each.Bus,
+            .Device = Each.Device,
+            .Function = Each.Function,
+            .HasRootRegisters = false,
+            .Express = 0,
+            .Aer = 0};
+    mSources.PcieCount += FindPcieErrorRegisters (&Next) ? 1 : 0;
+  }
+  for (UINTN Index = 0; Index < gFound.InventoryEntryCount; ++Index) {
+    const InventoryEntry &Each = gFound.Inventory[Index];
+    if (Each.Type == ErrorClassMemory && Each.Size != 0) {
+      mDimms[mSources.DimmCount++] = {.Base = Each.Base,
+                                      .Size = Each.Size,
+                                      .Socket = Each.Socket,
+                                      .Channel = Each.Channel,
+                                      .Dimm = Each.Dimm};
+    }
+  }
+}
+
+VOID
+ServeErrorSources ()
+{
+  (void)ReportPcieErrors (&mSources);
+  (void)ReportMachineChecks (&mSources);
+}
