@@ -1,8 +1,8 @@
 #include "ControlChannel.h"
 
+#include "BankFilling.h"
 #include "ControlPort.h"
 #include "HandOver.h"
-#include "BankFilling.h"
 #include "MachineCheckRegisters.h"
 #include "MachineLog.h"
 #include "Processors.h"

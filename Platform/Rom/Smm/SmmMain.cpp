@@ -2,7 +2,6 @@
 
 #include "ApmPort.h"
 #include "DriverLoading.h"
-#include "SourceTables.h"
 #include "ExceptionFrame.h"
 #include "Firmware.h"
 #include "Machine.h"
@@ -13,6 +12,7 @@
 #include "ProcessorInstructions.h"
 #include "SmmPaging.h"
 #include "SmmTile.h"
+#include "SourceTables.h"
 
 extern "C" {
 
