@@ -3,6 +3,9 @@
 #include <iomanip>
 #include <sstream>
 
+#include <fmt/format.h>
+
+#include "HandOffRecords.h"
 #include "Pool.h"
 #include "Protocol/SmmDebugService.h"
 #include "ProtocolDatabase.h"
@@ -99,6 +102,53 @@ BootedPlatform::BootedPlatform (const PlatformDescription &Platform, DebugWorld 
   if (Debug == DebugWorld::Absent) {
     ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
   }
+}
+
+RecordedPlatform::RecordedPlatform (DebugWorld Debug)
+    : BootedPlatform (
+          TwoSockets ({ProcessorDevice ("CPU0", 0), ProcessorDevice ("CPU1", 1),
+                       MemoryDevice ("DIMM_S1C1D0", 1, 1, 0), MemoryDevice ("DIMM_S1C2D0", 1, 2, 0),
+                       PcieDevice ("abc", 0x3B, 2, 1)}),
+          Debug),
+      Record (*this)
+{
+  gTopology = {};
+  gTopology.Places[2] = {.Device = 6, .Function = 1};
+  SocketRow &First = gTopology.Sockets[0];
+  First.Present = TRUE;
+  First.MaxPort = 33;
+  First.Ports[0] = {.Exists = TRUE, .Bus = 0x20};
+  First.Ports[2] = {.Exists = TRUE, .Bus = 0xA0};
+  First.Stacks[0].Present = TRUE;
+  First.Stacks[11].Present = TRUE;
+  gTopology.Sockets[1].Present = TRUE;
+  gTopology.Sockets[1].Stacks[5].Present = TRUE;
+  HandOffRecordsFill ();
+  Machine.Pci = {};
+  Machine.Pci.Populate (gTopology);
+  const auto MemMapHost = static_cast<UINT32> (HandOffStaticPointers ()->Pointers[SptMemMapHost]);
+  Record.Names[fmt::format ("was 0x{:X}", MemMapHost)] = "was an address";
+  Machine.Cmos.Bytes[0x4F] = 0x0C;
+}
+
+CallResult
+RecordedPlatform::Load ()
+{
+  const CallResult Result = LoadDriver ();
+  Record.Note (Result);
+  return Result;
+}
+
+void
+RecordedPlatform::ReadyToLock ()
+{
+  Record.Note (SignalReadyToLock ());
+}
+
+void
+RecordedPlatform::ReportError (const std::vector<UINT8> &Bytes, const ReportOptions &Options)
+{
+  Record.Note (Report (Bytes, Options));
 }
 
 LoadedPlatform::LoadedPlatform (const PlatformDescription &Platform, DebugWorld Debug)

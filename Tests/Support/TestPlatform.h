@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "SimulatedPlatform.h"
+#include "Transcript.h"
 
 /// A platform of two sockets with one processor each, and the given devices.
 PlatformDescription TwoSockets (std::vector<PlatformDescription::Device> Devices);
@@ -42,6 +43,20 @@ enum class DebugWorld {
 class BootedPlatform : public SimulatedPlatform {
 public:
   BootedPlatform (const PlatformDescription &Platform, DebugWorld Debug);
+};
+
+/// A platform of two sockets with a few devices, ports and stacks, on which the drivers' own lines
+/// of the RAS log pass, and all that happens is recorded.
+class RecordedPlatform : public BootedPlatform {
+public:
+  explicit RecordedPlatform (DebugWorld Debug);
+
+  /// The calls of SimulatedPlatform, with their ends noted.
+  CallResult Load ();
+  void ReadyToLock ();
+  void ReportError (const std::vector<UINT8> &Bytes, const ReportOptions &Options = {});
+
+  Transcript Record;
 };
 
 /// A platform on which the driver has been loaded with success.

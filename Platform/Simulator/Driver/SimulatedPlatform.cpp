@@ -151,7 +151,7 @@ SimulatedPlatform::Run (UINTN Processor, Callable &&Call)
 CallResult
 SimulatedPlatform::LoadDriver (const std::filesystem::path &SharedObject)
 {
-  Drivers.push_back (std::make_unique<DriverInstance> (SharedObject, Machine));
+  Drivers.push_back (std::make_unique<DriverInstance> (SharedObject, *DriverMachine));
   const DriverInstance &Driver = *Drivers.back ();
   const EFI_HANDLE Handle = FirmwareAddImage (Driver.ImageBase (), Driver.ImageSize ());
   return Run (0, [&] { return CallDriver (Driver.Entry (), Handle, FirmwareSystemTable ()); });

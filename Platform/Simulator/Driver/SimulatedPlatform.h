@@ -65,6 +65,7 @@ public:
 
   const PlatformDescription Description; ///< Owns the texts to which the inventory points.
   SimulatedMachine Machine;
+  HostMachine *DriverMachine = &Machine; ///< To which the drivers that are loaded next are bound.
   HostWorld World;
   std::vector<std::unique_ptr<DriverInstance>> Drivers;
 
