@@ -29,7 +29,7 @@ const struct {
 } Worlds[] = {{DebugWorld::Present, ""}, {DebugWorld::Absent, "WithoutDebugService"}};
 
 /// What comes of Act in one world: all of it when Undisturbed is empty, or else what is different
-/// there. When the processor has stopped, that is what it did last.
+/// there. When the processor has stopped, that is what it did last, behind the last line in common.
 Lines
 Record (DebugWorld Debug, const Step &Before, const Step &Act, const Lines &Undisturbed = {})
 {
@@ -41,7 +41,10 @@ Record (DebugWorld Debug, const Step &Before, const Step &Act, const Lines &Undi
   if (Undisturbed.empty () || All.back ().starts_with ("ends: ")) {
     return Undisturbed.empty () ? All : Difference (Undisturbed, All, 0);
   }
-  return {std::mismatch (All.begin (), All.end (), Undisturbed.begin ()).first, All.end ()};
+  auto First =
+      std::mismatch (All.begin (), All.end (), Undisturbed.begin (), Undisturbed.end ()).first;
+  First -= First == All.begin () ? 0 : 1;
+  return {First, All.end ()};
 }
 
 void
