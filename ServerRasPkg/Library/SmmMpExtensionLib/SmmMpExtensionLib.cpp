@@ -47,23 +47,23 @@ GetCurrentProcessorLocation (CpuLocation *Location)
 {
   const EFI_SMM_CPU_SERVICE_PROTOCOL *Service = mSmmCpuService;
   UINTN Index = 0;
-  EFI_STATUS Status = Service != nullptr ? Service->WhoAmI (Service, &Index) : EFI_NOT_READY;
-  ASSERT_EFI_ERROR (Status, IndexKnown);
-  if (EFI_ERROR (Status)) {
+  const EFI_STATUS IndexStatus =
+      Service != nullptr ? Service->WhoAmI (Service, &Index) : EFI_NOT_READY;
+  ASSERT_EFI_ERROR (IndexStatus, IndexKnown);
+  if (EFI_ERROR (IndexStatus)) {
     Index = 0;
   }
   if (Location == nullptr) {
     return Index;
   }
 
-  // Without an index there is nobody to ask about.
   EFI_PROCESSOR_INFORMATION Information = {};
-  if (!EFI_ERROR (Status)) {
-    Status = Service->GetProcessorInfo (Service, Index, &Information);
-    ASSERT_EFI_ERROR (Status, InformationKnown);
-  }
-  if (EFI_ERROR (Status)) {
-    Information = {};
+  const EFI_STATUS Status =
+      Service != nullptr ? Service->GetProcessorInfo (Service, Index, &Information) : EFI_NOT_READY;
+  ASSERT_EFI_ERROR (Status, InformationKnown);
+  if (EFI_ERROR (IndexStatus) || EFI_ERROR (Status)) {
+    *Location = {};
+    return Index;
   }
   Location->ProcessorId = static_cast<UINT32> (Information.ProcessorId);
   Location->Package = Information.Location.Package;
