@@ -20,6 +20,13 @@ TwoProcessors ()
 
 } // namespace
 
+EFI_STATUS EFIAPI
+GivesNothing (EFI_MEMORY_TYPE, UINTN, VOID **Buffer)
+{
+  *Buffer = nullptr;
+  return EFI_SUCCESS;
+}
+
 FirmwareTestBench::FirmwareTestBench ()
     : Machine (TwoProcessors ()), World (Machine.ProcessorCount ())
 {

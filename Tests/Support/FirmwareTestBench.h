@@ -14,6 +14,9 @@
 #include "ProtocolDatabase.h"
 #include "SimulatedMachine.h"
 
+/// An allocation service of a pool that succeeds without a block.
+EFI_STATUS EFIAPI GivesNothing (EFI_MEMORY_TYPE PoolType, UINTN Size, VOID **Buffer);
+
 /// Fixture. Starts with all services there but the debug service, so that assertions return, and
 /// with gSmst, gST and gBS bound to them. The machine has two processors, each in a package of its
 /// own.

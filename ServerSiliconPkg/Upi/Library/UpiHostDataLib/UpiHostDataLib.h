@@ -14,8 +14,9 @@ extern const UpiHostDataBlock *mSmmKtiProtocol;
 /// publishes. Ignores its arguments. What a HOB is too short for is zero in the block.
 ///
 /// Returns EFI_UNSUPPORTED without gSmst; EFI_NOT_FOUND if a HOB is missing, which is asserted;
-/// else the status of the service that failed. After a failure no block has been left behind, and
-/// the next driver tries again.
+/// EFI_OUT_OF_RESOURCES if the pool succeeds without a block; else the status of the allocation or
+/// the publication that failed. After a failure no block has been published, and the next driver
+/// tries again. A block that is published and then not found is a success: mSmmKtiProtocol is null.
 EFI_STATUS EFIAPI UpiHostDataLibConstructor (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable);
 
 /// Returns the second record of the block. That there is no block is an assertion; when that

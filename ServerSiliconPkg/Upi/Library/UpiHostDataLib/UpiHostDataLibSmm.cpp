@@ -88,6 +88,9 @@ PublishBlock ()
 
   VOID *Block = nullptr;
   Status = gSmst->SmmAllocatePool (EfiRuntimeServicesData, sizeof (UpiHostDataBlock), &Block);
+  if (!EFI_ERROR (Status) && Block == nullptr) {
+    Status = EFI_OUT_OF_RESOURCES;
+  }
   ASSERT_EFI_ERROR (Status, BlockAllocated);
   if (EFI_ERROR (Status)) {
     return Status;
@@ -115,14 +118,16 @@ UpiHostDataLibConstructor (EFI_HANDLE, EFI_SYSTEM_TABLE *)
   if (gSmst == nullptr) {
     return EFI_UNSUPPORTED;
   }
-  EFI_STATUS Status = BindBlock ();
-  if (EFI_ERROR (Status)) {
-    Status = PublishBlock ();
-    if (!EFI_ERROR (Status)) {
-      Status = BindBlock ();
-    }
+  if (!EFI_ERROR (BindBlock ())) {
+    return EFI_SUCCESS;
   }
-  return EFI_ERROR (Status) ? Status : EFI_SUCCESS;
+  const EFI_STATUS Status = PublishBlock ();
+  if (EFI_ERROR (Status)) {
+    return Status;
+  }
+  // The pointer that later drivers get. That it is not found shows when the record is asked for.
+  (void)BindBlock ();
+  return EFI_SUCCESS;
 }
 
 const UpiHostRecord *

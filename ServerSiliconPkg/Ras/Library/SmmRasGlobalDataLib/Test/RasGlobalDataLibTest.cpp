@@ -6,6 +6,8 @@
 #include "FirmwareTestBench.h"
 #include "Record/RasGlobalData.h"
 #include "SmmMemoryAllocationLib.h"
+#include "SmmServicesTableLib.h"
+#include "UefiBootServicesTableLib.h"
 #include "VariablePolicy.h"
 #include "VariableStore.h"
 
@@ -140,6 +142,16 @@ TEST_F (RasGlobalData, ReportsWhatItCannotFindOrPublish)
       EXPECT_EQ (NewBuffer != FALSE, Buffer != nullptr);
     }
   }
+}
+
+TEST_F (RasGlobalData, PublishesNothingWhereAPoolGivesNothing)
+{
+  Boot ();
+  gSmst->SmmAllocatePool = GivesNothing;
+  gBS->AllocatePool = GivesNothing;
+  EXPECT_EQ (Find[0](Size, nullptr), nullptr);
+  EXPECT_EQ (Find[1](Size, nullptr), nullptr);
+  EXPECT_EQ (Entry (), nullptr);
 }
 
 TEST_F (RasGlobalData, ReportsAServiceThatIsNotThere)
