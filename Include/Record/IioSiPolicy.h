@@ -48,11 +48,11 @@ LAYOUT_OFFSET (IioSiPolicy, PortExists, 22348);
 LAYOUT_OFFSET (IioSiPolicy, MaxPort, 24644);
 LAYOUT_SIZE (IioSiPolicy, 24648);
 
-/// Whether the policy has port number Port of a socket, where Port is below the socket's MaxPort
-/// and that is at most IIO_PORT_MAX. Each socket's row of PortExists starts as if all rows were as
-/// long as its own.
+/// Whether the policy has port number Port of a socket, where Port is below MaxPort, the socket's
+/// number of ports, and that is at most IIO_PORT_MAX. Each socket's row of PortExists starts as if
+/// all rows were as long as its own.
 inline bool
-IioPolicyPortExists (const IioSiPolicy *Policy, UINTN Socket, UINTN Port)
+IioPolicyPortExists (const IioSiPolicy *Policy, UINTN Socket, UINTN MaxPort, UINTN Port)
 {
-  return Policy->PortExists[Socket * Policy->MaxPort[Socket] + Port] != 0;
+  return Policy->PortExists[Socket * MaxPort + Port] != 0;
 }

@@ -49,6 +49,7 @@ BuildStack (IioTopologyStack *To, const Sources &From, UINT8 Socket, UINT8 Stack
 VOID
 BuildPorts (IioTopologySocket *To, const IioSiPolicy *Policy, UINT8 Socket)
 {
+  // One read: the policy lies outside SMRAM.
   const UINT8 MaxPort = Policy->MaxPort[Socket];
   RAS_ASSERT (MaxPort <= IIO_PORT_MAX, MaxPortInRange);
   if (MaxPort > IIO_PORT_MAX) {
@@ -59,7 +60,7 @@ BuildPorts (IioTopologySocket *To, const IioSiPolicy *Policy, UINT8 Socket)
   To->MaxPort = MaxPort;
   IioTopologyPort *Next = To->Port;
   for (UINTN Port = 0; Port < MaxPort; ++Port) {
-    if (!IioPolicyPortExists (Policy, Socket, Port)) {
+    if (!IioPolicyPortExists (Policy, Socket, MaxPort, Port)) {
       continue;
     }
     Next->Bus = Policy->PortBus[Socket][Port];

@@ -9,7 +9,6 @@ namespace {
 /// What configuration space reads where there is no function, and here also where it cannot be
 /// reached.
 constexpr UINT32 AllOnes32 = 0xFFFFFFFF;
-constexpr UINT8 AllOnes8 = 0xFF;
 
 /// A root port of one socket.
 struct PortPlace {
@@ -32,11 +31,16 @@ ReadConfig32 (const PortPlace &Port, UINT32 Offset)
   return Register != nullptr ? MmioRead32 (reinterpret_cast<UINTN> (Register)) : AllOnes32;
 }
 
-UINT8
-ReadConfig8 (const PortPlace &Port, UINT32 Offset)
+/// Reads a register into *Value. Returns false, and leaves *Value, where it cannot be reached.
+bool
+ReadConfig8 (const PortPlace &Port, UINT32 Offset, UINT8 *Value)
 {
   VOID *Register = RegisterOf (Port, Offset);
-  return Register != nullptr ? MmioLoad8 (reinterpret_cast<UINTN> (Register)) : AllOnes8;
+  if (Register == nullptr) {
+    return false;
+  }
+  *Value = MmioLoad8 (reinterpret_cast<UINTN> (Register));
+  return true;
 }
 
 bool
@@ -45,18 +49,24 @@ IsBridge (const PortPlace &Port)
   if (ReadConfig32 (Port, offsetof (PciBridgeHeader, VendorId)) == AllOnes32) {
     return false;
   }
-  const UINT8 HeaderType = ReadConfig8 (Port, offsetof (PciBridgeHeader, HeaderType));
-  return (HeaderType & ~PCI_HEADER_MULTI_FUNCTION) == PCI_HEADER_LAYOUT_BRIDGE;
+  UINT8 HeaderType = 0;
+  return ReadConfig8 (Port, offsetof (PciBridgeHeader, HeaderType), &HeaderType) &&
+         (HeaderType & ~PCI_HEADER_MULTI_FUNCTION) == PCI_HEADER_LAYOUT_BRIDGE;
 }
 
+/// Leaves the entry of a port that is no bridge, or of which a register cannot be reached.
 VOID
 RefreshPort (UINT32 Socket, IioTopologyPort *Entry)
 {
   const PortPlace Port = {
       .Socket = Socket, .Bus = Entry->Bus, .Device = Entry->Device, .Function = Entry->Function};
-  if (IsBridge (Port)) {
-    Entry->SecondaryBus = ReadConfig8 (Port, offsetof (PciBridgeHeader, SecondaryBus));
-    Entry->SubordinateBus = ReadConfig8 (Port, offsetof (PciBridgeHeader, SubordinateBus));
+  UINT8 SecondaryBus = 0;
+  UINT8 SubordinateBus = 0;
+  if (IsBridge (Port) &&
+      ReadConfig8 (Port, offsetof (PciBridgeHeader, SecondaryBus), &SecondaryBus) &&
+      ReadConfig8 (Port, offsetof (PciBridgeHeader, SubordinateBus), &SubordinateBus)) {
+    Entry->SecondaryBus = SecondaryBus;
+    Entry->SubordinateBus = SubordinateBus;
   }
 }
 

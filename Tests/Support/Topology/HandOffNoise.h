@@ -43,11 +43,13 @@ public:
   UINTN Accesses = 0;
 };
 
-/// Where USRA finds a register on this machine.
+/// Where USRA finds a register on this machine; it does not find one of 13.
 inline VOID *EFIAPI
 NoiseAddress (const UsraPcieAddress *Address)
 {
-  return reinterpret_cast<VOID *> ((UINT64{Address->Segment} + 1) << 32 | Address->Location);
+  return Address->Location % 13 == 0
+             ? nullptr
+             : reinterpret_cast<VOID *> ((UINT64{Address->Segment} + 1) << 32 | Address->Location);
 }
 
 inline UINT32
@@ -62,17 +64,19 @@ Word (const UINT8 *Record, UINTN Offset)
 inline void
 RefreshEntry (UINT8 *To, UINT8 Segment)
 {
-  const UsraPcieAddress Place = {.Location = To[1] * 0x100000U + (To[2] & 0x1F) * 0x8000U +
-                                             (To[3] & 7) * 0x1000U,
-                                 .Segment = Segment,
-                                 .Reserved = {}};
-  const auto Register = [Base = reinterpret_cast<UINTN> (NoiseAddress (&Place))] (UINTN Offset,
-                                                                                  UINTN Width) {
-    return NoiseMachine::Register (Base + Offset, Width);
+  const auto Find = [=] (UINT32 Offset) {
+    const UsraPcieAddress Place = {.Location = To[1] * 0x100000U + (To[2] & 0x1F) * 0x8000U +
+                                               (To[3] & 7) * 0x1000U + Offset,
+                                   .Segment = Segment,
+                                   .Reserved = {}};
+    return reinterpret_cast<UINTN> (NoiseAddress (&Place));
   };
-  if (Register (0, 4) != 0xFFFFFFFF && (Register (0x0E, 1) & 0x7F) == 1) {
-    To[4] = static_cast<UINT8> (Register (0x19, 1));
-    To[5] = static_cast<UINT8> (Register (0x1A, 1));
+  const UINTN Id = Find (0), Type = Find (0x0E), Secondary = Find (0x19), Subordinate = Find (0x1A);
+  if (Id != 0 && Type != 0 && Secondary != 0 && Subordinate != 0 &&
+      NoiseMachine::Register (Id, 4) != 0xFFFFFFFF &&
+      (NoiseMachine::Register (Type, 1) & 0x7F) == 1) {
+    To[4] = static_cast<UINT8> (NoiseMachine::Register (Secondary, 1));
+    To[5] = static_cast<UINT8> (NoiseMachine::Register (Subordinate, 1));
   }
 }
 

@@ -189,6 +189,25 @@ TEST_F (IioTopology, HasNoPortsWhereThePolicyHasTooMany)
   EXPECT_EQ (Store (), Expected (false));
 }
 
+TEST_F (IioTopology, HoldsToTheNumberOfPortsThatItHasChecked)
+{
+  SmallTopology ();
+  UseTopology ();
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  // The number changes during the walk: the first port's bus is stored over it.
+  Bytes Policy (30000);
+  std::memcpy (Policy.data (), HandOffIioPolicy (), sizeof (IioSiPolicy));
+  HobListRemove (&gIioSiPolicyHobGuid);
+  auto *Left = reinterpret_cast<UINT8 *> (
+      HobListAddGuid (&gIioSiPolicyHobGuid, Policy.data (), Policy.size ()) + 1);
+  constexpr UINTN BusOffset = offsetof (IioTopologyStore, Socket[1].Port[0].Bus);
+  UINT8 *Number = Left + offsetof (IioSiPolicy, MaxPort[1]);
+  mIioTopology = reinterpret_cast<IioTopologyStore *> (Number - BusOffset);
+  EXPECT_EQ (InitializeIioTopology (), EFI_SUCCESS);
+  EXPECT_EQ (*Number, 0x20);
+  EXPECT_EQ (mIioTopology->Socket[1].Port[1].Device, 6) << "port 2";
+}
+
 TEST_F (IioTopology, StopsBehindTheLastPortWhateverTheStoreClaims)
 {
   EXPECT_EQ (Construct (), EFI_SUCCESS);
