@@ -27,16 +27,11 @@ AllocateTable (UINTN RangeCount)
   return Table;
 }
 
-/// Number of bytes that may be copied of what Pointer, which is not null, leads to. 0 if it is no
-/// block.
-UINTN
-CopyableSize (UINT64 Pointer)
+bool
+IsCopyable (const StaticPointerBlockHeader &Header)
 {
-  // One read: the block lies outside SMRAM.
-  const StaticPointerBlockHeader Header =
-      *reinterpret_cast<const StaticPointerBlockHeader *> (Pointer);
   const EFI_GUID Signature = Header.Signature;
-  return CompareGuid (&Signature, &gStaticPointerBlockGuid) ? Header.Size : 0;
+  return CompareGuid (&Signature, &gStaticPointerBlockGuid) && Header.Size != 0;
 }
 
 /// Returns what becomes of a pointer of the HOB in its slot: the address of a copy in SMRAM, or
@@ -44,17 +39,25 @@ CopyableSize (UINT64 Pointer)
 UINT64
 SlotPointer (UINT64 Pointer, UINTN Slot)
 {
-  const UINTN Size = Pointer != 0 ? CopyableSize (Pointer) : 0;
-  if (Size == 0) {
+  if (Pointer == 0) {
+    return 0;
+  }
+  const auto *Block = reinterpret_cast<const StaticPointerBlockHeader *> (Pointer);
+  const StaticPointerBlockHeader Header = *Block;
+  if (!IsCopyable (Header)) {
     return Pointer;
   }
-  VOID *Copy = AllocatePool (Size);
+  VOID *Copy = AllocatePool (Header.Size);
   if (Copy == nullptr) {
     DEBUG (DEBUG_ERROR, "ERROR: %a: Could not allocate SMM memory for pointer type %x\n",
            "InitializeStaticPointers", Slot);
     return 0;
   }
-  return reinterpret_cast<UINT64> (CopyMem (Copy, reinterpret_cast<const VOID *> (Pointer), Size));
+  CopyMem (Copy, Block, Header.Size);
+  // The block lies outside SMRAM and may have changed since its header was checked. The copy gets
+  // the checked one, whose size is that of its allocation.
+  CopyMem (Copy, &Header, Header.Size < sizeof Header ? Header.Size : sizeof Header);
+  return reinterpret_cast<UINT64> (Copy);
 }
 
 /// Fills the slots from the HOB, if there is one.

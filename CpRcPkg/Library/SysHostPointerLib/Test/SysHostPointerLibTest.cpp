@@ -115,6 +115,26 @@ TEST_F (SysHostPointer, CopiesBlocksThatMayBeCopiedAndKeepsOtherPointers)
       << "the constructor's own message is of a level below";
 }
 
+/// The firmware's allocation, with a block outside SMRAM that grows meanwhile.
+std::vector<UINT8> Growing = Block (100, 100);
+decltype (EFI_SMM_SYSTEM_TABLE2::SmmAllocatePool) Allocate;
+EFI_STATUS EFIAPI
+AllocateAndGrow (EFI_MEMORY_TYPE Type, UINTN Size, VOID **Buffer)
+{
+  Growing[17] = Size == Growing.size () ? 0xFF : 0;
+  return Allocate (Type, Size, Buffer);
+}
+
+TEST_F (SysHostPointer, KeepsTheHeaderByWhichItCopied)
+{
+  *HandOffStaticPointers () = {.Pointers = {reinterpret_cast<UINT64> (Growing.data ())}};
+  Allocate = std::exchange (gSmst->SmmAllocatePool, AllocateAndGrow);
+  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  EXPECT_EQ (Growing[17], 0xFF);
+  const auto *Copy = reinterpret_cast<const VOID *> (mPrivate->Pointers[0]);
+  EXPECT_EQ (std::memcmp (Copy, Block (100, 100).data (), 100), 0);
+}
+
 TEST_F (SysHostPointer, EmptiesWhatLeadsOutsideSmramAtReadyToLock)
 {
   InstallDebugService ();
