@@ -3,6 +3,7 @@
 #include "BaseLib.h"
 #include "BaseMemoryLibOptDxe.h"
 #include "ErrorClassRules.h"
+#include "ProtocolLib.h"
 #include "SmmServicesTableLib.h"
 
 constinit const InventoryInfo *mInventoryInfo = nullptr;

@@ -1,7 +1,7 @@
 #include "VelmoraQsmErrorHandler.h"
 
 #include "ErrorReportLib.h"
-#include "SmmServicesTableLib.h"
+#include "ProtocolLib.h"
 
 constinit SmmIpmiTransportProtocol *mIpmiTransport = nullptr;
 

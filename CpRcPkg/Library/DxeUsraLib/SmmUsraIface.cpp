@@ -1,5 +1,6 @@
 #include "DxeUsraLib.h"
-#include "SmmServicesTableLib.h"
+
+#include "ProtocolLib.h"
 
 namespace {
 
@@ -13,7 +14,7 @@ UsraProtocol *
 UsraLocate ()
 {
   VOID *Interface = nullptr;
-  const EFI_STATUS Status = LocateSmmProtocol (&gUsraProtocolGuid, &Interface);
+  const EFI_STATUS Status = SearchSmmProtocol (&gUsraProtocolGuid, &Interface);
   ASSERT_EFI_ERROR (Status, ProtocolLocated);
   // Here even a warning counts as a failure.
   if (Status != EFI_SUCCESS) {

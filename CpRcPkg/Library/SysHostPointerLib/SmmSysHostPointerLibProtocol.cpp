@@ -1,5 +1,5 @@
 #include "Protocol/SmmReadyToLock.h"
-#include "SmmServicesTableLib.h"
+#include "ProtocolLib.h"
 #include "SysHostPointerLibInternal.h"
 
 constinit StaticPointerTable *mPrivate = nullptr;
@@ -40,7 +40,7 @@ EFI_STATUS
 BindOrBuildTable ()
 {
   VOID *Interface = nullptr;
-  if (EFI_ERROR (LocateSmmProtocol (&gStaticPointerTableProtocolGuid, &Interface))) {
+  if (EFI_ERROR (SearchSmmProtocol (&gStaticPointerTableProtocolGuid, &Interface))) {
     return InitializeStaticPointers ();
   }
   mPrivate = static_cast<StaticPointerTable *> (Interface);
@@ -79,17 +79,12 @@ EFI_STATUS EFIAPI
 SmmSysHostPointerLibProtocolDestructor (EFI_HANDLE, EFI_SYSTEM_TABLE *)
 {
   DEBUG (DEBUG_VERBOSE, "%a: In SmmSysHostPointerLibProtocolDestructor\n", gEfiCallerBaseName);
-  if (mReadyToLockRegistration == nullptr) {
-    return EFI_SUCCESS;
-  }
-  const EFI_STATUS Status = gSmst->SmmRegisterProtocolNotify (&gEfiSmmReadyToLockProtocolGuid,
-                                                              nullptr, &mReadyToLockRegistration);
+  const EFI_STATUS Status =
+      UnregisterSmmNotify (&gEfiSmmReadyToLockProtocolGuid, &mReadyToLockRegistration);
   if (EFI_ERROR (Status)) {
     DEBUG (DEBUG_ERROR, "ERROR: %a: Unable to unregister notify for SmmReadyToLock: %r\n",
            gEfiCallerBaseName, Status);
     ASSERT_EFI_ERROR (Status, NotifyRemoved);
-    return Status;
   }
-  mReadyToLockRegistration = nullptr;
   return Status;
 }

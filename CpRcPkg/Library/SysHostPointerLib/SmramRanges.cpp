@@ -1,7 +1,7 @@
 #include "Protocol/SmmAccess2.h"
+#include "ProtocolLib.h"
 #include "SmmMemoryAllocationLib.h"
 #include "SysHostPointerLibInternal.h"
-#include "UefiBootServicesTableLib.h"
 
 namespace {
 
@@ -14,15 +14,12 @@ constexpr AssertionSite RangesAllocated = {SysHostPointerSourceFile, 252,
                                            "InternalRanges != ((void *) 0)"};
 constexpr AssertionSite MapRead = {SysHostPointerSourceFile, 267};
 
-/// Finds the SMM access protocol, which counts as missing without an interface.
+/// Finds the SMM access protocol.
 EFI_STATUS
 LocateAccess (const EFI_SMM_ACCESS2_PROTOCOL **Access)
 {
   VOID *Interface = nullptr;
-  EFI_STATUS Status = LocateBootProtocol (&gEfiSmmAccess2ProtocolGuid, &Interface);
-  if (!EFI_ERROR (Status) && Interface == nullptr) {
-    Status = EFI_NOT_FOUND;
-  }
+  const EFI_STATUS Status = LocateBootProtocol (&gEfiSmmAccess2ProtocolGuid, &Interface);
   if (EFI_ERROR (Status)) {
     DEBUG (DEBUG_ERROR, "ERROR: %a: Unable to locate SmmAccess2 protocol: %r\n", gEfiCallerBaseName,
            Status);

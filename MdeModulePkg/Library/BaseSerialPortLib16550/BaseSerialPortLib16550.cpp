@@ -40,7 +40,7 @@ constexpr bool WantedFifo = (PcdSerialFifoControl & FifoControlEnable) != 0;
 constexpr UINT32 PollCountMax = 65536;
 
 /// Clock rate by 16 times the baud rate, rounded to the nearest.
-consteval UINT16
+consteval UINT32
 BaudDivisor ()
 {
   constexpr UINT32 ClocksPerBit = PcdSerialBaudRate * 16;
@@ -48,6 +48,7 @@ BaudDivisor ()
   return PcdSerialClockRate / ClocksPerBit + RoundUp;
 }
 
+static_assert (BaudDivisor () >= 1 && BaudDivisor () <= 0xFFFF, "the divisor has 16 bits");
 constexpr UINT16 WantedDivisor = BaudDivisor ();
 
 /// Bytes that an idle transmitter takes at once.

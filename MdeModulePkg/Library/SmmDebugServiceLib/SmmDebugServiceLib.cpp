@@ -3,7 +3,7 @@
 #include "BaseLib.h"
 #include "Machine.h"
 #include "Protocol/SmmDebugService.h"
-#include "SmmServicesTableLib.h"
+#include "ProtocolLib.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "DxePcdLib.h"
 
+#include "ProtocolLib.h"
 #include "SmmDebugServiceLib.h"
-#include "UefiBootServicesTableLib.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ GetPcdProtocol ()
 {
   if (mPcd == nullptr) {
     VOID *Interface = nullptr;
-    const EFI_STATUS Status = LocateBootProtocol (&gPcdProtocolGuid, &Interface);
+    const EFI_STATUS Status = SearchBootProtocol (&gPcdProtocolGuid, &Interface);
     mPcd = static_cast<PcdProtocol *> (Interface);
     ASSERT_EFI_ERROR (Status, ProtocolLocated);
     ASSERT (mPcd != nullptr, InterfaceNotNull);

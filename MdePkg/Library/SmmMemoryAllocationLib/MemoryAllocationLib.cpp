@@ -2,6 +2,7 @@
 
 #include "BaseMemoryLibOptDxe.h"
 #include "Protocol/SmmAccess2.h"
+#include "ProtocolLib.h"
 #include "SmmDebugServiceLib.h"
 #include "SmmServicesTableLib.h"
 #include "UefiBootServicesTableLib.h"
@@ -28,7 +29,7 @@ CopySmramMap ()
   VOID *Interface = nullptr;
   EFI_STATUS Status = LocateBootProtocol (&gEfiSmmAccess2ProtocolGuid, &Interface);
   ASSERT_EFI_ERROR (Status, AccessLocated);
-  if (EFI_ERROR (Status) || Interface == nullptr) {
+  if (EFI_ERROR (Status)) {
     return;
   }
 

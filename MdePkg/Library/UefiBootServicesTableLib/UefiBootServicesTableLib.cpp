@@ -28,17 +28,3 @@ UefiBootServicesTableLibConstructor (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *S
   ASSERT (gBS != nullptr, BootServicesNotNull);
   return EFI_SUCCESS;
 }
-
-EFI_STATUS
-LocateBootProtocol (const EFI_GUID *Guid, VOID **Interface)
-{
-  *Interface = nullptr;
-  if (gBS == nullptr) {
-    return EFI_UNSUPPORTED;
-  }
-  const EFI_STATUS Status = gBS->LocateProtocol (Guid, nullptr, Interface);
-  if (EFI_ERROR (Status)) {
-    *Interface = nullptr;
-  }
-  return Status;
-}

@@ -14,9 +14,4 @@ extern EFI_BOOT_SERVICES *gBS;
 /// alone.
 EFI_STATUS EFIAPI UefiBootServicesTableLibConstructor (EFI_HANDLE ImageHandle,
                                                        EFI_SYSTEM_TABLE *SystemTable);
-
-/// Locates a protocol by the boot services, without a registration. *Interface is null after a
-/// failure, whatever the service left in it. Returns the service's status, or EFI_UNSUPPORTED while
-/// gBS is null.
-[[nodiscard]] EFI_STATUS LocateBootProtocol (const EFI_GUID *Guid, VOID **Interface);
 }

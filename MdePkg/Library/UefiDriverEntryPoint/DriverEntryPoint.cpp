@@ -2,6 +2,7 @@
 
 #include "AutoGen.h"
 #include "Protocol/LoadedImage.h"
+#include "ProtocolLib.h"
 #include "SmmDebugServiceLib.h"
 #include "UefiBootServicesTableLib.h"
 
@@ -15,9 +16,11 @@ VOID
 HookUnloadHandler (EFI_HANDLE ImageHandle)
 {
   VOID *Interface = nullptr;
-  const EFI_STATUS Status =
-      gBS != nullptr ? gBS->HandleProtocol (ImageHandle, &gEfiLoadedImageProtocolGuid, &Interface)
-                     : EFI_UNSUPPORTED;
+  EFI_STATUS Status = EFI_UNSUPPORTED;
+  if (gBS != nullptr) {
+    Status = gBS->HandleProtocol (ImageHandle, &gEfiLoadedImageProtocolGuid, &Interface);
+    Status = SearchStatus (Status, Interface);
+  }
   ASSERT_EFI_ERROR (Status, LoadedImageFound);
   if (!EFI_ERROR (Status)) {
     static_cast<EFI_LOADED_IMAGE_PROTOCOL *> (Interface)->Unload = _DriverUnloadHandler;

@@ -1,8 +1,8 @@
 #include "SmmOrvBufferValidationLib.h"
 
 #include "Protocol/OrvBufferValidation.h"
+#include "ProtocolLib.h"
 #include "SmmDebugServiceLib.h"
-#include "SmmServicesTableLib.h"
 
 namespace {
 

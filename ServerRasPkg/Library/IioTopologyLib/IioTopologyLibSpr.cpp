@@ -1,7 +1,7 @@
 #include "IioTopologyLibInternal.h"
 #include "Protocol/SmmReadyToLock.h"
+#include "ProtocolLib.h"
 #include "SmmRasGlobalDataLib.h"
-#include "SmmServicesTableLib.h"
 
 constinit IioTopologyStore *mIioTopology = nullptr;
 
@@ -36,11 +36,6 @@ IioTopologyLibConstructor (EFI_HANDLE, EFI_SYSTEM_TABLE *)
 VOID
 IioTopologyLibWithdraw ()
 {
-  if (mReadyToLockRegistration == nullptr) {
-    return;
-  }
   // The driver goes away whatever the service says.
-  (void)gSmst->SmmRegisterProtocolNotify (&gEfiSmmReadyToLockProtocolGuid, nullptr,
-                                          &mReadyToLockRegistration);
-  mReadyToLockRegistration = nullptr;
+  (void)UnregisterSmmNotify (&gEfiSmmReadyToLockProtocolGuid, &mReadyToLockRegistration);
 }

@@ -1,9 +1,9 @@
 #include "SmmMpExtensionLib.h"
 
+#include "ProtocolLib.h"
 #include "RasDebugLib.h"
 #include "SmmDebugServiceLib.h"
 #include "SmmMemoryAllocationLib.h"
-#include "SmmServicesTableLib.h"
 
 constinit EFI_SMM_CPU_SERVICE_PROTOCOL *mSmmCpuService = nullptr;
 
@@ -32,7 +32,7 @@ EFI_STATUS EFIAPI
 SmmMpExtensionLibConstructor (EFI_HANDLE, EFI_SYSTEM_TABLE *)
 {
   VOID *Interface = nullptr;
-  const EFI_STATUS Status = LocateSmmProtocol (&gEfiSmmCpuServiceProtocolGuid, &Interface);
+  const EFI_STATUS Status = SearchSmmProtocol (&gEfiSmmCpuServiceProtocolGuid, &Interface);
   mSmmCpuService = static_cast<EFI_SMM_CPU_SERVICE_PROTOCOL *> (Interface);
   ASSERT_EFI_ERROR (Status, ServiceLocated);
   RAS_ASSERT (mSmmCpuService != nullptr, ServiceNotNull);

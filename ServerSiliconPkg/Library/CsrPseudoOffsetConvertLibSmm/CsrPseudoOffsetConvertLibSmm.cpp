@@ -1,7 +1,7 @@
 #include "CsrPseudoOffsetConvertLibSmm.h"
 
 #include "Protocol/CsrPseudoOffsetTable.h"
-#include "SmmServicesTableLib.h"
+#include "ProtocolLib.h"
 
 constinit const VOID *mCsrPseudoOffsetTable = nullptr;
 

@@ -1,7 +1,7 @@
 #include "EmulationConfigurationLib.h"
 
 #include "Protocol/EmulationConfiguration.h"
-#include "SmmServicesTableLib.h"
+#include "ProtocolLib.h"
 
 constinit const VOID *mEmulationConfig = nullptr;
 

@@ -1,6 +1,6 @@
 #include "SystemInfoLib.h"
 
-#include "SmmServicesTableLib.h"
+#include "ProtocolLib.h"
 
 constinit const SystemInfoRecord *mSystemInfoRecord = nullptr;
 

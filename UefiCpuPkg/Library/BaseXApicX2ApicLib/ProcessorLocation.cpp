@@ -48,6 +48,8 @@ FieldsFromLevels (const CpuidAnswer &FirstLevel)
   for (UINT32 Number = 1; Number < LevelCountMax; ++Number) {
     const CpuidAnswer Level = ReadCpuid (CPUID_EXTENDED_TOPOLOGY, Number);
     if (LevelType (Level) == LevelTypeCores) {
+      // A core level below that of the threads wraps. The shift by both widths is still this
+      // level's own, for shifts take their count modulo 32.
       return {.ThreadBits = ThreadBits, .CoreBits = LevelShift (Level) - ThreadBits};
     }
     if (LevelType (Level) == LevelTypeEnd) {
@@ -72,9 +74,9 @@ struct PackageSize {
 
 /// AMD's size, where the topology extensions give it; else Size as it came.
 PackageSize
-AmdPackageSize (PackageSize Size)
+AmdPackageSize (PackageSize Size, UINT32 MaxExtended)
 {
-  if (ReadCpuid (CPUID_EXTENDED_FUNCTION).Eax < CPUID_AMD_PROCESSOR_TOPOLOGY) {
+  if (MaxExtended < CPUID_AMD_PROCESSOR_TOPOLOGY) {
     return Size;
   }
   const UINT32 TopologyExtensions = RegisterBit (ReadCpuid (CPUID_EXTENDED_CPU_SIGNATURE).Ecx, 22);
@@ -105,10 +107,10 @@ IntelPackageSize (PackageSize Size, UINT32 MaxBasic)
 
 /// Finds the fields on a processor that does not list its levels.
 ApicIdFields
-FieldsFromPackageSize (const CpuidAnswer &VersionInfo, UINT32 MaxBasic)
+FieldsFromPackageSize (const CpuidAnswer &VersionInfo, UINT32 MaxBasic, UINT32 MaxExtended)
 {
   PackageSize Size = {.LogicalProcessors = RegisterBits (VersionInfo.Ebx, 23, 16), .Cores = 1};
-  Size = StandardSignatureIsAuthenticAMD () ? AmdPackageSize (Size)
+  Size = StandardSignatureIsAuthenticAMD () ? AmdPackageSize (Size, MaxExtended)
                                             : IntelPackageSize (Size, MaxBasic);
   return {.ThreadBits = BitLength (Size.LogicalProcessors / Size.Cores - 1),
           .CoreBits = BitLength (Size.Cores - 1)};
@@ -118,13 +120,14 @@ ApicIdFields
 FindFields (const CpuidAnswer &VersionInfo)
 {
   const UINT32 MaxBasic = ReadCpuid (CPUID_SIGNATURE).Eax;
+  const UINT32 MaxExtended = ReadCpuid (CPUID_EXTENDED_FUNCTION).Eax;
   if (MaxBasic >= CPUID_EXTENDED_TOPOLOGY) {
     const CpuidAnswer FirstLevel = ReadCpuid (CPUID_EXTENDED_TOPOLOGY, 0);
     if (FirstLevel.Ebx != 0) {
       return FieldsFromLevels (FirstLevel);
     }
   }
-  return FieldsFromPackageSize (VersionInfo, MaxBasic);
+  return FieldsFromPackageSize (VersionInfo, MaxBasic, MaxExtended);
 }
 
 /// The two shifts of the processor: the count is taken modulo 32.

@@ -1,7 +1,7 @@
 #include "SmmDebugServiceLib.h"
 
 #include "ModuleTestBench.h"
-#include "SmmServicesTableLib.h"
+#include "ProtocolLib.h"
 
 namespace {
 

@@ -1,121 +1,99 @@
 /// The four constructors that bind the service tables.
 
+#include "FirmwareTestBench.h"
 #include "MmServicesTableLib.h"
-#include "ModuleTestBench.h"
 #include "Protocol/SmmBase2.h"
+#include "SmmServices.h"
 #include "SmmServicesTableLib.h"
 #include "UefiBootServicesTableLib.h"
 #include "UefiRuntimeServicesTableLib.h"
 
 namespace {
 
-EFI_STATUS mLocateStatus = EFI_SUCCESS;
-EFI_SMM_SYSTEM_TABLE2 *mTable = nullptr;
-EFI_SMM_BASE2_PROTOCOL mBase = {};
-VOID *mInterface = &mBase;
+using ServiceTables = FirmwareTestBench;
 
-EFI_STATUS EFIAPI
-GetSmstLocation (const EFI_SMM_BASE2_PROTOCOL *This, EFI_SMM_SYSTEM_TABLE2 **Smst)
+void
+PublishBase (EFI_SMM_BASE2_PROTOCOL *Base)
 {
-  EXPECT_EQ (This, &mBase);
-  *Smst = mTable;
-  return EFI_UNSUPPORTED; // nobody looks
+  ProtocolRemove (ProtocolBoot, &gEfiSmmBase2ProtocolGuid);
+  ProtocolPublish (ProtocolBoot, &gEfiSmmBase2ProtocolGuid, Base);
 }
-
-EFI_STATUS EFIAPI
-LocateProtocol (const EFI_GUID *Guid, VOID *, VOID **Interface)
-{
-  EXPECT_EQ (Guid->Data1, 0xF4CCBFB7U);
-  *Interface = mInterface;
-  return mLocateStatus;
-}
-
-class ServiceTables : public ModuleTestBench {
-public:
-  ServiceTables ()
-  {
-    mBase.GetSmstLocation = GetSmstLocation;
-    mTable = &Smst;
-    BootServices.LocateProtocol = LocateProtocol;
-    SystemTable.BootServices = &BootServices;
-    SystemTable.RuntimeServices = reinterpret_cast<EFI_RUNTIME_SERVICES *> (this);
-  }
-
-  /// Binds everything from one system table; each constructor succeeds whatever it finds.
-  void
-  BindAll (EFI_SYSTEM_TABLE *Table)
-  {
-    EXPECT_EQ (UefiBootServicesTableLibConstructor (Handle, Table), EFI_SUCCESS);
-    EXPECT_EQ (UefiRuntimeServicesTableLibConstructor (Handle, Table), EFI_SUCCESS);
-    EXPECT_EQ (SmmServicesTableLibConstructor (Handle, Table), EFI_SUCCESS);
-    EXPECT_EQ (MmServicesTableLibConstructor (Handle, Table), EFI_SUCCESS);
-  }
-
-  EFI_HANDLE Handle = nullptr;
-  EFI_BOOT_SERVICES BootServices = {};
-  EFI_SYSTEM_TABLE SystemTable = {};
-  EFI_SYSTEM_TABLE Empty = {};
-};
 
 TEST_F (ServiceTables, BindWhatTheArgumentsLeadTo)
 {
-  Handle = this;
-  BindAll (&SystemTable);
-  EXPECT_EQ (gImageHandle, this);
-  EXPECT_EQ (gST, &SystemTable);
-  EXPECT_EQ (gBS, &BootServices);
-  EXPECT_EQ (gRT, SystemTable.RuntimeServices);
-  EXPECT_EQ (gSmst, &Smst);
-  EXPECT_EQ (gMmst, &Smst);
-}
-
-TEST_F (ServiceTables, GoOnWithoutAnyOfThem)
-{
-  mInterface = reinterpret_cast<VOID *> (0xBAD);
-  mLocateStatus = EFI_NOT_FOUND;
-  for (EFI_SYSTEM_TABLE *Table :
-       {&SystemTable, &Empty, static_cast<EFI_SYSTEM_TABLE *> (nullptr)}) {
-    BindAll (Table);
-    EXPECT_EQ (gSmst, nullptr);
-    EXPECT_EQ (gMmst, nullptr);
-  }
-  EXPECT_EQ (gBS, nullptr);
-  VOID *Interface = this;
-  EXPECT_EQ (LocateSmmProtocol (&gEfiSmmBase2ProtocolGuid, &Interface), EFI_UNSUPPORTED);
-  EXPECT_EQ (Interface, nullptr);
-}
-
-TEST_F (ServiceTables, AssertEachBindingOnceThereIsADebugService)
-{
-  InstallDebugService ();
-  const auto ExpectStop = [this] (auto Constructor, EFI_SYSTEM_TABLE *Table, std::string Library,
-                                  std::string Stop) {
-    Library += "ServicesTableLib";
-    EXPECT_EQ (StoppedAt ([&] { (void)Constructor (Handle, Table); }),
-               "MdePkg/Library/" + Library + "/" + Library + ":" + Stop);
+  EFI_SMM_BASE2_PROTOCOL Base = {};
+  Base.GetSmstLocation = [] (const EFI_SMM_BASE2_PROTOCOL *, EFI_SMM_SYSTEM_TABLE2 **Smst) EFIAPI {
+    *Smst = &gSmmSystemTable;
+    return EFI_UNSUPPORTED; // nobody looks
   };
-  const auto Boot = UefiBootServicesTableLibConstructor;
-  const auto Runtime = UefiRuntimeServicesTableLibConstructor;
-  ExpectStop (Boot, &Empty, "UefiBoot", "44 gImageHandle != ((void *) 0)");
-  Handle = this;
-  ExpectStop (Boot, nullptr, "UefiBoot", "50 gST != ((void *) 0)");
-  ExpectStop (Boot, &Empty, "UefiBoot", "56 gBS != ((void *) 0)");
-  ExpectStop (Runtime, &Empty, "UefiRuntime", "41 gRT != ((void *) 0)");
+  PublishBase (&Base);
+  EFI_SYSTEM_TABLE *const Table = gST;
+  gST = nullptr;
+  gBS = nullptr;
+  gSmst = nullptr;
+  for (const auto Construct :
+       {MmServicesTableLibConstructor, SmmServicesTableLibConstructor,
+        UefiRuntimeServicesTableLibConstructor, UefiBootServicesTableLibConstructor}) {
+    EXPECT_EQ (Construct (this, Table), EFI_SUCCESS);
+  }
+  EXPECT_EQ (gImageHandle, this);
+  EXPECT_EQ (gST, Table);
+  EXPECT_EQ (gBS, Table->BootServices);
+  EXPECT_EQ (gRT, Table->RuntimeServices);
+  EXPECT_EQ (gSmst, &gSmmSystemTable);
+  EXPECT_EQ (gMmst, &gSmmSystemTable);
+}
 
-  const auto Smm = SmmServicesTableLibConstructor;
-  const auto Mm = MmServicesTableLibConstructor;
-  mLocateStatus = EFI_NOT_FOUND;
-  ExpectStop (Mm, &SystemTable, "Mm", "47 !(((INTN)(RETURN_STATUS)(Status)) < 0)");
-  ExpectStop (Smm, &SystemTable, "Smm", "46 !(((INTN)(RETURN_STATUS)(Status)) < 0)");
-  mLocateStatus = EFI_SUCCESS;
-  mInterface = nullptr;
-  ExpectStop (Mm, &SystemTable, "Mm", "48 InternalMmBase != ((void *) 0)");
-  ExpectStop (Smm, &SystemTable, "Smm", "47 InternalSmmBase2 != ((void *) 0)");
-  mInterface = &mBase;
-  mTable = nullptr;
-  ExpectStop (Mm, &SystemTable, "Mm", "54 gMmst != ((void *) 0)");
-  // Once found, the service is kept, so that even this one is reported.
-  ExpectStop (Smm, &SystemTable, "Smm", "53 gSmst != ((void *) 0)");
+TEST_F (ServiceTables, AreNullAndAssertedWhereTheyAreMissing)
+{
+  EFI_SYSTEM_TABLE Empty = {};
+  EFI_SYSTEM_TABLE *const Full = gST;
+  constexpr auto Boot = UefiBootServicesTableLibConstructor;
+  constexpr auto Smm = SmmServicesTableLibConstructor;
+  constexpr auto Mm = MmServicesTableLibConstructor;
+  const auto Nothing = [] {};
+  const auto NotFound = [] { FaultPlanFail (ServiceBootLocateProtocol, 1, EFI_NOT_FOUND); };
+  const auto NoInterface = [] { PublishBase (nullptr); };
+  const auto NoTable = [] { FaultPlanFail (ServiceGetSmstLocation, 1, EFI_DEVICE_ERROR); };
+  const std::string OnStatus = " !(((INTN)(RETURN_STATUS)(Status)) < 0)";
+  const struct {
+    EFI_STATUS (EFIAPI *Construct) (EFI_HANDLE, EFI_SYSTEM_TABLE *);
+    EFI_HANDLE Image;
+    EFI_SYSTEM_TABLE *Table;
+    void (*Fault) ();
+    std::string Library, Stop;
+  } Rows[] = {
+      {Boot, nullptr, Full, Nothing, "UefiBoot", "44 gImageHandle != ((void *) 0)"},
+      {Boot, this, nullptr, Nothing, "UefiBoot", "50 gST != ((void *) 0)"},
+      {Boot, this, &Empty, Nothing, "UefiBoot", "56 gBS != ((void *) 0)"},
+      {UefiRuntimeServicesTableLibConstructor, this, nullptr, Nothing, "UefiRuntime",
+       "41 gRT != ((void *) 0)"},
+      {Smm, this, &Empty, Nothing, "Smm", "46" + OnStatus},
+      {Mm, this, nullptr, Nothing, "Mm", "47" + OnStatus},
+      {Mm, this, Full, NotFound, "Mm", "47" + OnStatus},
+      {Smm, this, Full, NoInterface, "Smm", "47 InternalSmmBase2 != ((void *) 0)"},
+      {Mm, this, Full, NoInterface, "Mm", "48 InternalMmBase != ((void *) 0)"},
+      // The debug service was found through the table of an earlier row, and is kept.
+      {Smm, this, Full, NoTable, "Smm", "53 gSmst != ((void *) 0)"},
+      {Mm, this, Full, NoTable, "Mm", "54 gMmst != ((void *) 0)"},
+  };
+  for (const bool Stops : {false, true}) {
+    for (const auto &Row : Rows) {
+      SCOPED_TRACE (Row.Stop);
+      PowerOn ();
+      gSmst = &gSmmSystemTable;
+      gMmst = &gSmmSystemTable;
+      Row.Fault ();
+      const std::string Library = Row.Library + "ServicesTableLib";
+      EXPECT_EQ (StoppedAt ([&] { EXPECT_EQ (Row.Construct (Row.Image, Row.Table), 0U); }),
+                 Stops ? "MdePkg/Library/" + Library + "/" + Library + ":" + Row.Stop : "");
+      if (!Stops) {
+        EXPECT_EQ (gSmst == nullptr, Row.Construct == Smm);
+        EXPECT_EQ (gMmst == nullptr, Row.Construct == Mm);
+      }
+    }
+    InstallDebugService ();
+  }
 }
 
 } // namespace

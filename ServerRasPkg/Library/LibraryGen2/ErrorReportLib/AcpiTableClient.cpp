@@ -1,8 +1,8 @@
 #include "AcpiTableClient.h"
 
 #include "Protocol/AcpiTable.h"
+#include "ProtocolLib.h"
 #include "RasDebugLib.h"
-#include "UefiBootServicesTableLib.h"
 
 namespace {
 

@@ -2,12 +2,12 @@
 
 #include "BaseMemoryLibOptDxe.h"
 #include "BaseSynchronizationLib.h"
+#include "ProtocolLib.h"
 #include "RasDebugLib.h"
 #include "Record/RasGlobalData.h"
 #include "SmmDebugServiceLib.h"
 #include "SmmMpExtensionLib.h"
 #include "SmmRasGlobalDataLib.h"
-#include "SmmServicesTableLib.h"
 
 namespace {
 

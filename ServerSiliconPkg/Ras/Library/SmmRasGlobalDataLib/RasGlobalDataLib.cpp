@@ -1,10 +1,10 @@
 #include "SmmRasGlobalDataLib.h"
 
 #include "BaseMemoryLibOptDxe.h"
+#include "ProtocolLib.h"
 #include "Record/RasGlobalData.h"
 #include "SmmDebugServiceLib.h"
 #include "SmmMemoryAllocationLib.h"
-#include "SmmServicesTableLib.h"
 #include "UefiBootServicesTableLib.h"
 #include "VariablePolicyHelperLib.h"
 
@@ -149,7 +149,7 @@ EFI_STATUS EFIAPI
 InitializeSmmRasGlobalData (EFI_HANDLE, EFI_SYSTEM_TABLE *)
 {
   VOID *Interface = nullptr;
-  EFI_STATUS Status = LocateSmmProtocol (&gEfiSmmVariableProtocolGuid, &Interface);
+  EFI_STATUS Status = SearchSmmProtocol (&gEfiSmmVariableProtocolGuid, &Interface);
   if (EFI_ERROR (Status)) {
     DEBUG (DEBUG_ERROR, "%a: Locate gEfiSmmVariableProtocolGuid failed, Status=%r\n",
            ConstructorName, Status);
@@ -163,7 +163,7 @@ InitializeSmmRasGlobalData (EFI_HANDLE, EFI_SYSTEM_TABLE *)
     return EFI_NOT_FOUND;
   }
 
-  Status = LocateBootProtocol (&gEdkiiVariablePolicyProtocolGuid, &Interface);
+  Status = SearchBootProtocol (&gEdkiiVariablePolicyProtocolGuid, &Interface);
   if (EFI_ERROR (Status)) {
     DEBUG (DEBUG_ERROR, "%a: Locate gEdkiiVariablePolicyProtocolGuid failed, Status=%r\n",
            ConstructorName, Status);

@@ -2,6 +2,7 @@
 
 #include "BaseMemoryLibOptDxe.h"
 #include "DxeSmmStandaloneMmHobLib.h"
+#include "ProtocolLib.h"
 #include "SmmDebugServiceLib.h"
 #include "SmmServicesTableLib.h"
 
