@@ -3,6 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "BootServices.h"
 #include "Firmware.h"
 #include "SimulatedPlatform.h"
 
@@ -22,7 +23,7 @@ Load (benchmark::State &State)
       const DriverInstance Driver (BuiltDriver (), Platform.Machine);
       const EFI_HANDLE Handle = FirmwareAddImage (Driver.ImageBase (), Driver.ImageSize ());
       State.ResumeTiming ();
-      const EFI_STATUS Status = CallDriver (Driver.Entry (), Handle, FirmwareSystemTable ());
+      const EFI_STATUS Status = CallDriver (Driver.Entry (), Handle, &gSystemTable);
       State.PauseTiming ();
       if (Status != EFI_SUCCESS) {
         State.SkipWithError ("the driver does not load");

@@ -139,9 +139,9 @@ MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINT
                      "-display",           "none",        "-no-reboot"};
   Append (Arguments, {"-machine", "q35,smm=on,accel=tcg,vmport=off", "-m",
                       fmt::format ("{}M", MEMORY_SIZE >> 20)});
-  Append (Arguments, {"-cpu", Options.Cpu, "-smp",
-                      fmt::format ("{},sockets={},threads={}", Options.ProcessorCount,
-                                   Options.SocketCount, Options.ThreadCount)});
+  Append (Arguments,
+          {"-cpu", Options.Cpu, "-smp",
+           fmt::format ("{},sockets={},threads=1", Options.ProcessorCount, Options.SocketCount)});
   // The ROM is the only one: this option of QEMU's own accelerator would bring another.
   Append (Arguments, {"-bios", Options.Rom.string (), "-global", "apic.vapic=off"});
   AppendChannels (Arguments, Files);

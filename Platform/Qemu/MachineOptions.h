@@ -28,8 +28,7 @@ struct MachineOptions {
   bool IsQuiet = false;                 ///< Leaves the messages of the driver out of the debug log.
 
   UINTN ProcessorCount = 4;
-  UINTN SocketCount = 2; ///< Divides the number of processors.
-  UINTN ThreadCount = 1; ///< Of a core; divides the number of processors of a socket.
+  UINTN SocketCount = 2;                       ///< Divides the number of processors.
   std::string Cpu = "max,vendor=GenuineIntel"; ///< As QEMU's -cpu takes it.
   UINTN PortCount = 2; ///< Root ports rp1, rp2, ... with the devices nv1, nv2, ... behind them.
 

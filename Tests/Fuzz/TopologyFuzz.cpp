@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "BootServices.h"
 #include "Firmware.h"
 #include "HandOffNoise.h"
 #include "HobList.h"
@@ -34,7 +35,7 @@ Machine ()
     HobListAddGuid (&gRasLevelMaskHobGuid, &Flow, sizeof Flow);
     gHostMachine = &Noisy;
     gSmst = &gSmmSystemTable;
-    gST = FirmwareSystemTable ();
+    gST = &gSystemTable;
     gBS = gST->BootServices;
     SmmMemoryAllocationLibConstructor (nullptr, nullptr);
     (void)InitializeSmmRasGlobalData (nullptr, nullptr);

@@ -1,6 +1,7 @@
 #include "TestPlatform.h"
 #include "TestRecords.h"
 
+#include "BootServices.h"
 #include "BuiltImage.h"
 #include "Firmware.h"
 #include "ImageInstance.h"
@@ -35,7 +36,7 @@ public:
   {
     EFI_STATUS Status = EFI_NOT_STARTED;
     const EFI_HANDLE Handle = FirmwareAddImage (Image.Base, Image.Size);
-    Image.Run ([&] { Status = Image.Entry (Handle, FirmwareSystemTable ()); });
+    Image.Run ([&] { Status = Image.Entry (Handle, &gSystemTable); });
     return Status;
   }
 

@@ -5,6 +5,7 @@
 
 #include <iostream>
 
+#include "BootServices.h"
 #include "BuiltImage.h"
 #include "DebugService.h"
 #include "Firmware.h"
@@ -50,9 +51,9 @@ TEST (Load, TakesFewInstructions)
     Processor.Watch.Begin = reinterpret_cast<UINTN> (Image.Base);
     Processor.Watch.End = Processor.Watch.Begin + Image.Size;
     Image.Run ([&] {
-      const RegisterFile Exit = Processor.Run (
-          Image.Entry, RegisterFile (0, {reinterpret_cast<UINTN> (Handle),
-                                         reinterpret_cast<UINTN> (FirmwareSystemTable ())}));
+      const RegisterFile Exit =
+          Processor.Run (Image.Entry, RegisterFile (0, {reinterpret_cast<UINTN> (Handle),
+                                                        reinterpret_cast<UINTN> (&gSystemTable)}));
       EXPECT_EQ (Exit.General[RAX], EFI_SUCCESS);
     });
     EXPECT_EQ (Platform.Machine.Uart.Sent, "") << "the port is idle";
@@ -76,7 +77,7 @@ TEST (ListenerCall, StaysWithinItsShareOfTheStack)
 
   ImageInstance Image (ReadBuiltFile (ImageName));
   EFI_STATUS Status = EFI_NOT_STARTED;
-  Image.Run ([&] { Status = Image.Entry (&Router, FirmwareSystemTable ()); });
+  Image.Run ([&] { Status = Image.Entry (&Router, &gSystemTable); });
   ASSERT_EQ (Status, EFI_SUCCESS);
 
   const struct {

@@ -1,5 +1,6 @@
 #include "FirmwareTestBench.h"
 
+#include "BootServices.h"
 #include "DebugService.h"
 #include "Firmware.h"
 #include "HandOffRecords.h"
@@ -33,7 +34,7 @@ FirmwareTestBench::FirmwareTestBench ()
   PowerOn ();
   gHostMachine = &Machine;
   gSmst = &gSmmSystemTable;
-  gST = FirmwareSystemTable ();
+  gST = &gSystemTable;
   gBS = gST->BootServices;
 }
 

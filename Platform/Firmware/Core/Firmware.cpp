@@ -68,18 +68,6 @@ FirmwareReset (const FirmwareWorld *World)
   }
 }
 
-EFI_SYSTEM_TABLE *
-FirmwareSystemTable ()
-{
-  return &gSystemTable;
-}
-
-EFI_HANDLE
-FirmwareAddImage (VOID *ImageBase, UINT64 ImageSize)
-{
-  return LoadedImageAdd (ImageBase, ImageSize);
-}
-
 VOID
 FirmwareSignalReadyToLock ()
 {

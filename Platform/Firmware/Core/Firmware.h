@@ -15,11 +15,8 @@ extern "C" {
 /// copied. Comes before every other call; whatever an earlier boot gave out is no longer valid.
 VOID FirmwareReset (const FirmwareWorld *World);
 
-/// The system table that a driver's entry is given.
-EFI_SYSTEM_TABLE *FirmwareSystemTable ();
-
 /// Makes known an image of ImageSize bytes that has been loaded at ImageBase. Returns the image
-/// handle that its entry is given; the handle carries the loaded image protocol.
+/// handle that its entry is given, beside gSystemTable; it carries the loaded image protocol.
 EFI_HANDLE FirmwareAddImage (VOID *ImageBase, UINT64 ImageSize);
 
 /// Ends the phase in which drivers may be loaded: notifies all who have asked for it, then closes

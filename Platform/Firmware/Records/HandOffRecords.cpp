@@ -160,12 +160,6 @@ HandOffIioPolicy ()
   return mIioPolicy;
 }
 
-UpiHostRecord *
-HandOffUpiHostRecord ()
-{
-  return mUpiHostRecord;
-}
-
 StaticPointerHobData *
 HandOffStaticPointers ()
 {

@@ -35,6 +35,5 @@ VOID HandOffRecordsFill ();
 
 /// The data of the HOBs.
 IioSiPolicy *HandOffIioPolicy ();
-UpiHostRecord *HandOffUpiHostRecord ();
 StaticPointerHobData *HandOffStaticPointers ();
 }

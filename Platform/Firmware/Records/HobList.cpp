@@ -87,42 +87,6 @@ HobListRemove (const EFI_GUID *Name)
   FirmwareFault ("there is no GUID block of this name to take off the list");
 }
 
-EFI_HOB_MEMORY_ALLOCATION *
-HobListAddAllocation (EFI_PHYSICAL_ADDRESS Base, UINT64 Length, EFI_MEMORY_TYPE Type)
-{
-  auto *Hob = static_cast<EFI_HOB_MEMORY_ALLOCATION *> (
-      AddHob (EFI_HOB_TYPE_MEMORY_ALLOCATION, sizeof (EFI_HOB_MEMORY_ALLOCATION)));
-  Hob->Name = NoName;
-  Hob->MemoryBaseAddress = Base;
-  Hob->MemoryLength = Length;
-  Hob->MemoryType = Type;
-  return Hob;
-}
-
-EFI_HOB_RESOURCE_DESCRIPTOR *
-HobListAddMemory (EFI_PHYSICAL_ADDRESS Start, UINT64 Length)
-{
-  auto *Hob = static_cast<EFI_HOB_RESOURCE_DESCRIPTOR *> (
-      AddHob (EFI_HOB_TYPE_RESOURCE_DESCRIPTOR, sizeof (EFI_HOB_RESOURCE_DESCRIPTOR)));
-  Hob->Owner = NoName;
-  Hob->ResourceType = EFI_RESOURCE_SYSTEM_MEMORY;
-  Hob->ResourceAttribute = EFI_RESOURCE_ATTRIBUTE_PRESENT | EFI_RESOURCE_ATTRIBUTE_INITIALIZED |
-                           EFI_RESOURCE_ATTRIBUTE_TESTED;
-  Hob->PhysicalStart = Start;
-  Hob->ResourceLength = Length;
-  return Hob;
-}
-
-EFI_HOB_FIRMWARE_VOLUME *
-HobListAddVolume (EFI_PHYSICAL_ADDRESS Base, UINT64 Length)
-{
-  auto *Hob = static_cast<EFI_HOB_FIRMWARE_VOLUME *> (
-      AddHob (EFI_HOB_TYPE_FV, sizeof (EFI_HOB_FIRMWARE_VOLUME)));
-  Hob->BaseAddress = Base;
-  Hob->Length = Length;
-  return Hob;
-}
-
 EFI_HOB_CPU *
 HobListAddCpu (UINT8 MemoryAddressBits, UINT8 IoAddressBits)
 {

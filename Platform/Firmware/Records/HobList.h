@@ -14,13 +14,9 @@ VOID HobListReset ();
 /// The list's first block. A test may change any block as another boot phase would.
 EFI_HOB_HANDOFF_INFO_TABLE *HobListHead ();
 
-/// Each appends one block and returns it. Bytes that no argument gives hold garbage; addresses and
-/// lengths are in bytes. A list without room for the block is a fault.
+/// Each appends one block and returns it. Bytes that no argument gives hold garbage. A list without
+/// room for the block is a fault.
 EFI_HOB_GUID_TYPE *HobListAddGuid (const EFI_GUID *Name, const VOID *Data, UINTN DataSize);
-EFI_HOB_MEMORY_ALLOCATION *
-HobListAddAllocation (EFI_PHYSICAL_ADDRESS Base, UINT64 Length, EFI_MEMORY_TYPE Type);
-EFI_HOB_RESOURCE_DESCRIPTOR *HobListAddMemory (EFI_PHYSICAL_ADDRESS Start, UINT64 Length);
-EFI_HOB_FIRMWARE_VOLUME *HobListAddVolume (EFI_PHYSICAL_ADDRESS Base, UINT64 Length);
 EFI_HOB_CPU *HobListAddCpu (UINT8 MemoryAddressBits, UINT8 IoAddressBits);
 
 /// Takes the first GUID block of that name off the list, as on a platform where nobody leaves one:

@@ -1,7 +1,7 @@
 #include "LoadedImages.h"
 
 #include "BootServices.h"
-#include "FirmwareWorld.h"
+#include "Firmware.h"
 #include "ProtocolDatabase.h"
 
 namespace {
@@ -20,7 +20,7 @@ LoadedImagesReset ()
 }
 
 EFI_HANDLE
-LoadedImageAdd (VOID *ImageBase, UINT64 ImageSize)
+FirmwareAddImage (VOID *ImageBase, UINT64 ImageSize)
 {
   if (mImageCount == ImageMax) {
     FirmwareFault ("more images than the firmware holds");

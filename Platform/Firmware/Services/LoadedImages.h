@@ -8,7 +8,4 @@ inline constexpr UINTN ImageMax = 16;
 extern "C" {
 
 VOID LoadedImagesReset ();
-
-/// Makes an image known. Returns its handle.
-EFI_HANDLE LoadedImageAdd (VOID *ImageBase, UINT64 ImageSize);
 }

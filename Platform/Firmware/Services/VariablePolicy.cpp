@@ -6,13 +6,26 @@
 #include "ProtocolDatabase.h"
 #include "UnprovidedService.h"
 
-constinit VariablePolicy gVariablePolicies[VariablePolicyMax] = {};
-constinit UINTN gVariablePolicyCount = 0;
 constinit EDKII_VARIABLE_POLICY_PROTOCOL gVariablePolicy = {};
 
 namespace {
 
 constexpr UINT64 ProtocolRevision = 0x0000000000010000;
+
+constexpr UINTN PolicyMax = 64;
+
+/// Longest name in a rule, in characters, the NUL included.
+constexpr UINTN PolicyNameMax = 64;
+
+/// One rule, copied from its record.
+struct VariablePolicy {
+  VARIABLE_POLICY_ENTRY Entry;
+  CHAR16 Name[PolicyNameMax]; ///< Empty in a rule for its whole namespace.
+};
+
+/// In the order of their registration.
+constinit VariablePolicy mPolicies[PolicyMax] = {};
+constinit UINTN mPolicyCount = 0;
 
 /// Whether the record's numbers agree, and its name, if it has one, ends with the record.
 bool
@@ -40,8 +53,8 @@ IsWellFormed (const VARIABLE_POLICY_ENTRY *Entry)
 bool
 IsKnown (const VariablePolicy &Rule)
 {
-  for (UINTN Index = 0; Index < gVariablePolicyCount; ++Index) {
-    const VariablePolicy &Each = gVariablePolicies[Index];
+  for (UINTN Index = 0; Index < mPolicyCount; ++Index) {
+    const VariablePolicy &Each = mPolicies[Index];
     if (IsSameGuid (Each.Entry.Namespace, Rule.Entry.Namespace) &&
         IsSameName (Each.Name, Rule.Name)) {
       return true;
@@ -65,14 +78,14 @@ RegisterVariablePolicy (const VARIABLE_POLICY_ENTRY *Entry)
   }
   VariablePolicy Rule = {.Entry = *Entry, .Name = {}};
   const UINTN NameSize = Entry->Size - sizeof (*Entry);
-  if (NameSize > sizeof (Rule.Name) || gVariablePolicyCount == VariablePolicyMax) {
+  if (NameSize > sizeof (Rule.Name) || mPolicyCount == PolicyMax) {
     return EFI_OUT_OF_RESOURCES;
   }
   __builtin_memcpy (Rule.Name, Entry + 1, NameSize);
   if (IsKnown (Rule)) {
     return EFI_ALREADY_STARTED;
   }
-  gVariablePolicies[gVariablePolicyCount++] = Rule;
+  mPolicies[mPolicyCount++] = Rule;
   return Planned;
 }
 
@@ -83,7 +96,7 @@ RegisterVariablePolicy (const VARIABLE_POLICY_ENTRY *Entry)
 VOID
 VariablePolicyReset ()
 {
-  gVariablePolicyCount = 0;
+  mPolicyCount = 0;
   gVariablePolicy = {
       .Revision = ProtocolRevision,
       .DisableVariablePolicy = UNPROVIDED (DisableVariablePolicy),
@@ -98,8 +111,8 @@ VariablePolicyReset ()
 bool
 VariablePolicyLocks (const CHAR16 *Name, const EFI_GUID *Namespace)
 {
-  for (UINTN Index = 0; Index < gVariablePolicyCount; ++Index) {
-    const VariablePolicy &Each = gVariablePolicies[Index];
+  for (UINTN Index = 0; Index < mPolicyCount; ++Index) {
+    const VariablePolicy &Each = mPolicies[Index];
     if (IsSameGuid (Each.Entry.Namespace, *Namespace) &&
         (Each.Name[0] == 0 || IsSameName (Each.Name, Name))) {
       return true;

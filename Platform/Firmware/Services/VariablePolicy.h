@@ -3,22 +3,7 @@
 
 #include "Protocol/VariablePolicy.h"
 
-inline constexpr UINTN VariablePolicyMax = 64;
-
-/// Longest name in a rule, in characters, the NUL included.
-inline constexpr UINTN VariablePolicyNameMax = 64;
-
-/// One rule, copied from its record. Read-only to tests.
-struct VariablePolicy {
-  VARIABLE_POLICY_ENTRY Entry;
-  CHAR16 Name[VariablePolicyNameMax]; ///< Empty in a rule for its whole namespace.
-};
-
 extern "C" {
-
-/// In the order of their registration.
-extern VariablePolicy gVariablePolicies[VariablePolicyMax];
-extern UINTN gVariablePolicyCount;
 
 /// The service. Refuses a record of the wrong shape with EFI_INVALID_PARAMETER, and with
 /// EFI_ALREADY_STARTED a second rule for the same variables. Knows the lock type "lock now" only; a

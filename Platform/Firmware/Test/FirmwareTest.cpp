@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "BootServices.h"
 #include "HostWorld.h"
 #include "Pool.h"
 #include "Protocol/SmmRscHandler.h"
@@ -41,7 +42,7 @@ public:
 
 TEST_F (Firmware, KnowsEveryPoolBlock)
 {
-  const auto &Boot = *FirmwareSystemTable ()->BootServices;
+  const auto &Boot = *gSystemTable.BootServices;
   void *First = nullptr;
   void *Second = nullptr;
   gSmmSystemTable.SmmAllocatePool (EfiRuntimeServicesData, 5, &First);

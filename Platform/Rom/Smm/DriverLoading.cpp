@@ -1,9 +1,11 @@
 #include "DriverLoading.h"
 
+#include "BootServices.h"
 #include "Firmware.h"
 #include "ImageLoader.h"
 #include "MachineLog.h"
 #include "MachineWorld.h"
+#include "ProcessorInstructions.h"
 #include "SmmPaging.h"
 
 namespace {
@@ -61,18 +63,18 @@ VOID
 LoadDriver (const ImageFile &Image, UINTN Number, UINT64 Base)
 {
   SmmPagingSet (Base, WholePages (Image.Headers->ImageSize), PageWrite);
-  SmmPagingRefresh ();
+  ForgetTranslations ();
   const CHAR8 *Wrong = PlaceImage (Image, reinterpret_cast<UINT8 *> (Base), Base);
   if (Wrong != nullptr) {
     EndRun (EndSettings, "smm: driver file: %a\n", Wrong);
   }
   Protect (Image, Base);
-  SmmPagingRefresh ();
+  ForgetTranslations ();
   const EFI_HANDLE Handle =
       FirmwareAddImage (reinterpret_cast<VOID *> (Base), Image.Headers->ImageSize);
   const auto Entry = reinterpret_cast<DriverEntry> (Base + Image.Headers->EntryPoint);
   LogPrint ("smm: driver %ld at 0x%lx, %d bytes\n", Number, Base, Image.Headers->ImageSize);
-  const EFI_STATUS Status = Entry (Handle, FirmwareSystemTable ());
+  const EFI_STATUS Status = Entry (Handle, &gSystemTable);
   if (EFI_ERROR (Status)) {
     LogPrint ("smm: driver %ld left: %r\n", Number, Status);
   } else {

@@ -37,7 +37,7 @@ constexpr UINT64 EntryTable = EntryPresent | EntryWritable;
 constexpr UINT64 ControlWriteProtect = 0x10000;
 
 /// By PageAccess.
-constexpr UINT64 EntryOfAccess[] = {0, EntryPresent | EntryDirty | EntryNoExecute,
+constexpr UINT64 EntryOfAccess[] = {EntryPresent | EntryDirty | EntryNoExecute,
                                     EntryPresent | EntryDirty,
                                     EntryPresent | EntryDirty | EntryWritable | EntryNoExecute};
 
@@ -112,12 +112,6 @@ SmmPagingSet (UINT64 Start, UINT64 Size, PageAccess Access)
 }
 
 VOID
-SmmPagingRefresh ()
-{
-  ForgetTranslations ();
-}
-
-VOID
 SmmPagingSettle ()
 {
   // The tables are among what becomes read-only.
@@ -128,7 +122,7 @@ SmmPagingSettle ()
   SetBetween (gSmmWorkingEnd, gSmmImageEnd, PageRead);
   SmmPagingSet (SMM_FILE_BASE, DRIVER_FILE_MAX, PageRead);
   WriteControl0 (Control);
-  SmmPagingRefresh ();
+  ForgetTranslations ();
 }
 
 UINT64

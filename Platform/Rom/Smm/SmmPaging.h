@@ -5,7 +5,6 @@
 #include "Base.h"
 
 enum PageAccess : UINT8 {
-  PageNone,
   PageRead,
   PageExecute, ///< And read.
   PageWrite,   ///< And read.
@@ -18,10 +17,8 @@ extern "C" {
 VOID SmmPagingPrepare (UINTN ProcessorCount);
 
 /// Gives the pages from Start on, in TSEG, an access. Both numbers are multiples of a page's size.
+/// This processor knows of it once it forgets its translations, the others with their next SMI.
 VOID SmmPagingSet (UINT64 Start, UINT64 Size, PageAccess Access);
-
-/// Lets this processor know of what was set; the others take it with their next SMI.
-VOID SmmPagingRefresh ();
 
 /// For the time when drivers are loaded: takes the write access from all that nobody has to write
 /// then, the tables among it, and every access to ordinary RAM but the large page that begins with

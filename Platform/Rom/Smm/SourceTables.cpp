@@ -10,18 +10,13 @@ namespace {
 [[gnu::section (".settled.data")]] constinit DimmRange mDimms[InventoryEntryMax] = {};
 [[gnu::section (".settled.data")]] constinit HardwareErrorSources mSources = {};
 
-VOID
-WriteMsr (UINT32 Index, UINT64 Value)
-{
-  WriteMsr64 (Index, Value);
-}
-
 } // namespace
 
 VOID
 ErrorSourcesStart ()
 {
-  mSources = {.Pcie = mPcie, .PcieCount = 0, .Dimms = mDimms, .DimmCount = 0, .WriteMsr = WriteMsr};
+  mSources = {
+      .Pcie = mPcie, .PcieCount = 0, .Dimms = mDimms, .DimmCount = 0, .WriteMsr = WriteMsr64};
   for (UINTN Index = 0; Index < gFound.PciFunctionCount; ++Index) {
     const PciFunction &Each = gFound.PciFunctions[Index];
     PcieErrorSource &Next = mPcie[mSources.PcieCount];

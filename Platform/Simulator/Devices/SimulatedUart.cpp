@@ -45,7 +45,7 @@ SimulatedUart::ReadRegister (UINT16 Register)
   case 5:
     return ReadLineStatus ();
   case 6:
-    return ReadModemStatus ();
+    return ModemStatus;
   default:
     throw MachineFault ("the UART has no such register to read");
   }
@@ -91,13 +91,6 @@ SimulatedUart::StayBusyForReads (UINTN Reads, UINTN AfterBytes)
   BusyFromByte = Sent.size () + AfterBytes;
 }
 
-void
-SimulatedUart::HoldModemStatus (UINT8 Value, UINTN Reads)
-{
-  HeldModemStatus = Value;
-  HeldModemReads = Reads;
-}
-
 bool
 SimulatedUart::IsLatchOpen () const
 {
@@ -123,16 +116,6 @@ SimulatedUart::ReadLineStatus ()
   }
   BytesInFifo = 0;
   return IdleLineStatus;
-}
-
-UINT8
-SimulatedUart::ReadModemStatus ()
-{
-  if (HeldModemReads != 0) {
-    --HeldModemReads;
-    return HeldModemStatus;
-  }
-  return ModemStatus;
 }
 
 void

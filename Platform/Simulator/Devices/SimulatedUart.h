@@ -15,9 +15,6 @@ public:
   /// of the line status.
   void StayBusyForReads (UINTN Reads, UINTN AfterBytes = 0);
 
-  /// The next Reads reads of the modem status show Value in the place of ModemStatus.
-  void HoldModemStatus (UINT8 Value, UINTN Reads);
-
   /// The registers, as after a reset; a test may set them as an earlier boot phase would.
   UINT16 Divisor = 0;
   UINT8 InterruptEnable = 0;
@@ -37,13 +34,10 @@ private:
   UINTN BytesInFifo = 0;
   UINTN BusyReads = 0;
   UINTN BusyFromByte = 0;
-  UINTN HeldModemReads = 0;
-  UINT8 HeldModemStatus = 0;
 
   [[nodiscard]] bool IsLatchOpen () const;
   [[nodiscard]] UINTN FifoDepth () const;
   UINT8 ReadRegister (UINT16 Register);
   UINT8 ReadLineStatus ();
-  UINT8 ReadModemStatus ();
   void Transmit (UINT8 Byte);
 };

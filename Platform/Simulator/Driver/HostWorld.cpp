@@ -127,7 +127,6 @@ HostWorld::Record (const DebugEntry &Entry)
                   .ModuleName = TextOf (Entry.ModuleName),
                   .Text = TextOf (Entry.Text),
                   .Level = Entry.Level,
-                  .Format = TextOf (Entry.Format),
                   .FileName = TextOf (Entry.FileName),
                   .LineNumber = Entry.LineNumber,
                   .Description = TextOf (Entry.Description)});

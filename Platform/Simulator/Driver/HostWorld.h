@@ -22,7 +22,6 @@ struct DebugLine {
   std::string Text; ///< What a reader sees, the line end included.
 
   UINTN Level;
-  std::string Format;
 
   std::string FileName;
   UINTN LineNumber;

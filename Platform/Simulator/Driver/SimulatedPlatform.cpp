@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "BootServices.h"
 #include "ExecutingProcessor.h"
 #include "Firmware.h"
 #include "HandOffRecords.h"
@@ -154,7 +155,7 @@ SimulatedPlatform::LoadDriver (const std::filesystem::path &SharedObject)
   Drivers.push_back (std::make_unique<DriverInstance> (SharedObject, *DriverMachine));
   const DriverInstance &Driver = *Drivers.back ();
   const EFI_HANDLE Handle = FirmwareAddImage (Driver.ImageBase (), Driver.ImageSize ());
-  return Run (0, [&] { return CallDriver (Driver.Entry (), Handle, FirmwareSystemTable ()); });
+  return Run (0, [&] { return CallDriver (Driver.Entry (), Handle, &gSystemTable); });
 }
 
 CallResult

@@ -33,17 +33,24 @@ constexpr CpuidRow IntelTulsa[] = {
 };
 
 constexpr CpuidSet Sets[] = {
-    {"amd-genoa-kvm-guest", "AMD EPYC 9004 in a KVM guest, 2 cores (recorded)", AmdGenoaKvmGuest},
-    {"amd-naples", "AMD EPYC 7001, 32 cores of 2 threads, no leaf 0xB", AmdNaples},
-    {"intel-granite-rapids", "Intel Xeon 6, 128 cores of 2 threads, ids above 255",
-     IntelGraniteRapids},
-    {"intel-kvm-guest", "Intel Xeon 6 in a KVM guest, 4 cores of 2 threads", IntelKvmGuest},
-    {"intel-pentium", "Intel Pentium, family 5, 1 core", IntelPentium},
-    {"intel-pentium3", "Intel Pentium III Xeon, 1 core", IntelPentium3},
-    {"intel-sapphire-rapids", "Intel Xeon Scalable 4, 56 cores of 2 threads", IntelSapphireRapids},
-    {"intel-tdx-guest", "Intel Xeon Scalable 5 in a TDX guest, 2 cores of 2 threads",
-     IntelTdxGuest},
-    {"intel-tulsa", "Intel Xeon 7100, 2 cores of 2 threads, leaf 4 only", IntelTulsa},
+    // AMD EPYC 9004 in a KVM guest, 2 cores (recorded).
+    {"amd-genoa-kvm-guest", AmdGenoaKvmGuest},
+    // AMD EPYC 7001, 32 cores of 2 threads, no leaf 0xB.
+    {"amd-naples", AmdNaples},
+    // Intel Xeon 6, 128 cores of 2 threads, ids above 255.
+    {"intel-granite-rapids", IntelGraniteRapids},
+    // Intel Xeon 6 in a KVM guest, 4 cores of 2 threads.
+    {"intel-kvm-guest", IntelKvmGuest},
+    // Intel Pentium, family 5, 1 core.
+    {"intel-pentium", IntelPentium},
+    // Intel Pentium III Xeon, 1 core.
+    {"intel-pentium3", IntelPentium3},
+    // Intel Xeon Scalable 4, 56 cores of 2 threads.
+    {"intel-sapphire-rapids", IntelSapphireRapids},
+    // Intel Xeon Scalable 5 in a TDX guest, 2 cores of 2 threads.
+    {"intel-tdx-guest", IntelTdxGuest},
+    // Intel Xeon 7100, 2 cores of 2 threads, leaf 4 only.
+    {"intel-tulsa", IntelTulsa},
 };
 
 } // namespace

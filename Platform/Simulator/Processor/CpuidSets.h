@@ -19,8 +19,7 @@ struct CpuidRow {
 /// What one kind of processor answers. The rows are those of APIC id 0; leaves that are not listed
 /// are all zeros.
 struct CpuidSet {
-  std::string_view Name;        ///< As platform descriptions write it.
-  std::string_view Description; ///< One line for people.
+  std::string_view Name; ///< As platform descriptions write it.
   std::span<const CpuidRow> Rows;
 };
 
