@@ -35,6 +35,7 @@ qsm_add_machine_image (
   MachineSmm Smm/SmmLayout.ld
   SOURCES Smm/BlockArena.cpp
           Smm/DriverLoading.cpp
+          Smm/FoundRecord.cpp
           Smm/FoundTopology.cpp
           Smm/MachineWorld.cpp
           Smm/SmmEntry.S

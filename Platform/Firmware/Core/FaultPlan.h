@@ -23,8 +23,8 @@ enum FirmwareService : UINT8 {
   ServiceWhoAmI,
   ServiceGetProcessorInfo,
   ServiceGetCapabilities,
+  FirmwareServiceCount ///< How many there are.
 };
-inline constexpr UINTN FirmwareServiceCount = 18;
 
 /// The Call-th call since power-on ends in Status. Call 0 plans nothing.
 struct PlannedFault {

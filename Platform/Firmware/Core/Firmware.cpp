@@ -22,8 +22,6 @@
 #include "VariablePolicy.h"
 #include "VariableStore.h"
 
-constinit FirmwareWorld gWorld = {};
-
 namespace {
 
 /// All subjects, those first on which others rest.
@@ -51,13 +49,6 @@ constexpr VOID (*ResetSubject[]) () = {
 };
 
 } // namespace
-
-VOID
-FirmwareFault (const CHAR8 *Text)
-{
-  gWorld.Fault (gWorld.Context, Text);
-  __builtin_trap ();
-}
 
 VOID
 FirmwareReset (const FirmwareWorld *World)

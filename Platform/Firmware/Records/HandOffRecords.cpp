@@ -6,14 +6,12 @@
 #include "Protocol/CsrPseudoOffsetTable.h"
 #include "Protocol/EmulationConfiguration.h"
 #include "ProtocolDatabase.h"
+#include "UnknownFields.h"
 
 constinit TopologyRows gTopology = {};
 constinit SystemInfoRecord gSystemInfo = {};
 
 namespace {
-
-/// Fills what nobody may read.
-constexpr int UnknownFieldPattern = 0xA5;
 
 /// Records that are only looked for or passed on.
 constinit UINT8 mClosedRecord[64] = {};

@@ -2,11 +2,9 @@
 
 #include "FirmwareWorld.h"
 #include "Identity.h"
+#include "UnknownFields.h"
 
 namespace {
-
-/// Fills what nobody may read.
-constexpr int UnknownFieldPattern = 0xA5;
 
 constexpr EFI_GUID NoName = {};
 

@@ -2,13 +2,11 @@
 
 #include "FirmwareWorld.h"
 #include "ProtocolDatabase.h"
+#include "UnknownFields.h"
 
 constinit InventoryInfo gInventory = {};
 
 namespace {
-
-/// Fills what nobody may read. As a pointer it points nowhere.
-constexpr int UnknownFieldPattern = 0xA5;
 
 constinit InventoryDevice mDevices[InventoryDeviceMax] = {};
 constinit const InventoryDevice *mDeviceList[InventoryDeviceMax] = {};

@@ -14,6 +14,9 @@ constinit EFI_SYSTEM_TABLE gSystemTable = {};
 
 namespace {
 
+constexpr ServiceName Boot = "the firmware has no boot service ";
+constexpr ServiceName Runtime = "the firmware has no runtime service ";
+
 constexpr UINT64 SystemTableSignature = 0x5453595320494249;     // "IBI SYST"
 constexpr UINT64 BootServicesSignature = 0x56524553544F4F42;    // "BOOTSERV"
 constexpr UINT64 RuntimeServicesSignature = 0x56524553544E5552; // "RUNTSERV"
@@ -71,71 +74,65 @@ Header (UINT64 Signature, UINT32 Size)
           .Reserved = 0};
 }
 
-#define UNPROVIDED(Entry) UnprovidedService<"the firmware has no boot service " #Entry>
-
 constinit EFI_BOOT_SERVICES mBootServices = {
     .Hdr = Header (BootServicesSignature, sizeof (EFI_BOOT_SERVICES)),
-    .RaiseTPL = UNPROVIDED (RaiseTPL),
-    .RestoreTPL = UNPROVIDED (RestoreTPL),
-    .AllocatePages = UNPROVIDED (AllocatePages),
-    .FreePages = UNPROVIDED (FreePages),
-    .GetMemoryMap = UNPROVIDED (GetMemoryMap),
+    .RaiseTPL = UNPROVIDED (Boot, RaiseTPL),
+    .RestoreTPL = UNPROVIDED (Boot, RestoreTPL),
+    .AllocatePages = UNPROVIDED (Boot, AllocatePages),
+    .FreePages = UNPROVIDED (Boot, FreePages),
+    .GetMemoryMap = UNPROVIDED (Boot, GetMemoryMap),
     .AllocatePool = AllocatePool,
     .FreePool = FreePool,
-    .CreateEvent = UNPROVIDED (CreateEvent),
-    .SetTimer = UNPROVIDED (SetTimer),
-    .WaitForEvent = UNPROVIDED (WaitForEvent),
-    .SignalEvent = UNPROVIDED (SignalEvent),
-    .CloseEvent = UNPROVIDED (CloseEvent),
-    .CheckEvent = UNPROVIDED (CheckEvent),
-    .InstallProtocolInterface = UNPROVIDED (InstallProtocolInterface),
-    .ReinstallProtocolInterface = UNPROVIDED (ReinstallProtocolInterface),
-    .UninstallProtocolInterface = UNPROVIDED (UninstallProtocolInterface),
+    .CreateEvent = UNPROVIDED (Boot, CreateEvent),
+    .SetTimer = UNPROVIDED (Boot, SetTimer),
+    .WaitForEvent = UNPROVIDED (Boot, WaitForEvent),
+    .SignalEvent = UNPROVIDED (Boot, SignalEvent),
+    .CloseEvent = UNPROVIDED (Boot, CloseEvent),
+    .CheckEvent = UNPROVIDED (Boot, CheckEvent),
+    .InstallProtocolInterface = UNPROVIDED (Boot, InstallProtocolInterface),
+    .ReinstallProtocolInterface = UNPROVIDED (Boot, ReinstallProtocolInterface),
+    .UninstallProtocolInterface = UNPROVIDED (Boot, UninstallProtocolInterface),
     .HandleProtocol = HandleProtocol,
     .Reserved = nullptr,
-    .RegisterProtocolNotify = UNPROVIDED (RegisterProtocolNotify),
-    .LocateHandle = UNPROVIDED (LocateHandle),
-    .LocateDevicePath = UNPROVIDED (LocateDevicePath),
-    .InstallConfigurationTable = UNPROVIDED (InstallConfigurationTable),
-    .LoadImage = UNPROVIDED (LoadImage),
-    .StartImage = UNPROVIDED (StartImage),
-    .Exit = UNPROVIDED (Exit),
-    .UnloadImage = UNPROVIDED (UnloadImage),
-    .ExitBootServices = UNPROVIDED (ExitBootServices),
-    .GetNextMonotonicCount = UNPROVIDED (GetNextMonotonicCount),
-    .Stall = UNPROVIDED (Stall),
-    .SetWatchdogTimer = UNPROVIDED (SetWatchdogTimer),
-    .ConnectController = UNPROVIDED (ConnectController),
-    .DisconnectController = UNPROVIDED (DisconnectController),
-    .OpenProtocol = UNPROVIDED (OpenProtocol),
-    .CloseProtocol = UNPROVIDED (CloseProtocol),
-    .OpenProtocolInformation = UNPROVIDED (OpenProtocolInformation),
-    .ProtocolsPerHandle = UNPROVIDED (ProtocolsPerHandle),
-    .LocateHandleBuffer = UNPROVIDED (LocateHandleBuffer),
+    .RegisterProtocolNotify = UNPROVIDED (Boot, RegisterProtocolNotify),
+    .LocateHandle = UNPROVIDED (Boot, LocateHandle),
+    .LocateDevicePath = UNPROVIDED (Boot, LocateDevicePath),
+    .InstallConfigurationTable = UNPROVIDED (Boot, InstallConfigurationTable),
+    .LoadImage = UNPROVIDED (Boot, LoadImage),
+    .StartImage = UNPROVIDED (Boot, StartImage),
+    .Exit = UNPROVIDED (Boot, Exit),
+    .UnloadImage = UNPROVIDED (Boot, UnloadImage),
+    .ExitBootServices = UNPROVIDED (Boot, ExitBootServices),
+    .GetNextMonotonicCount = UNPROVIDED (Boot, GetNextMonotonicCount),
+    .Stall = UNPROVIDED (Boot, Stall),
+    .SetWatchdogTimer = UNPROVIDED (Boot, SetWatchdogTimer),
+    .ConnectController = UNPROVIDED (Boot, ConnectController),
+    .DisconnectController = UNPROVIDED (Boot, DisconnectController),
+    .OpenProtocol = UNPROVIDED (Boot, OpenProtocol),
+    .CloseProtocol = UNPROVIDED (Boot, CloseProtocol),
+    .OpenProtocolInformation = UNPROVIDED (Boot, OpenProtocolInformation),
+    .ProtocolsPerHandle = UNPROVIDED (Boot, ProtocolsPerHandle),
+    .LocateHandleBuffer = UNPROVIDED (Boot, LocateHandleBuffer),
     .LocateProtocol = LocateProtocol,
-    .InstallMultipleProtocolInterfaces = UNPROVIDED (InstallMultipleProtocolInterfaces),
-    .UninstallMultipleProtocolInterfaces = UNPROVIDED (UninstallMultipleProtocolInterfaces),
-    .CalculateCrc32 = UNPROVIDED (CalculateCrc32),
-    .CopyMem = UNPROVIDED (CopyMem),
-    .SetMem = UNPROVIDED (SetMem),
-    .CreateEventEx = UNPROVIDED (CreateEventEx),
+    .InstallMultipleProtocolInterfaces = UNPROVIDED (Boot, InstallMultipleProtocolInterfaces),
+    .UninstallMultipleProtocolInterfaces = UNPROVIDED (Boot, UninstallMultipleProtocolInterfaces),
+    .CalculateCrc32 = UNPROVIDED (Boot, CalculateCrc32),
+    .CopyMem = UNPROVIDED (Boot, CopyMem),
+    .SetMem = UNPROVIDED (Boot, SetMem),
+    .CreateEventEx = UNPROVIDED (Boot, CreateEventEx),
 };
-
-#undef UNPROVIDED
-#define UNPROVIDED(Entry) UnprovidedService<"the firmware has no runtime service " #Entry>
 
 constinit EFI_RUNTIME_SERVICES mRuntimeServices = {
     .Hdr = Header (RuntimeServicesSignature, sizeof (EFI_RUNTIME_SERVICES)),
-    .Services = {UNPROVIDED (GetTime), UNPROVIDED (SetTime), UNPROVIDED (GetWakeupTime),
-                 UNPROVIDED (SetWakeupTime), UNPROVIDED (SetVirtualAddressMap),
-                 UNPROVIDED (ConvertPointer), UNPROVIDED (GetVariable),
-                 UNPROVIDED (GetNextVariableName), UNPROVIDED (SetVariable),
-                 UNPROVIDED (GetNextHighMonotonicCount), UNPROVIDED (ResetSystem),
-                 UNPROVIDED (UpdateCapsule), UNPROVIDED (QueryCapsuleCapabilities),
-                 UNPROVIDED (QueryVariableInfo)},
+    .Services = {UNPROVIDED (Runtime, GetTime), UNPROVIDED (Runtime, SetTime),
+                 UNPROVIDED (Runtime, GetWakeupTime), UNPROVIDED (Runtime, SetWakeupTime),
+                 UNPROVIDED (Runtime, SetVirtualAddressMap), UNPROVIDED (Runtime, ConvertPointer),
+                 UNPROVIDED (Runtime, GetVariable), UNPROVIDED (Runtime, GetNextVariableName),
+                 UNPROVIDED (Runtime, SetVariable), UNPROVIDED (Runtime, GetNextHighMonotonicCount),
+                 UNPROVIDED (Runtime, ResetSystem), UNPROVIDED (Runtime, UpdateCapsule),
+                 UNPROVIDED (Runtime, QueryCapsuleCapabilities),
+                 UNPROVIDED (Runtime, QueryVariableInfo)},
 };
-
-#undef UNPROVIDED
 
 } // namespace
 

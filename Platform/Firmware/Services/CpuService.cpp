@@ -9,6 +9,8 @@ constinit EFI_SMM_CPU_SERVICE_PROTOCOL gCpuService = {};
 
 namespace {
 
+constexpr ServiceName CpuService = "the CPU service has no ";
+
 /// The processor is enabled and healthy (PI 1.8, volume 2, 13.4).
 constexpr UINT32 PROCESSOR_ENABLED_BIT = 0x00000002;
 constexpr UINT32 PROCESSOR_HEALTH_STATUS_BIT = 0x00000004;
@@ -64,18 +66,16 @@ WhoAmI (const EFI_SMM_CPU_SERVICE_PROTOCOL *This, UINTN *ProcessorNumber)
 
 } // namespace
 
-#define UNPROVIDED(Entry) UnprovidedService<"the CPU service has no " #Entry>
-
 VOID
 CpuServiceReset ()
 {
   gCpuService = {
       .GetProcessorInfo = GetProcessorInfo,
-      .SwitchBsp = UNPROVIDED (SwitchBsp),
-      .AddProcessor = UNPROVIDED (AddProcessor),
-      .RemoveProcessor = UNPROVIDED (RemoveProcessor),
+      .SwitchBsp = UNPROVIDED (CpuService, SwitchBsp),
+      .AddProcessor = UNPROVIDED (CpuService, AddProcessor),
+      .RemoveProcessor = UNPROVIDED (CpuService, RemoveProcessor),
       .WhoAmI = WhoAmI,
-      .RegisterExceptionHandler = UNPROVIDED (RegisterExceptionHandler),
+      .RegisterExceptionHandler = UNPROVIDED (CpuService, RegisterExceptionHandler),
   };
   ProtocolPublish (ProtocolSmm, &gEfiSmmCpuServiceProtocolGuid, &gCpuService);
 }

@@ -9,6 +9,8 @@ constinit PcdProtocol gPcd = {};
 
 namespace {
 
+constexpr ServiceName Pcd = "the PCD protocol has no member ";
+
 UINT64 EFIAPI
 Get64 (UINTN TokenNumber)
 {
@@ -20,12 +22,11 @@ Get64 (UINTN TokenNumber)
 
 } // namespace
 
-#define UNPROVIDED(Entry) UnprovidedService<"the PCD protocol has no member " #Entry>
-
 VOID
 PcdDatabaseReset ()
 {
-  gPcd = {.Reserved = {UNPROVIDED (0), UNPROVIDED (1), UNPROVIDED (2), UNPROVIDED (3)},
+  gPcd = {.Reserved = {UNPROVIDED (Pcd, 0), UNPROVIDED (Pcd, 1), UNPROVIDED (Pcd, 2),
+                       UNPROVIDED (Pcd, 3)},
           .Get64 = Get64};
   ProtocolPublish (ProtocolBoot, &gPcdProtocolGuid, &gPcd);
 }

@@ -10,6 +10,8 @@ constinit EFI_SMM_ACCESS2_PROTOCOL gSmmAccess = {};
 
 namespace {
 
+constexpr ServiceName SmmAccess = "the SMM access protocol has no ";
+
 /// State of a range that is open to its owner and in use (PI 1.8, volume 4, 5.4).
 constexpr UINT64 EFI_SMRAM_OPEN = 0x00000001;
 constexpr UINT64 EFI_ALLOCATED = 0x00000010;
@@ -46,8 +48,6 @@ GetCapabilities (const EFI_SMM_ACCESS2_PROTOCOL *This,
 
 } // namespace
 
-#define UNPROVIDED(Entry) UnprovidedService<"the SMM access protocol has no " #Entry>
-
 VOID
 SmmAccessReset ()
 {
@@ -56,9 +56,9 @@ SmmAccessReset ()
   gSmramMap[1] = Range (gWorld.SmramStart, Middle);
   gSmramMap[2] = Range (gWorld.SmramStart + Middle, gWorld.SmramSize - Middle);
   gSmmAccess = {
-      .Open = UNPROVIDED (Open),
-      .Close = UNPROVIDED (Close),
-      .Lock = UNPROVIDED (Lock),
+      .Open = UNPROVIDED (SmmAccess, Open),
+      .Close = UNPROVIDED (SmmAccess, Close),
+      .Lock = UNPROVIDED (SmmAccess, Lock),
       .GetCapabilities = GetCapabilities,
       .LockState = FALSE,
       .OpenState = TRUE,

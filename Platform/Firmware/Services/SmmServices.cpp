@@ -10,6 +10,8 @@ constinit EFI_SMM_SYSTEM_TABLE2 gSmmSystemTable = {};
 
 namespace {
 
+constexpr ServiceName Smm = "the firmware has no SMM service ";
+
 constexpr UINT64 SmstSignature = 0x54534D53; // "SMST"
 constexpr UINT32 SmstRevision = 0x10050;     // PI 1.8
 
@@ -69,8 +71,6 @@ GetSmstLocation (const EFI_SMM_BASE2_PROTOCOL *This, EFI_SMM_SYSTEM_TABLE2 **Sms
 
 } // namespace
 
-#define UNPROVIDED(Entry) UnprovidedService<"the firmware has no SMM service " #Entry>
-
 VOID
 SmmServicesReset ()
 {
@@ -83,14 +83,14 @@ SmmServicesReset ()
       .SmmFirmwareVendor = nullptr,
       .SmmFirmwareRevision = 0,
       .Reserved = 0,
-      .SmmInstallConfigurationTable = UNPROVIDED (SmmInstallConfigurationTable),
-      .SmmIo = {UNPROVIDED (SmmIo.Mem.Read), UNPROVIDED (SmmIo.Mem.Write),
-                UNPROVIDED (SmmIo.Io.Read), UNPROVIDED (SmmIo.Io.Write)},
+      .SmmInstallConfigurationTable = UNPROVIDED (Smm, SmmInstallConfigurationTable),
+      .SmmIo = {UNPROVIDED (Smm, SmmIo.Mem.Read), UNPROVIDED (Smm, SmmIo.Mem.Write),
+                UNPROVIDED (Smm, SmmIo.Io.Read), UNPROVIDED (Smm, SmmIo.Io.Write)},
       .SmmAllocatePool = AllocatePool,
       .SmmFreePool = FreePool,
-      .SmmAllocatePages = UNPROVIDED (SmmAllocatePages),
-      .SmmFreePages = UNPROVIDED (SmmFreePages),
-      .SmmStartupThisAp = UNPROVIDED (SmmStartupThisAp),
+      .SmmAllocatePages = UNPROVIDED (Smm, SmmAllocatePages),
+      .SmmFreePages = UNPROVIDED (Smm, SmmFreePages),
+      .SmmStartupThisAp = UNPROVIDED (Smm, SmmStartupThisAp),
       .CurrentlyExecutingCpu = 0,
       .NumberOfCpus = gWorld.NumberOfProcessors,
       .CpuSaveStateSize = nullptr,
@@ -98,16 +98,16 @@ SmmServicesReset ()
       .NumberOfTableEntries = 0,
       .SmmConfigurationTable = nullptr,
       .SmmInstallProtocolInterface = InstallProtocolInterface,
-      .SmmUninstallProtocolInterface = UNPROVIDED (SmmUninstallProtocolInterface),
-      .SmmHandleProtocol = UNPROVIDED (SmmHandleProtocol),
+      .SmmUninstallProtocolInterface = UNPROVIDED (Smm, SmmUninstallProtocolInterface),
+      .SmmHandleProtocol = UNPROVIDED (Smm, SmmHandleProtocol),
       .SmmRegisterProtocolNotify = RegisterProtocolNotify,
-      .SmmLocateHandle = UNPROVIDED (SmmLocateHandle),
+      .SmmLocateHandle = UNPROVIDED (Smm, SmmLocateHandle),
       .SmmLocateProtocol = LocateProtocol,
-      .SmiManage = UNPROVIDED (SmiManage),
-      .SmiHandlerRegister = UNPROVIDED (SmiHandlerRegister),
-      .SmiHandlerUnRegister = UNPROVIDED (SmiHandlerUnRegister),
+      .SmiManage = UNPROVIDED (Smm, SmiManage),
+      .SmiHandlerRegister = UNPROVIDED (Smm, SmiHandlerRegister),
+      .SmiHandlerUnRegister = UNPROVIDED (Smm, SmiHandlerUnRegister),
   };
-  mSmmBase2 = {.InSmm = UNPROVIDED (EFI_SMM_BASE2_PROTOCOL.InSmm),
+  mSmmBase2 = {.InSmm = UNPROVIDED (Smm, EFI_SMM_BASE2_PROTOCOL.InSmm),
                .GetSmstLocation = GetSmstLocation};
   ProtocolPublish (ProtocolBoot, &gEfiSmmBase2ProtocolGuid, &mSmmBase2);
 }

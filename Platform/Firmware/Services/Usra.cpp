@@ -8,6 +8,8 @@ constinit UsraProtocol gUsra = {};
 
 namespace {
 
+constexpr ServiceName Usra = "the USRA protocol has no member ";
+
 VOID *EFIAPI
 UsraGetAddress (const UsraPcieAddress *Address)
 {
@@ -24,12 +26,10 @@ UsraGetAddress (const UsraPcieAddress *Address)
 
 } // namespace
 
-#define UNPROVIDED(Entry) UnprovidedService<"the USRA protocol has no member " #Entry>
-
 VOID
 UsraReset ()
 {
-  gUsra = {.Reserved = {UNPROVIDED (0), UNPROVIDED (1), UNPROVIDED (2)},
+  gUsra = {.Reserved = {UNPROVIDED (Usra, 0), UNPROVIDED (Usra, 1), UNPROVIDED (Usra, 2)},
            .UsraGetAddress = UsraGetAddress};
   ProtocolPublish (ProtocolSmm, &gUsraProtocolGuid, &gUsra);
 }

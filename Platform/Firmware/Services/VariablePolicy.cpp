@@ -10,6 +10,8 @@ constinit EDKII_VARIABLE_POLICY_PROTOCOL gVariablePolicy = {};
 
 namespace {
 
+constexpr ServiceName Policy = "the variable policy service has no ";
+
 constexpr UINT64 ProtocolRevision = 0x0000000000010000;
 
 constexpr UINTN PolicyMax = 64;
@@ -91,19 +93,17 @@ RegisterVariablePolicy (const VARIABLE_POLICY_ENTRY *Entry)
 
 } // namespace
 
-#define UNPROVIDED(Entry) UnprovidedService<"the variable policy service has no " #Entry>
-
 VOID
 VariablePolicyReset ()
 {
   mPolicyCount = 0;
   gVariablePolicy = {
       .Revision = ProtocolRevision,
-      .DisableVariablePolicy = UNPROVIDED (DisableVariablePolicy),
-      .IsVariablePolicyEnabled = UNPROVIDED (IsVariablePolicyEnabled),
+      .DisableVariablePolicy = UNPROVIDED (Policy, DisableVariablePolicy),
+      .IsVariablePolicyEnabled = UNPROVIDED (Policy, IsVariablePolicyEnabled),
       .RegisterVariablePolicy = RegisterVariablePolicy,
-      .DumpVariablePolicy = UNPROVIDED (DumpVariablePolicy),
-      .LockVariablePolicy = UNPROVIDED (LockVariablePolicy),
+      .DumpVariablePolicy = UNPROVIDED (Policy, DumpVariablePolicy),
+      .LockVariablePolicy = UNPROVIDED (Policy, LockVariablePolicy),
   };
   ProtocolPublish (ProtocolBoot, &gEdkiiVariablePolicyProtocolGuid, &gVariablePolicy);
 }

@@ -2,9 +2,9 @@
 
 #include "BootServices.h"
 #include "Firmware.h"
+#include "FoundRecord.h"
 #include "ImageLoader.h"
 #include "MachineLog.h"
-#include "MachineWorld.h"
 #include "ProcessorInstructions.h"
 #include "SmmPaging.h"
 

@@ -1,8 +1,8 @@
 #include "FoundTopology.h"
 
+#include "FoundRecord.h"
 #include "HandOffRecords.h"
 #include "MachineLog.h"
-#include "MachineWorld.h"
 
 namespace {
 

@@ -2,13 +2,12 @@
 
 #include "BlockArena.h"
 #include "Firmware.h"
+#include "FoundRecord.h"
 #include "FoundTopology.h"
 #include "KcsTransport.h"
 #include "MachineLog.h"
 #include "SmmTile.h"
 #include "SystemInventory.h"
-
-[[gnu::section (".settled.data")]] constinit HandOver gFound = {};
 
 namespace {
 
@@ -77,30 +76,11 @@ AddInventory ()
   }
 }
 
-/// Whether all counts fit their tables and all names end: what lies outside SMRAM is no more to be
-/// trusted than its writer.
-bool
-IsSound (const HandOver &Found)
-{
-  bool Sound = Found.ProcessorCount != 0 && Found.ProcessorCount <= ProcessorMax &&
-               Found.PciFunctionCount <= PciFunctionMax &&
-               Found.InventoryEntryCount <= InventoryEntryMax && Found.DriverCount <= DriverMax &&
-               Found.DriverFileSize <= DRIVER_FILE_MAX;
-  for (UINTN Index = 0; Sound && Index < Found.InventoryEntryCount; ++Index) {
-    Sound = Found.Inventory[Index].Name[InventoryNameMax - 1] == '\0';
-  }
-  return Sound;
-}
-
 } // namespace
 
 VOID
 MachineWorldStart ()
 {
-  gFound = HandOverRecord ().Found;
-  if (!IsSound (gFound)) {
-    EndRun (EndMachine, "smm: the hand-over record is not sound\n");
-  }
   ArenaReset (&mArenas[PoolSmm], reinterpret_cast<UINT8 *> (SMM_POOL_BASE), SMM_POOL_SIZE);
   ArenaReset (&mArenas[PoolBoot], reinterpret_cast<UINT8 *> (BOOT_POOL_BASE), BOOT_POOL_SIZE);
   const FirmwareWorld World = {.Context = nullptr,

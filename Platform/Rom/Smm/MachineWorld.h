@@ -1,14 +1,10 @@
 /// The emulated machine as the world of the stand-in firmware.
 #pragma once
 
-#include "FirmwareWorld.h"
-#include "HandOver.h"
+#include "Base.h"
 
 extern "C" {
 
-/// What the boot code found, in SMRAM.
-extern HandOver gFound;
-
-/// Copies what the boot code found and powers the firmware on: topology and inventory included.
+/// Powers the firmware on with what the boot code found: topology and inventory included.
 VOID MachineWorldStart ();
 }

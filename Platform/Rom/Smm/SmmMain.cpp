@@ -4,6 +4,7 @@
 #include "DriverLoading.h"
 #include "ExceptionFrame.h"
 #include "Firmware.h"
+#include "FoundRecord.h"
 #include "Machine.h"
 #include "MachineCheckRegisters.h"
 #include "MachineLog.h"
@@ -48,6 +49,7 @@ Start ()
     }
   }
   LogPrint ("smm: the first processor is in SMM\n");
+  TakeFoundRecord ();
   MachineWorldStart ();
   ErrorSourcesStart ();
   LoadDrivers ();

@@ -1,7 +1,7 @@
 #include "SourceTables.h"
 
+#include "FoundRecord.h"
 #include "HardwareErrors.h"
-#include "MachineWorld.h"
 #include "ProcessorInstructions.h"
 
 namespace {
