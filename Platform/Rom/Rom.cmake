@@ -33,8 +33,7 @@ endfunction ()
 
 qsm_add_machine_image (
   MachineSmm Smm/SmmLayout.ld
-  SOURCES Smm/BlockArena.cpp
-          Smm/DriverLoading.cpp
+  SOURCES Smm/DriverLoading.cpp
           Smm/FoundRecord.cpp
           Smm/FoundTopology.cpp
           Smm/MachineWorld.cpp

@@ -11,6 +11,16 @@ enum PoolKind : UINT8 {
 };
 inline constexpr UINTN PoolKindCount = 2;
 
+/// Where the blocks of a pool lie. Start is a multiple of 16.
+struct PoolMemory {
+  UINT8 *Start;
+  UINTN Size;
+};
+
+/// Bytes around each block that nobody may touch: a world that guards its blocks has these for it.
+inline constexpr UINTN PoolGuardAhead = 24;
+inline constexpr UINTN PoolGuardBehind = 8;
+
 /// One command to the BMC. Data belongs to the sender and is valid during the call only.
 struct IpmiRequest {
   UINT8 NetFunction;
@@ -55,9 +65,7 @@ struct FirmwareWorld {
   VOID *Context;
   UINTN NumberOfProcessors;
 
-  /// The range of addresses in which all blocks of the SMM pool lie.
-  UINT64 SmramStart;
-  UINT64 SmramSize;
+  PoolMemory Pools[PoolKindCount]; ///< By PoolKind.
 
   /// The range of SMRAM that the SMM core has for itself, and what the chipset adds to a
   /// processor's address of SMRAM.
@@ -70,12 +78,11 @@ struct FirmwareWorld {
   UINT64 PciExpressBase;
   UINTN PciSegmentCount;
 
-  /// Gives a block of Size bytes, aligned to 8, out of one pool's memory; null when that is
-  /// exhausted. The block's content is undefined.
-  VOID *(*TakeBlock) (VOID *Context, PoolKind Kind, UINTN Size);
+  /// Makes Size bytes at Block usable, and guards what lies around them.
+  VOID (*OpenBlock) (VOID *Context, UINT8 *Block, UINTN Size);
 
-  /// Takes back a block that TakeBlock gave with the same Kind and Size.
-  VOID (*ReturnBlock) (VOID *Context, PoolKind Kind, VOID *Block, UINTN Size);
+  /// The block is gone. Returns whether nobody wrote to its guards, as far as that can be told.
+  bool (*CloseBlock) (VOID *Context, UINT8 *Block, UINTN Size);
 
   /// Receives each message and each assertion, in the order in which a processor makes them.
   VOID (*DebugOutput) (VOID *Context, const DebugEntry *Entry);
@@ -92,7 +99,8 @@ struct FirmwareWorld {
   ProcessorPlace (*PlaceOfProcessor) (VOID *Context, UINTN Index);
 
   /// Ends the run: somebody broke a rule of the platform, and Text says which. Does not return. It
-  /// may throw: the firmware holds nothing while it calls its world or a driver.
+  /// may throw: the firmware holds nothing while it calls its world or a driver, but for the lock
+  /// of the pools at OpenBlock and CloseBlock, which come back.
   VOID (*Fault) (VOID *Context, const CHAR8 *Text);
 };
 

@@ -17,6 +17,60 @@ constexpr FirmwareService FreeService[] = {ServiceSmmFreePool, ServiceBootFreePo
 /// Guards both pools: errors may be served on several processors at once.
 constinit ProcessorLock mLock = false;
 
+/// A block takes a stretch of memory with its guards, from a multiple of this on.
+constexpr UINTN StretchAlignment = 16;
+static_assert (PoolGuardAhead % StretchAlignment == 8);
+
+UINTN
+StretchSize (UINTN BlockSize)
+{
+  const UINTN Size = PoolGuardAhead + BlockSize + PoolGuardBehind;
+  return (Size + StretchAlignment - 1) / StretchAlignment * StretchAlignment;
+}
+
+/// Returns where a live block's stretch ends that lies in the way of Size bytes at Start; null if
+/// there is none.
+const UINT8 *
+EndOfObstacle (const Pool &In, const UINT8 *Start, UINTN Size)
+{
+  for (const PoolBlock &Block : In.Blocks) {
+    if (Block.Live) {
+      const UINT8 *Stretch = Block.Address - PoolGuardAhead;
+      const UINT8 *End = Stretch + StretchSize (Block.Size);
+      if (Stretch < Start + Size && Start < End) {
+        return End;
+      }
+    }
+  }
+  return nullptr;
+}
+
+/// Finds room for a block from the cursor on, then from the start, and moves the cursor behind it.
+/// Returns the block's address, or null.
+UINT8 *
+FindRoom (Pool *Of, const PoolMemory &Memory, UINTN BlockSize)
+{
+  const UINTN Needed = StretchSize (BlockSize);
+  UINTN Offset = Of->Cursor;
+  bool FromStart = false;
+  for (;;) {
+    if (Offset + Needed > Memory.Size) {
+      if (FromStart) {
+        return nullptr;
+      }
+      FromStart = true;
+      Offset = 0;
+      continue;
+    }
+    const UINT8 *End = EndOfObstacle (*Of, Memory.Start + Offset, Needed);
+    if (End == nullptr) {
+      Of->Cursor = Offset + Needed;
+      return Memory.Start + Offset + PoolGuardAhead;
+    }
+    Offset = static_cast<UINTN> (End - Memory.Start);
+  }
+}
+
 /// Returns the next place that holds no live block, or null. Freed blocks are thus remembered for
 /// as long as there are other places.
 PoolBlock *
@@ -45,40 +99,49 @@ FindBlock (Pool *Of, const VOID *Address)
   return Found;
 }
 
-/// Returns false when there is no place left.
-bool
-AddBlock (Pool *To, const PoolBlock &Block)
+/// Returns the new block, or null when there is no room for it, or no place in the table.
+UINT8 *
+AddBlock (PoolKind Kind, EFI_MEMORY_TYPE Type, UINTN Size)
 {
+  Pool *To = &gPools[Kind];
+  UINT8 *Address = nullptr;
   TakeLock (mLock);
   PoolBlock *Place = FindPlace (To);
   if (Place != nullptr) {
-    *Place = Block;
+    Address = FindRoom (To, gWorld.Pools[Kind], Size);
+  }
+  if (Address != nullptr) {
+    *Place = {.Address = Address, .Size = Size, .Type = Type, .Live = TRUE};
     ++To->LiveBlocks;
-    To->LiveBytes += Block.Size;
+    To->LiveBytes += Size;
     ++To->Allocations;
+    gWorld.OpenBlock (gWorld.Context, Address, Size);
   }
   GiveLock (mLock);
-  return Place != nullptr;
+  return Address;
 }
 
-/// Returns the block as it was known: no longer live when it is freed for a second time, and
-/// without an address when it was never a block.
-PoolBlock
+/// Returns what is wrong with the block, or null.
+const CHAR8 *
 RemoveBlock (Pool *From, const VOID *Address)
 {
-  PoolBlock Known = {};
+  const CHAR8 *Wrong = nullptr;
   TakeLock (mLock);
   PoolBlock *Place = Address != nullptr ? FindBlock (From, Address) : nullptr;
-  if (Place != nullptr) {
-    Known = *Place;
-    if (Place->Live) {
-      Place->Live = FALSE;
-      --From->LiveBlocks;
-      From->LiveBytes -= Place->Size;
+  if (Place == nullptr) {
+    Wrong = "freed a pointer that is no block of this pool";
+  } else if (!Place->Live) {
+    Wrong = "freed a pool block twice";
+  } else {
+    Place->Live = FALSE;
+    --From->LiveBlocks;
+    From->LiveBytes -= Place->Size;
+    if (!gWorld.CloseBlock (gWorld.Context, Place->Address, Place->Size)) {
+      Wrong = "a pool block was written outside its bytes";
     }
   }
   GiveLock (mLock);
-  return Known;
+  return Wrong;
 }
 
 } // namespace
@@ -103,14 +166,14 @@ PoolAllocate (PoolKind Kind, EFI_MEMORY_TYPE Type, UINTN Size, VOID **Buffer)
   if (Kind == PoolSmm && Type != EfiRuntimeServicesCode && Type != EfiRuntimeServicesData) {
     return EFI_INVALID_PARAMETER;
   }
-  auto *Address = static_cast<UINT8 *> (gWorld.TakeBlock (gWorld.Context, Kind, Size));
+  UINT8 *Address = Size <= gWorld.Pools[Kind].Size ? AddBlock (Kind, Type, Size) : nullptr;
   if (Address == nullptr) {
+    if (gPools[Kind].LiveBlocks == PoolBlockMax) {
+      FirmwareFault ("more live pool blocks than the table holds");
+    }
     return EFI_OUT_OF_RESOURCES;
   }
   __builtin_memset (Address, NewBlockPattern, Size);
-  if (!AddBlock (&gPools[Kind], {.Address = Address, .Size = Size, .Type = Type, .Live = TRUE})) {
-    FirmwareFault ("more live pool blocks than the table holds");
-  }
   *Buffer = Address;
   return Planned;
 }
@@ -122,13 +185,9 @@ PoolFree (PoolKind Kind, VOID *Buffer)
   if (EFI_ERROR (Planned)) {
     return Planned;
   }
-  const PoolBlock Block = RemoveBlock (&gPools[Kind], Buffer);
-  if (Block.Address == nullptr) {
-    FirmwareFault ("freed a pointer that is no block of this pool");
+  const CHAR8 *Wrong = RemoveBlock (&gPools[Kind], Buffer);
+  if (Wrong != nullptr) {
+    FirmwareFault (Wrong);
   }
-  if (!Block.Live) {
-    FirmwareFault ("freed a pool block twice");
-  }
-  gWorld.ReturnBlock (gWorld.Context, Kind, Buffer, Block.Size);
   return Planned;
 }

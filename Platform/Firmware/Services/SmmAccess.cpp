@@ -51,10 +51,12 @@ GetCapabilities (const EFI_SMM_ACCESS2_PROTOCOL *This,
 VOID
 SmmAccessReset ()
 {
-  const UINT64 Middle = gWorld.SmramSize / 2;
+  const PoolMemory &Pool = gWorld.Pools[PoolSmm];
+  const auto Start = reinterpret_cast<UINT64> (Pool.Start);
+  const UINT64 Middle = Pool.Size / 2;
   gSmramMap[0] = Range (gWorld.CoreStart, gWorld.CoreSize);
-  gSmramMap[1] = Range (gWorld.SmramStart, Middle);
-  gSmramMap[2] = Range (gWorld.SmramStart + Middle, gWorld.SmramSize - Middle);
+  gSmramMap[1] = Range (Start, Middle);
+  gSmramMap[2] = Range (Start + Middle, Pool.Size - Middle);
   gSmmAccess = {
       .Open = UNPROVIDED (SmmAccess, Open),
       .Close = UNPROVIDED (SmmAccess, Close),

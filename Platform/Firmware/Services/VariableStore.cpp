@@ -13,7 +13,6 @@ constinit EFI_SMM_VARIABLE_PROTOCOL gSmmVariable = {};
 namespace {
 
 constexpr UINT32 AccessAttributes = EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS;
-constexpr UINT32 KnownAttributes = EFI_VARIABLE_NON_VOLATILE | AccessAttributes;
 
 /// What a call that fails leaves where the value belongs.
 constexpr int UndefinedDataPattern = 0xAF;
@@ -126,7 +125,10 @@ SmmSetVariable (const CHAR16 *VariableName,
   if (EFI_ERROR (Planned)) {
     return Planned;
   }
-  if (*VariableName == 0 || (Attributes & ~KnownAttributes) != 0) {
+  if ((Attributes & ~AccessAttributes) != 0) {
+    FirmwareFault ("the firmware keeps no variable of these attributes");
+  }
+  if (*VariableName == 0) {
     return EFI_INVALID_PARAMETER;
   }
   if (VariablePolicyLocks (VariableName, VendorGuid)) {
@@ -144,9 +146,7 @@ VOID
 VariableStoreReset ()
 {
   for (Variable &Each : gVariables) {
-    if ((Each.Attributes & EFI_VARIABLE_NON_VOLATILE) == 0) {
-      Each = {};
-    }
+    Each = {};
   }
   gSmmVariable = {
       .SmmGetVariable = SmmGetVariable,

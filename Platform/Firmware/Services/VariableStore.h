@@ -21,11 +21,11 @@ extern "C" {
 
 extern Variable gVariables[VariableMax];
 
-/// The services. A call without a name or a namespace, or with more than the store has room for, is
-/// a fault.
+/// The services, of volatile variables alone. A call without a name or a namespace, or with more
+/// than the store has room for, is a fault.
 extern EFI_SMM_VARIABLE_PROTOCOL gSmmVariable;
 
-/// Drops what is volatile, and installs the services.
+/// Drops all variables, and installs the services.
 VOID VariableStoreReset ();
 
 /// Finds a variable; null when there is none.

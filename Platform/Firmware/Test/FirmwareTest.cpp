@@ -25,9 +25,10 @@ public:
   }
 
   void
-  PowerOn ()
+  PowerOn (UINTN SmmPoolSize = 0x10000)
   {
-    const FirmwareWorld Table = World.Table ();
+    FirmwareWorld Table = World.Table ();
+    Table.Pools[PoolSmm].Size = SmmPoolSize;
     FirmwareReset (&Table);
   }
 
@@ -55,6 +56,25 @@ TEST_F (Firmware, KnowsEveryPoolBlock)
 
   FirmwareSignalReadyToLock ();
   EXPECT_THROW (Boot.AllocatePool (EfiBootServicesData, 5, &First), PlatformFault);
+}
+
+TEST_F (Firmware, GivesFreedMemoryOutAgain)
+{
+  PowerOn (1024);
+  const auto Allocate = [] (UINTN Size, void *&Block) {
+    return gSmmSystemTable.SmmAllocatePool (EfiRuntimeServicesData, Size, &Block);
+  };
+  void *Blocks[5];
+  for (void *&Block : Blocks) {
+    EXPECT_EQ (Allocate (150, Block), EFI_SUCCESS);
+  }
+  void *Another = nullptr;
+  EXPECT_EQ (Allocate (150, Another), EFI_OUT_OF_RESOURCES);
+  for (const UINTN Index : {1U, 3U, 2U, 0U, 4U}) {
+    gSmmSystemTable.SmmFreePool (Blocks[Index]);
+  }
+  EXPECT_EQ (Allocate (900, Another), EFI_SUCCESS);
+  EXPECT_EQ (Allocate (~UINTN{0}, Another), EFI_OUT_OF_RESOURCES);
 }
 
 TEST_F (Firmware, AnswersWithTheFirstSuccessOfItsListeners)
@@ -104,18 +124,6 @@ TEST_F (Firmware, RefusesToChangeALockedVariable)
   Good.Size = sizeof Good;
   EXPECT_EQ (gVariablePolicy.RegisterVariablePolicy (&Good), EFI_SUCCESS);
   EXPECT_EQ (Set (u"AB", 2), EFI_WRITE_PROTECTED) << "locked with its namespace";
-}
-
-TEST_F (Firmware, KeepsNonVolatileVariablesOverALossOfPower)
-{
-  constexpr UINT32 Kept = Volatile | EFI_VARIABLE_NON_VOLATILE;
-  EXPECT_EQ (Set (u"A", 8), EFI_SUCCESS);
-  EXPECT_EQ (Set (u"B", 1, Kept), EFI_SUCCESS);
-  EXPECT_EQ (Set (u"A", 1, Kept), EFI_INVALID_PARAMETER) << "attributes stay";
-  PowerOn ();
-  EXPECT_EQ (VariableFind (u"A", &Space), nullptr);
-  EXPECT_EQ (Set (u"B", 0), EFI_SUCCESS);
-  EXPECT_EQ (Set (u"B", 0), EFI_NOT_FOUND);
 }
 
 } // namespace

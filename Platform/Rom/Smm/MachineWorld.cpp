@@ -1,6 +1,5 @@
 #include "MachineWorld.h"
 
-#include "BlockArena.h"
 #include "Firmware.h"
 #include "FoundRecord.h"
 #include "FoundTopology.h"
@@ -11,19 +10,31 @@
 
 namespace {
 
-/// By PoolKind.
-constinit BlockArena mArenas[PoolKindCount] = {};
+/// Fills the guards of a block.
+constexpr UINT8 GuardPattern = 0x96;
 
-VOID *
-TakeBlock (VOID *, PoolKind Kind, UINTN Size)
+bool
+IsGuard (const UINT8 *Start, UINTN Size)
 {
-  return ArenaTake (&mArenas[Kind], Size);
+  UINTN Index = 0;
+  while (Index < Size && Start[Index] == GuardPattern) {
+    ++Index;
+  }
+  return Index == Size;
 }
 
 VOID
-ReturnBlock (VOID *, PoolKind Kind, VOID *Block, UINTN Size)
+OpenBlock (VOID *, UINT8 *Block, UINTN Size)
 {
-  ArenaReturn (&mArenas[Kind], Block, Size);
+  __builtin_memset (Block - PoolGuardAhead, GuardPattern, PoolGuardAhead);
+  __builtin_memset (Block + Size, GuardPattern, PoolGuardBehind);
+}
+
+bool
+CloseBlock (VOID *, UINT8 *Block, UINTN Size)
+{
+  return IsGuard (Block - PoolGuardAhead, PoolGuardAhead) &&
+         IsGuard (Block + Size, PoolGuardBehind);
 }
 
 /// An assertion stops its processor for ever, with the debug service at work; the run ends there.
@@ -81,24 +92,23 @@ AddInventory ()
 VOID
 MachineWorldStart ()
 {
-  ArenaReset (&mArenas[PoolSmm], reinterpret_cast<UINT8 *> (SMM_POOL_BASE), SMM_POOL_SIZE);
-  ArenaReset (&mArenas[PoolBoot], reinterpret_cast<UINT8 *> (BOOT_POOL_BASE), BOOT_POOL_SIZE);
-  const FirmwareWorld World = {.Context = nullptr,
-                               .NumberOfProcessors = gFound.ProcessorCount,
-                               .SmramStart = SMM_POOL_BASE,
-                               .SmramSize = SMM_POOL_SIZE,
-                               .CoreStart = TSEG_BASE,
-                               .CoreSize = SMM_POOL_BASE - TSEG_BASE,
-                               .SmramOffset = 0,
-                               .PciExpressBase = PCI_WINDOW_BASE,
-                               .PciSegmentCount = 1,
-                               .TakeBlock = TakeBlock,
-                               .ReturnBlock = ReturnBlock,
-                               .DebugOutput = DebugOutput,
-                               .SendToBmc = KcsSendToBmc,
-                               .ExecutingProcessor = ExecutingProcessor,
-                               .PlaceOfProcessor = PlaceOfProcessor,
-                               .Fault = Fault};
+  const FirmwareWorld World = {
+      .Context = nullptr,
+      .NumberOfProcessors = gFound.ProcessorCount,
+      .Pools = {{reinterpret_cast<UINT8 *> (SMM_POOL_BASE), SMM_POOL_SIZE},
+                {reinterpret_cast<UINT8 *> (BOOT_POOL_BASE), BOOT_POOL_SIZE}},
+      .CoreStart = TSEG_BASE,
+      .CoreSize = SMM_POOL_BASE - TSEG_BASE,
+      .SmramOffset = 0,
+      .PciExpressBase = PCI_WINDOW_BASE,
+      .PciSegmentCount = 1,
+      .OpenBlock = OpenBlock,
+      .CloseBlock = CloseBlock,
+      .DebugOutput = DebugOutput,
+      .SendToBmc = KcsSendToBmc,
+      .ExecutingProcessor = ExecutingProcessor,
+      .PlaceOfProcessor = PlaceOfProcessor,
+      .Fault = Fault};
   FirmwareReset (&World);
   UseFoundTopology ();
   AddInventory ();

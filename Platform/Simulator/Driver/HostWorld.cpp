@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
+
+#include <sanitizer/asan_interface.h>
 
 #include "ExecutingProcessor.h"
 #include "SimulatedPci.h"
 
 namespace {
 
+constexpr UINTN PageSize = 4096;
 constexpr UINTN SmmPoolSize = 8 * 1024 * 1024;
 constexpr UINTN BootPoolSize = 4 * 1024 * 1024;
 
@@ -42,8 +46,22 @@ OfProcessor (const std::vector<Element> &List, std::size_t Start, UINTN Processo
 
 } // namespace
 
+/// A heap block, for then AddressSanitizer can tell what lies at an address in it.
+HostWorld::GuardedPages::GuardedPages (UINTN Bytes)
+    : Memory{.Start = static_cast<UINT8 *> (::operator new (Bytes, std::align_val_t{PageSize})),
+             .Size = Bytes}
+{
+  ASAN_POISON_MEMORY_REGION (Memory.Start, Memory.Size);
+}
+
+HostWorld::GuardedPages::~GuardedPages ()
+{
+  ASAN_UNPOISON_MEMORY_REGION (Memory.Start, Memory.Size);
+  ::operator delete (Memory.Start, std::align_val_t{PageSize});
+}
+
 HostWorld::HostWorld (UINTN NumberOfProcessors)
-    : Arenas{BlockArena (SmmPoolSize), BlockArena (BootPoolSize)}
+    : Pools{GuardedPages (SmmPoolSize), GuardedPages (BootPoolSize)}
 {
   for (UINT32 Index = 0; Index < NumberOfProcessors; ++Index) {
     Processors.push_back ({.ProcessorId = Index, .Package = Index, .Core = 0, .Thread = 0});
@@ -56,18 +74,18 @@ HostWorld::Table ()
   return {
       .Context = this,
       .NumberOfProcessors = Processors.size (),
-      .SmramStart = reinterpret_cast<UINTN> (Arenas[PoolSmm].Begin ()),
-      .SmramSize = Arenas[PoolSmm].Size (),
+      .Pools = {Pools[PoolSmm].Memory, Pools[PoolBoot].Memory},
       .CoreStart = CoreStart,
       .CoreSize = CoreSize,
       .SmramOffset = SmramOffset,
       .PciExpressBase = SimulatedPciBase,
       .PciSegmentCount = SimulatedPciSegmentCount,
-      .TakeBlock = [] (void *Context, PoolKind Kind, UINTN Size) -> void * {
-        return WorldOf (Context).Arenas[Kind].Take (Size);
+      .OpenBlock = [] (void *, UINT8 *Block,
+                       UINTN Size) { ASAN_UNPOISON_MEMORY_REGION (Block, Size); },
+      .CloseBlock = [] (void *, UINT8 *Block, UINTN Size) -> bool {
+        ASAN_POISON_MEMORY_REGION (Block, Size);
+        return true;
       },
-      .ReturnBlock = [] (void *Context, PoolKind Kind, void *Block,
-                         UINTN Size) { WorldOf (Context).Arenas[Kind].Return (Block, Size); },
       .DebugOutput = [] (void *Context,
                          const DebugEntry *Entry) { WorldOf (Context).Record (*Entry); },
       .SendToBmc = [] (void *Context, const IpmiRequest *Request, UINT8 *Response,
@@ -108,14 +126,6 @@ HostWorld::Forget ()
 {
   Log.clear ();
   Requests.clear ();
-}
-
-void
-HostWorld::SealPools ()
-{
-  for (BlockArena &Each : Arenas) {
-    Each.Seal ();
-  }
 }
 
 void

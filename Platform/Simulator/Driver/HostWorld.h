@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "BlockArena.h"
 #include "FirmwareWorld.h"
 
 /// Somebody broke a rule of the platform.
@@ -69,16 +68,23 @@ public:
   /// Drops what has been recorded so far; while no driver runs.
   void Forget ();
 
-  /// Makes all pool blocks read-only that are live now: whoever writes to one ends the process.
-  void SealPools ();
-
   BmcAnswer Bmc;
 
   /// Where each processor stands. Change it while no driver runs, and keep their number.
   std::vector<ProcessorPlace> Processors;
 
 private:
-  BlockArena Arenas[PoolKindCount];
+  /// Memory of a pool. Under AddressSanitizer any access outside a live block ends the process.
+  class GuardedPages {
+  public:
+    explicit GuardedPages (UINTN Bytes);
+    ~GuardedPages ();
+    GuardedPages (const GuardedPages &) = delete;
+    GuardedPages &operator= (const GuardedPages &) = delete;
+
+    PoolMemory Memory;
+  };
+  GuardedPages Pools[PoolKindCount];
   std::mutex Lock; ///< Of the two lists.
 
   void Record (const DebugEntry &Entry);

@@ -22,18 +22,4 @@ TEST (SimulatedPlatform, CatchesAccessesOutsideRecordsAndBlocks)
   }
 }
 
-TEST (BlockArena, GivesReturnedMemoryOutAgain)
-{
-  BlockArena Arena (1024);
-  std::vector<void *> Blocks (5);
-  for (void *&Block : Blocks) {
-    Block = Arena.Take (150);
-  }
-  EXPECT_EQ (Arena.Take (150), nullptr);
-  for (const std::size_t Index : {1U, 3U, 2U, 0U, 4U}) {
-    Arena.Return (Blocks[Index], 150);
-  }
-  EXPECT_NE (Arena.Take (900), nullptr);
-}
-
 } // namespace
