@@ -1,6 +1,8 @@
 #include "FaultPlan.h"
 
-constinit FaultPlan gFaultPlan = {};
+#include "WritableWhenLocked.h"
+
+WRITABLE_WHEN_LOCKED constinit FaultPlan gFaultPlan = {};
 
 namespace {
 

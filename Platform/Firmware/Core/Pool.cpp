@@ -2,8 +2,9 @@
 
 #include "FaultPlan.h"
 #include "ProcessorLock.h"
+#include "WritableWhenLocked.h"
 
-constinit Pool gPools[PoolKindCount] = {};
+WRITABLE_WHEN_LOCKED constinit Pool gPools[PoolKindCount] = {};
 
 namespace {
 
@@ -15,7 +16,7 @@ constexpr FirmwareService AllocateService[] = {ServiceSmmAllocatePool, ServiceBo
 constexpr FirmwareService FreeService[] = {ServiceSmmFreePool, ServiceBootFreePool};
 
 /// Guards both pools: errors may be served on several processors at once.
-constinit ProcessorLock mLock = false;
+WRITABLE_WHEN_LOCKED constinit ProcessorLock mLock = false;
 
 /// A block takes a stretch of memory with its guards, from a multiple of this on.
 constexpr UINTN StretchAlignment = 16;

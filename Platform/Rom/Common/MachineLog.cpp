@@ -4,6 +4,7 @@
 #include "PrintLib.h"
 #include "ProcessorInstructions.h"
 #include "ProcessorLock.h"
+#include "WritableWhenLocked.h"
 
 namespace {
 
@@ -13,7 +14,7 @@ constexpr UINT16 DebugExitPort = 0xF4;
 /// Passes after which a writer goes ahead without the lock: its holder has raised an exception.
 constexpr UINTN LockPassesMax = 10000000;
 
-constinit ProcessorLock mLock = false;
+WRITABLE_WHEN_LOCKED constinit ProcessorLock mLock = false;
 
 /// Keeps texts of several processors apart. Returns whether the lock was taken.
 bool

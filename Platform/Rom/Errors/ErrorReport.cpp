@@ -1,6 +1,7 @@
 #include "ErrorReport.h"
 
 #include "Firmware.h"
+#include "WritableWhenLocked.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ LAYOUT_OFFSET (ReportedRecord, Section, RecordOffset + offsetof (ErrorRecord, Se
 LAYOUT_OFFSET (ReportedRecord, Body, RecordOffset + offsetof (ErrorRecord, Pcie));
 
 /// Number of the last record of this boot.
-constinit UINT64 mRecordId = 0;
+WRITABLE_WHEN_LOCKED constinit UINT64 mRecordId = 0;
 
 } // namespace
 

@@ -6,6 +6,7 @@
 #include "Record/PciBridgeHeader.h"
 #include "Record/PcieRegisters.h"
 #include "Record/UsraPcieAddress.h"
+#include "WritableWhenLocked.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ struct TakenErrors {
 };
 
 /// Is with the processor that takes errors off a function.
-constinit ProcessorLock mLock = false;
+WRITABLE_WHEN_LOCKED constinit ProcessorLock mLock = false;
 
 /// Copies Size bytes of registers, a multiple of 4.
 VOID

@@ -2,6 +2,7 @@
 
 #include "Machine.h"
 #include "ProcessorLock.h"
+#include "WritableWhenLocked.h"
 
 namespace {
 
@@ -30,10 +31,10 @@ constexpr UINTN MessageHeaderSize = 2;
 constexpr UINT8 AnswerNetFunctionBit = 0x01;
 
 /// Is with the processor that has the interface.
-constinit ProcessorLock mLock = false;
+WRITABLE_WHEN_LOCKED constinit ProcessorLock mLock = false;
 
 /// Polls of all transfers so far; wraps.
-constinit UINT32 mPollCount = 0;
+WRITABLE_WHEN_LOCKED constinit UINT32 mPollCount = 0;
 
 bool
 IsAbsent ()

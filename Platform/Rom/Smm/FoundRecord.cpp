@@ -2,7 +2,7 @@
 
 #include "MachineLog.h"
 
-[[gnu::section (".settled.data")]] constinit HandOver gFound = {};
+constinit HandOver gFound = {};
 
 namespace {
 

@@ -14,6 +14,7 @@
 #include "SmmPaging.h"
 #include "SmmTile.h"
 #include "SourceTables.h"
+#include "WritableWhenLocked.h"
 
 extern "C" {
 
@@ -29,16 +30,16 @@ VOID SmmPrepare (UINTN ProcessorCount);
 
 namespace {
 
-constinit SmiStatistics mStatistics[ProcessorMax] = {};
+WRITABLE_WHEN_LOCKED constinit SmiStatistics mStatistics[ProcessorMax] = {};
 
 /// The step of the boot that may be asked for next, each once.
-constinit SmmCommand mNextStep = SmmStart;
+WRITABLE_WHEN_LOCKED constinit SmmCommand mNextStep = SmmStart;
 
 /// Set with the end of the boot: errors are served from then on.
-constinit bool mReady = false;
+WRITABLE_WHEN_LOCKED constinit bool mReady = false;
 
 /// Of what is read-only, when mReady was set.
-constinit UINT64 mChecksumAtReady = 0;
+WRITABLE_WHEN_LOCKED constinit UINT64 mChecksumAtReady = 0;
 
 VOID
 Start ()

@@ -6,9 +6,9 @@
 
 namespace {
 
-[[gnu::section (".settled.data")]] constinit PcieErrorSource mPcie[PciFunctionMax] = {};
-[[gnu::section (".settled.data")]] constinit DimmRange mDimms[InventoryEntryMax] = {};
-[[gnu::section (".settled.data")]] constinit HardwareErrorSources mSources = {};
+constinit PcieErrorSource mPcie[PciFunctionMax] = {};
+constinit DimmRange mDimms[InventoryEntryMax] = {};
+constinit HardwareErrorSources mSources = {};
 
 } // namespace
 
