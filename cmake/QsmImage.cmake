@@ -1,12 +1,14 @@
-# The production image from the objects of all driver modules, with its map and its checks.
+# The production image from the objects of all driver modules, with its map, its checks and its
+# firmware file; and the other module of the emulated machine's volume.
 
 get_property (Modules GLOBAL PROPERTY QSM_DRIVER_MODULES)
 list (TRANSFORM Modules REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>")
 
-# qsm_link_image (TARGET NAME BASE): build/image/NAME.efi, linked to run at address BASE, and its map.
-# Incremental and timestamp data would make two builds of one source differ.
+# qsm_link_image (TARGET NAME BASE SOURCE...): build/image/NAME.efi of the sources or objects, linked
+# to run at address BASE, and its map. Incremental and timestamp data would make two builds of one
+# source differ.
 function (qsm_link_image TARGET NAME BASE)
-  add_executable (${TARGET} ${Modules})
+  add_executable (${TARGET} ${ARGN})
   set_target_properties (${TARGET} PROPERTIES OUTPUT_NAME ${NAME} LINKER_LANGUAGE CXX
                                               RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
   target_link_options (
@@ -22,29 +24,57 @@ function (qsm_link_image TARGET NAME BASE)
     /lldmap:${NAME}.map
     /WX)
 endfunction ()
-qsm_link_image (QsmImage VelmoraQsmErrorHandler 0)
-qsm_link_image (QsmRelinkedImage Relinked 0x10000000000)
+qsm_link_image (QsmImage VelmoraQsmErrorHandler 0 ${Modules})
+qsm_link_image (QsmRelinkedImage Relinked 0x10000000000 ${Modules})
+qsm_link_image (InventoryImage SystemInventory 0
+                ${PROJECT_SOURCE_DIR}/Platform/Modules/SystemInventory.cpp)
+target_link_libraries (InventoryImage PRIVATE qsm_include qsm_driver_options)
 
-# The checking program runs on this machine: the same compiler without the image's options.
-set (CheckSources ${PROJECT_SOURCE_DIR}/Tools/imagecheck/Main.cpp
-                  ${PROJECT_SOURCE_DIR}/Tools/imagecheck/ImageCheck.cpp
-                  ${PROJECT_SOURCE_DIR}/Platform/Image/ImageLoader.cpp)
-set (CheckProgram ${PROJECT_BINARY_DIR}/imagecheck)
-add_custom_command (
-  OUTPUT ${CheckProgram}
-  COMMAND ${CMAKE_CXX_COMPILER} -std=c++20 -O1 -I${PROJECT_SOURCE_DIR}/Include
-          -I${PROJECT_SOURCE_DIR}/Platform/Image -o ${CheckProgram} ${CheckSources}
-  DEPENDS ${CheckSources} ${PROJECT_SOURCE_DIR}/Tools/imagecheck/ImageCheck.h
-          ${PROJECT_SOURCE_DIR}/Platform/Image/ImageLoader.h
-          ${PROJECT_SOURCE_DIR}/Include/Uefi/PeImage.h ${PROJECT_SOURCE_DIR}/Include/Base.h
-  VERBATIM)
+# qsm_add_build_program (NAME INCLUDE d... SOURCES s...): build/image/NAME, a program that runs on this
+# machine while the image is built: the same compiler without the image's options.
+function (qsm_add_build_program NAME)
+  cmake_parse_arguments (ARG "" "" "INCLUDE;SOURCES" ${ARGN})
+  list (TRANSFORM ARG_INCLUDE PREPEND -I${PROJECT_SOURCE_DIR}/)
+  list (TRANSFORM ARG_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+  add_custom_command (
+    OUTPUT ${PROJECT_BINARY_DIR}/${NAME}
+    COMMAND ${CMAKE_CXX_COMPILER} -std=c++20 -O1 -I${PROJECT_SOURCE_DIR}/Include ${ARG_INCLUDE} -MMD
+            -MF ${NAME}.d -MT ${NAME} -o ${PROJECT_BINARY_DIR}/${NAME} ${ARG_SOURCES}
+    DEPENDS ${ARG_SOURCES}
+    DEPFILE ${PROJECT_BINARY_DIR}/${NAME}.d
+    WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
+    VERBATIM)
+endfunction ()
+qsm_add_build_program (
+  imagecheck
+  INCLUDE Platform/Image
+  SOURCES Tools/imagecheck/Main.cpp Tools/imagecheck/ImageCheck.cpp Platform/Image/ImageLoader.cpp)
+qsm_add_build_program (
+  firmwarefile
+  INCLUDE Platform/Modules Platform/Volume VelmoraQsmErrorHandler
+  SOURCES Tools/firmwarefile/Main.cpp Platform/Volume/VolumeWriter.cpp)
 
 set (CheckedStamp ${PROJECT_BINARY_DIR}/image-checked)
 add_custom_command (
   OUTPUT ${CheckedStamp}
-  COMMAND ${CheckProgram} $<TARGET_FILE:QsmImage> $<TARGET_FILE:QsmRelinkedImage>
+  COMMAND ${PROJECT_BINARY_DIR}/imagecheck $<TARGET_FILE:QsmImage> $<TARGET_FILE:QsmRelinkedImage>
   COMMAND ${CMAKE_COMMAND} -E touch ${CheckedStamp}
-  DEPENDS ${CheckProgram} QsmImage QsmRelinkedImage
+  DEPENDS ${PROJECT_BINARY_DIR}/imagecheck QsmImage QsmRelinkedImage
   COMMENT "Checking the image"
   VERBATIM)
 add_custom_target (QsmImageCheck ALL DEPENDS ${CheckedStamp})
+
+# qsm_add_firmware_file (TARGET NAME): build/image/NAME.ffs of the image NAME.efi that TARGET links, and
+# the dependency expression in it as NAME.depex.
+function (qsm_add_firmware_file TARGET NAME)
+  set (Files ${PROJECT_BINARY_DIR}/${NAME}.ffs ${PROJECT_BINARY_DIR}/${NAME}.depex)
+  add_custom_command (
+    OUTPUT ${Files}
+    COMMAND ${PROJECT_BINARY_DIR}/firmwarefile module ${NAME} ${PROJECT_VERSION}
+            $<TARGET_FILE:${TARGET}> ${Files}
+    DEPENDS ${PROJECT_BINARY_DIR}/firmwarefile ${TARGET}
+    VERBATIM)
+  add_custom_target (${TARGET}File ALL DEPENDS ${Files})
+endfunction ()
+qsm_add_firmware_file (QsmImage VelmoraQsmErrorHandler)
+qsm_add_firmware_file (InventoryImage SystemInventory)
