@@ -65,68 +65,67 @@ struct Spoiled {
   bool IsSealed = true;
 };
 
+using Header = EFI_FIRMWARE_VOLUME_HEADER;
+using File = EFI_FFS_FILE_HEADER;
+using Section = EFI_COMMON_SECTION_HEADER;
+constexpr UINT64 FirstSection = FirstFile + sizeof (File);
+constexpr UINT64 ImageSection = FirstSection + 8;
+constexpr UINT64 TitleSection = ImageSection + 1008;
+const Spoiled SpoiledVolumes[] = {
+    {"there is no volume header", 0, [] (auto &Volume) { Volume.resize (63); }, false},
+    {"there is no volume header", 0, [] (auto &Volume) { At<Header> (Volume, 0).Signature++; }},
+    {"the volume header's length is wrong", 48,
+     [] (auto &Volume) { At<Header> (Volume, 0).HeaderLength = 70; }},
+    {"the volume header's length is wrong", 48,
+     [] (auto &Volume) { At<Header> (Volume, 0).HeaderLength = 0xFFF8; }},
+    {"the volume header's checksum is wrong", 50,
+     [] (auto &Volume) { At<Header> (Volume, 0).ZeroVector[3]++; }, false},
+    {"the volume is of another kind", 0, [] (auto &Volume) { Volume[16]++; }},
+    {"the volume is of another kind", 0, [] (auto &Volume) { At<Header> (Volume, 0).Revision++; }},
+    {"the volume is of another kind", 0,
+     [] (auto &Volume) { At<Header> (Volume, 0).ExtHeaderOffset = 72; }},
+    {"the volume is of another kind", 0,
+     [] (auto &Volume) { At<Header> (Volume, 0).Attributes &= ~EFI_FVB2_ERASE_POLARITY; }},
+    {"the volume's length is wrong", 32, [] (auto &Volume) { Volume.pop_back (); }, false},
+    {"the volume's length is wrong", 32,
+     [] (auto &Volume) { At<Header> (Volume, 0).FvLength = 71; }},
+    {"the block map does not make up the volume", 56,
+     [] (auto &Volume) { At<Header> (Volume, 0).BlockMap[0].NumBlocks++; }},
+    {"the block map does not make up the volume", 56,
+     [] (auto &Volume) { At<Header> (Volume, 0).HeaderLength = 64; }},
+    {"a file header's checksum is wrong", FirstFile,
+     [] (auto &Volume) { At<File> (Volume, FirstFile).Type++; }, false},
+    {"a file is deleted, large or not complete", FirstFile,
+     [] (auto &Volume) { At<File> (Volume, FirstFile).State = 0xE8; }},
+    {"a file is deleted, large or not complete", FirstFile,
+     [] (auto &Volume) { At<File> (Volume, FirstFile).Attributes |= FFS_ATTRIB_LARGE_FILE; }},
+    {"a file's size is wrong", FirstFile,
+     [] (auto &Volume) { At<File> (Volume, FirstFile).Size[2] = 1; }},
+    {"a file's size is wrong", FirstFile,
+     [] (auto &Volume) {
+       At<File> (Volume, FirstFile).Size[0] = sizeof (File) - 1;
+       At<File> (Volume, FirstFile).Size[1] = 0;
+     }},
+    {"a file's checksum is wrong", FirstFile, [] (auto &Volume) { Volume[ImageSection + 9]++; },
+     false},
+    {"a file's checksum is wrong", FirstFile,
+     [] (auto &Volume) { At<File> (Volume, FirstFile).Attributes = 0; }},
+    {"a section's size is wrong", FirstSection,
+     [] (auto &Volume) { At<Section> (Volume, FirstSection).Size[0] = 3; }},
+    {"a section's size is wrong", FirstSection,
+     [] (auto &Volume) { At<Section> (Volume, FirstSection).Size[1] = 0x10; }},
+    {"a module has a section twice", ImageSection,
+     [] (auto &Volume) { At<Section> (Volume, ImageSection).Type = EFI_SECTION_MM_DEPEX; }},
+    {"a module has no image", FirstFile,
+     [] (auto &Volume) { At<Section> (Volume, ImageSection).Type = EFI_SECTION_VERSION; }},
+    {"a module's title has no end", TitleSection + 4,
+     [] (auto &Volume) { Volume[TitleSection + 4 + sizeof u"Module" - 2] = 1; }},
+    {"what is free of the volume is not erased", 0x2438, [] (auto &Volume) { Volume.back () = 0; }},
+};
+
 TEST (VolumeReader, RefusesWhatIsSpoiledAndSaysWhere)
 {
-  using Header = EFI_FIRMWARE_VOLUME_HEADER;
-  using File = EFI_FFS_FILE_HEADER;
-  using Section = EFI_COMMON_SECTION_HEADER;
-  constexpr UINT64 FirstSection = FirstFile + sizeof (File);
-  constexpr UINT64 ImageSection = FirstSection + 8;
-  constexpr UINT64 TitleSection = ImageSection + 1008;
-  const Spoiled Rows[] = {
-      {"there is no volume header", 0, [] (auto &Volume) { Volume.resize (63); }, false},
-      {"there is no volume header", 0, [] (auto &Volume) { At<Header> (Volume, 0).Signature++; }},
-      {"the volume header's length is wrong", 48,
-       [] (auto &Volume) { At<Header> (Volume, 0).HeaderLength = 70; }},
-      {"the volume header's length is wrong", 48,
-       [] (auto &Volume) { At<Header> (Volume, 0).HeaderLength = 0xFFF8; }},
-      {"the volume header's checksum is wrong", 50,
-       [] (auto &Volume) { At<Header> (Volume, 0).ZeroVector[3]++; }, false},
-      {"the volume is of another kind", 0, [] (auto &Volume) { Volume[16]++; }},
-      {"the volume is of another kind", 0,
-       [] (auto &Volume) { At<Header> (Volume, 0).Revision++; }},
-      {"the volume is of another kind", 0,
-       [] (auto &Volume) { At<Header> (Volume, 0).ExtHeaderOffset = 72; }},
-      {"the volume is of another kind", 0,
-       [] (auto &Volume) { At<Header> (Volume, 0).Attributes &= ~EFI_FVB2_ERASE_POLARITY; }},
-      {"the volume's length is wrong", 32, [] (auto &Volume) { Volume.pop_back (); }, false},
-      {"the volume's length is wrong", 32,
-       [] (auto &Volume) { At<Header> (Volume, 0).FvLength = 71; }},
-      {"the block map does not make up the volume", 56,
-       [] (auto &Volume) { At<Header> (Volume, 0).BlockMap[0].NumBlocks++; }},
-      {"the block map does not make up the volume", 56,
-       [] (auto &Volume) { At<Header> (Volume, 0).HeaderLength = 64; }},
-      {"a file header's checksum is wrong", FirstFile,
-       [] (auto &Volume) { At<File> (Volume, FirstFile).Type++; }, false},
-      {"a file is deleted, large or not complete", FirstFile,
-       [] (auto &Volume) { At<File> (Volume, FirstFile).State = 0xE8; }},
-      {"a file is deleted, large or not complete", FirstFile,
-       [] (auto &Volume) { At<File> (Volume, FirstFile).Attributes |= FFS_ATTRIB_LARGE_FILE; }},
-      {"a file's size is wrong", FirstFile,
-       [] (auto &Volume) { At<File> (Volume, FirstFile).Size[2] = 1; }},
-      {"a file's size is wrong", FirstFile,
-       [] (auto &Volume) {
-         At<File> (Volume, FirstFile).Size[0] = sizeof (File) - 1;
-         At<File> (Volume, FirstFile).Size[1] = 0;
-       }},
-      {"a file's checksum is wrong", FirstFile, [] (auto &Volume) { Volume[ImageSection + 9]++; },
-       false},
-      {"a file's checksum is wrong", FirstFile,
-       [] (auto &Volume) { At<File> (Volume, FirstFile).Attributes = 0; }},
-      {"a section's size is wrong", FirstSection,
-       [] (auto &Volume) { At<Section> (Volume, FirstSection).Size[0] = 3; }},
-      {"a section's size is wrong", FirstSection,
-       [] (auto &Volume) { At<Section> (Volume, FirstSection).Size[1] = 0x10; }},
-      {"a module has a section twice", ImageSection,
-       [] (auto &Volume) { At<Section> (Volume, ImageSection).Type = EFI_SECTION_MM_DEPEX; }},
-      {"a module has no image", FirstFile,
-       [] (auto &Volume) { At<Section> (Volume, ImageSection).Type = EFI_SECTION_VERSION; }},
-      {"a module's title has no end", TitleSection + 4,
-       [] (auto &Volume) { Volume[TitleSection + 4 + sizeof u"Module" - 2] = 1; }},
-      {"what is free of the volume is not erased", 0x2438,
-       [] (auto &Volume) { Volume.back () = 0; }},
-  };
-  for (const Spoiled &Row : Rows) {
+  for (const Spoiled &Row : SpoiledVolumes) {
     FirmwareBytes Volume = TwoModules ();
     Row.Spoil (Volume);
     if (Row.IsSealed) {
