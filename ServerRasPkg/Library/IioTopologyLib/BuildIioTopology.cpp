@@ -51,13 +51,13 @@ BuildPorts (IioTopologySocket *To, const IioSiPolicy *Policy, UINT8 Socket)
 {
   // One read: the policy lies outside SMRAM.
   const UINT8 MaxPort = Policy->MaxPort[Socket];
+  To->MaxPort = MaxPort;
   RAS_ASSERT (MaxPort <= IIO_PORT_MAX, MaxPortInRange);
   if (MaxPort > IIO_PORT_MAX) {
     To->MaxPort = 0;
     return;
   }
 
-  To->MaxPort = MaxPort;
   IioTopologyPort *Next = To->Port;
   for (UINTN Port = 0; Port < MaxPort; ++Port) {
     if (!IioPolicyPortExists (Policy, Socket, MaxPort, Port)) {

@@ -183,6 +183,7 @@ TEST_F (IioTopology, HasNoPortsWhereThePolicyHasTooMany)
     EXPECT_EQ (Stopped, "no assertion");
     EXPECT_EQ (Machine.Uart.Sent, "InitializeIioTopology!\r\nRAS ASSERT ERROR found -- " +
                                       SourceFile + " line 153!\r\n");
+    EXPECT_EQ (mIioTopology->Socket[0].MaxPort, 58) << "what the line is about";
     return;
   }
   gTopology.Sockets[0].MaxPort = 0;
