@@ -54,7 +54,7 @@ FirmwareTestBench::PowerOn ()
   if (!HasDebugService) {
     ProtocolRemove (ProtocolSmm, &gSmmDebugServiceProtocolGuid);
   }
-  Machine.Pci = {};
+  Machine.Pci.Clear ();
   Machine.Pci.Populate (gTopology);
 }
 

@@ -124,7 +124,7 @@ RecordedPlatform::RecordedPlatform (DebugWorld Debug)
   gTopology.Sockets[1].Present = TRUE;
   gTopology.Sockets[1].Stacks[5].Present = TRUE;
   HandOffRecordsFill ();
-  Machine.Pci = {};
+  Machine.Pci.Clear ();
   Machine.Pci.Populate (gTopology);
   const auto MemMapHost = static_cast<UINT32> (HandOffStaticPointers ()->Pointers[SptMemMapHost]);
   Record.Names[fmt::format ("was 0x{:X}", MemMapHost)] = "was an address";

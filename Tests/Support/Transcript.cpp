@@ -18,6 +18,7 @@
 #include "ProtocolDatabase.h"
 #include "SmmAccess.h"
 #include "SmmServices.h"
+#include "Uart16550.h"
 #include "UnprovidedService.h"
 #include "Usra.h"
 #include "VariablePolicy.h"
@@ -432,7 +433,7 @@ Transcript::IoRead8 (UINT16 Port)
 void
 Transcript::IoWrite8 (UINT16 Port, UINT8 Value)
 {
-  const bool IsLatchOpen = (Platform.Machine.Uart.LineControl & 0x80) != 0;
+  const bool IsLatchOpen = (Platform.Machine.Uart.LineControl & UART_LCR_DIVISOR_LATCH) != 0;
   Platform.Machine.IoWrite8 (Port, Value);
   if (Port == SerialDataPort && !IsLatchOpen) {
     NoteSerial (Value);

@@ -2,6 +2,7 @@
 
 #include "Machine.h"
 #include "Pcd.h"
+#include "Uart16550.h"
 
 constinit BOOLEAN mSerialPortUsable = TRUE;
 
@@ -9,32 +10,8 @@ namespace {
 
 static_assert (!PcdSerialUseMmio, "the registers are reached as I/O ports only");
 
-/// Registers by number. Some have a second meaning while the divisor latch is open, or on a read.
-enum UartRegister : UINT8 {
-  TransmitBuffer = 0,
-  DivisorLow = 0,
-  InterruptEnable = 1,
-  DivisorHigh = 1,
-  FifoControl = 2,
-  InterruptIdentification = 2,
-  LineControl = 3,
-  ModemControl = 4,
-  LineStatus = 5,
-  ModemStatus = 6,
-};
-
-constexpr UINT8 FifoControlEnable = 0x01;
-constexpr UINT8 FifoControlExtended = 0x20;
-constexpr UINT8 IdentificationFifoOn = 0x80;
-constexpr UINT8 IdentificationFifoUsable = 0x40;
-constexpr UINT8 LineControlFormat = 0x3F;
-constexpr UINT8 LineControlDivisorLatch = 0x80;
-constexpr UINT8 LineStatusIdle = 0x60; // transmit buffer and transmitter empty
-constexpr UINT8 ModemStatusClearToSend = 0x10;
-constexpr UINT8 ModemStatusDataSetReady = 0x20;
-
-constexpr UINT8 WantedFormat = PcdSerialLineControl & LineControlFormat;
-constexpr bool WantedFifo = (PcdSerialFifoControl & FifoControlEnable) != 0;
+constexpr UINT8 WantedFormat = PcdSerialLineControl & UART_LCR_FORMAT;
+constexpr bool WantedFifo = (PcdSerialFifoControl & UART_FCR_ENABLE) != 0;
 
 /// A wait ends after this many reads of its register.
 constexpr UINT32 PollCountMax = 65536;
@@ -58,7 +35,7 @@ BurstSize ()
   if (!WantedFifo) {
     return 1;
   }
-  return (PcdSerialFifoControl & FifoControlExtended) != 0 ? PcdSerialExtendedTxFifoSize : 16;
+  return (PcdSerialFifoControl & UART_FCR_EXTENDED) != 0 ? PcdSerialExtendedTxFifoSize : 16;
 }
 
 constexpr UINT16
@@ -82,7 +59,7 @@ WriteRegister (UartRegister Register, UINT8 Value)
 bool
 IsTransmitterIdle ()
 {
-  return (ReadRegister (LineStatus) & LineStatusIdle) == LineStatusIdle;
+  return (ReadRegister (UART_LSR) & UART_LSR_IDLE) == UART_LSR_IDLE;
 }
 
 bool
@@ -91,9 +68,9 @@ IsReadyToSend ()
   if (!PcdSerialUseHardwareFlowControl) {
     return true;
   }
-  constexpr UINT8 BothLines = ModemStatusClearToSend | ModemStatusDataSetReady;
-  const UINT8 Lines = ReadRegister (ModemStatus) & BothLines;
-  return PcdSerialDetectCable ? Lines == BothLines : Lines != ModemStatusDataSetReady;
+  constexpr UINT8 BothLines = UART_MSR_CLEAR_TO_SEND | UART_MSR_DATA_SET_READY;
+  const UINT8 Lines = ReadRegister (UART_MSR) & BothLines;
+  return PcdSerialDetectCable ? Lines == BothLines : Lines != UART_MSR_DATA_SET_READY;
 }
 
 /// Polls until Holds answers true. Returns false when it did not do so in time.
@@ -112,11 +89,10 @@ WaitUntil (bool (*Holds) ())
 UINT16
 ReadDivisor ()
 {
-  WriteRegister (LineControl, ReadRegister (LineControl) | LineControlDivisorLatch);
-  const UINT8 High = ReadRegister (DivisorHigh);
-  const UINT8 Low = ReadRegister (DivisorLow);
-  WriteRegister (LineControl,
-                 ReadRegister (LineControl) & static_cast<UINT8> (~LineControlDivisorLatch));
+  WriteRegister (UART_LCR, ReadRegister (UART_LCR) | UART_LCR_DIVISOR_LATCH);
+  const UINT8 High = ReadRegister (UART_DLM);
+  const UINT8 Low = ReadRegister (UART_DLL);
+  WriteRegister (UART_LCR, ReadRegister (UART_LCR) & static_cast<UINT8> (~UART_LCR_DIVISOR_LATCH));
   return static_cast<UINT16> (High << 8 | Low);
 }
 
@@ -125,18 +101,18 @@ ReadDivisor ()
 bool
 HasWantedFifo ()
 {
-  const UINT8 Identification = ReadRegister (InterruptIdentification);
+  const UINT8 Identification = ReadRegister (UART_IIR);
   if (!WantedFifo) {
-    return (Identification & IdentificationFifoOn) == 0;
+    return (Identification & UART_IIR_FIFO_ON) == 0;
   }
-  constexpr UINT8 OnAndUsable = IdentificationFifoOn | IdentificationFifoUsable;
+  constexpr UINT8 OnAndUsable = UART_IIR_FIFO_ON | UART_IIR_FIFO_USABLE;
   return (Identification & OnAndUsable) == OnAndUsable;
 }
 
 bool
 IsSetUp ()
 {
-  return (ReadRegister (LineControl) & LineControlFormat) == WantedFormat &&
+  return (ReadRegister (UART_LCR) & UART_LCR_FORMAT) == WantedFormat &&
          ReadDivisor () == WantedDivisor && HasWantedFifo ();
 }
 
@@ -156,15 +132,15 @@ SerialPortInitialize ()
     return RETURN_DEVICE_ERROR;
   }
 
-  WriteRegister (LineControl, LineControlDivisorLatch);
-  WriteRegister (DivisorHigh, static_cast<UINT8> (WantedDivisor >> 8));
-  WriteRegister (DivisorLow, static_cast<UINT8> (WantedDivisor));
-  WriteRegister (LineControl, WantedFormat);
+  WriteRegister (UART_LCR, UART_LCR_DIVISOR_LATCH);
+  WriteRegister (UART_DLM, static_cast<UINT8> (WantedDivisor >> 8));
+  WriteRegister (UART_DLL, static_cast<UINT8> (WantedDivisor));
+  WriteRegister (UART_LCR, WantedFormat);
   // Turning the FIFOs off first empties them.
-  WriteRegister (FifoControl, 0);
-  WriteRegister (FifoControl, PcdSerialFifoControl & (FifoControlEnable | FifoControlExtended));
-  WriteRegister (InterruptEnable, 0);
-  WriteRegister (ModemControl, 0);
+  WriteRegister (UART_FCR, 0);
+  WriteRegister (UART_FCR, PcdSerialFifoControl & (UART_FCR_ENABLE | UART_FCR_EXTENDED));
+  WriteRegister (UART_IER, 0);
+  WriteRegister (UART_MCR, 0);
   return RETURN_SUCCESS;
 }
 
@@ -187,7 +163,7 @@ SerialPortWrite (const UINT8 *Buffer, UINTN NumberOfBytes)
     if (!WaitUntil (IsReadyToSend)) {
       return 0;
     }
-    WriteRegister (TransmitBuffer, Buffer[Sent]);
+    WriteRegister (UART_THR, Buffer[Sent]);
   }
   return NumberOfBytes;
 }

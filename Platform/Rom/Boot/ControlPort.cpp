@@ -6,25 +6,15 @@
 #include "MemoryMap.h"
 #include "PrintLib.h"
 #include "Processors.h"
+#include "Uart16550.h"
 
 namespace {
 
-/// The registers of a 16550 at COM2.
-constexpr UINT16 DataPort = 0x2F8;
-constexpr UINT16 InterruptEnablePort = 0x2F9;
-constexpr UINT16 FifoControlPort = 0x2FA;
-constexpr UINT16 LineControlPort = 0x2FB;
-constexpr UINT16 ModemControlPort = 0x2FC;
-constexpr UINT16 LineStatusPort = 0x2FD;
+/// COM2.
+constexpr UINT16 FirstPort = 0x2F8;
 
-constexpr UINT8 InterruptOnReceive = 0x01;
-constexpr UINT8 FifoEnableAndReset = 0x07;
-constexpr UINT8 LineOf8Bits = 0x03;
-constexpr UINT8 LineDivisorLatch = 0x80;
 constexpr UINT8 Divisor115200 = 1;
 constexpr UINT8 ModemReadyAndInterrupts = 0x0B;
-constexpr UINT8 StatusReceived = 0x01;
-constexpr UINT8 StatusSenderIsFree = 0x20;
 constexpr UINTN SenderPassesMax = 10000000;
 
 /// The I/O APIC's entry of the port's interrupt, to the first processor.
@@ -42,6 +32,18 @@ constinit UINTN mRead = 0;
 /// Whether there is something in the ring.
 constinit volatile bool mPending = false;
 
+UINT8
+Read (UartRegister Register)
+{
+  return IoRead8 (static_cast<UINT16> (FirstPort + Register));
+}
+
+VOID
+Write (UartRegister Register, UINT8 Value)
+{
+  IoWrite8 (static_cast<UINT16> (FirstPort + Register), Value);
+}
+
 CHAR8
 ReadCharacter ()
 {
@@ -55,13 +57,13 @@ ReadCharacter ()
 VOID
 SendCharacter (CHAR8 Character)
 {
-  for (UINTN Pass = 0; (IoRead8 (LineStatusPort) & StatusSenderIsFree) == 0; ++Pass) {
+  for (UINTN Pass = 0; (Read (UART_LSR) & UART_LSR_SENDER_FREE) == 0; ++Pass) {
     if (Pass == SenderPassesMax) {
       EndRun (EndMachine, "boot: nobody takes what COM2 sends\n");
     }
     CpuPause ();
   }
-  IoWrite8 (DataPort, static_cast<UINT8> (Character));
+  Write (UART_THR, static_cast<UINT8> (Character));
 }
 
 } // namespace
@@ -69,22 +71,22 @@ SendCharacter (CHAR8 Character)
 VOID
 ControlPortOpen ()
 {
-  IoWrite8 (LineControlPort, LineDivisorLatch);
-  IoWrite8 (DataPort, Divisor115200);
-  IoWrite8 (InterruptEnablePort, 0);
-  IoWrite8 (LineControlPort, LineOf8Bits);
-  IoWrite8 (FifoControlPort, FifoEnableAndReset);
-  IoWrite8 (ModemControlPort, ModemReadyAndInterrupts);
+  Write (UART_LCR, UART_LCR_DIVISOR_LATCH);
+  Write (UART_DLL, Divisor115200);
+  Write (UART_DLM, 0);
+  Write (UART_LCR, UART_LCR_8_BITS);
+  Write (UART_FCR, UART_FCR_ENABLE | UART_FCR_RESET);
+  Write (UART_MCR, ModemReadyAndInterrupts);
   MmioStore32 (IoApicIndex, IoApicFirstEntry + 2 * SerialLine);
   MmioStore32 (IoApicData, VectorSerial);
-  IoWrite8 (InterruptEnablePort, InterruptOnReceive);
+  Write (UART_IER, UART_IER_RECEIVED);
 }
 
 VOID
 ControlPortReceive ()
 {
-  while ((IoRead8 (LineStatusPort) & StatusReceived) != 0) {
-    const auto Character = static_cast<CHAR8> (IoRead8 (DataPort));
+  while ((Read (UART_LSR) & UART_LSR_RECEIVED) != 0) {
+    const auto Character = static_cast<CHAR8> (Read (UART_RBR));
     if (mReceived - mRead < RingSize) {
       mRing[mReceived % RingSize] = Character;
       __atomic_store_n (&mReceived, mReceived + 1, __ATOMIC_RELEASE);

@@ -1,13 +1,13 @@
 #include "SimulatedCmos.h"
 
-#include "HostMachine.h"
-
 namespace {
 
 constexpr UINT16 LowIndexPort = 0x70;
 constexpr UINT16 LowDataPort = 0x71;
 constexpr UINT16 HighIndexPort = 0x72;
 constexpr UINT16 HighDataPort = 0x73;
+
+constexpr UINTN NmiReadbackControlAddress = 0xFDC431FC;
 
 constexpr UINT8 NmiMaskBit = 0x80;
 constexpr UINT32 ReadbackBit = 0x00020000;
@@ -25,10 +25,10 @@ CheckWidth (UINTN Width)
 
 } // namespace
 
-bool
-SimulatedCmos::OwnsPort (UINT16 Port)
+SimulatedCmos::SimulatedCmos (DeviceBus &Bus) : BusDevice ("the CMOS RAM")
 {
-  return Port >= LowIndexPort && Port <= HighDataPort;
+  Bus.Claim (*this, BusSpace::Ports, LowIndexPort, HighDataPort - LowIndexPort + 1);
+  Bus.Claim (*this, BusSpace::Memory, NmiReadbackControlAddress, sizeof NmiReadbackControl);
 }
 
 UINT8
@@ -50,14 +50,12 @@ SimulatedCmos::IoRead8 (UINT16 Port)
   default:
     throw MachineFault ("the high CMOS index cannot be read");
   }
-  RecordAccess (Transcript, "io in", Port, 1, Value);
   return Value;
 }
 
 void
 SimulatedCmos::IoWrite8 (UINT16 Port, UINT8 Value)
 {
-  RecordAccess (Transcript, "io out", Port, 1, Value);
   switch (Port) {
   case LowIndexPort: {
     const bool Masks = (Value & NmiMaskBit) != 0;
@@ -78,24 +76,16 @@ SimulatedCmos::IoWrite8 (UINT16 Port, UINT8 Value)
   }
 }
 
-bool
-SimulatedCmos::OwnsAddress (UINTN Address)
-{
-  return Address == NmiReadbackControlAddress;
-}
-
 UINT32
-SimulatedCmos::MmioRead (UINTN Address, UINTN Width)
+SimulatedCmos::MmioRead (UINTN, UINTN Width)
 {
   CheckWidth (Width);
-  RecordAccess (Transcript, "mmio in", Address, Width, NmiReadbackControl);
   return NmiReadbackControl;
 }
 
 void
-SimulatedCmos::MmioWrite (UINTN Address, UINTN Width, UINT32 Value)
+SimulatedCmos::MmioWrite (UINTN, UINTN Width, UINT32 Value)
 {
   CheckWidth (Width);
-  RecordAccess (Transcript, "mmio out", Address, Width, Value);
   NmiReadbackControl = Value;
 }

@@ -3,26 +3,23 @@
 
 #include <array>
 
-#include "AccessTranscript.h"
+#include "DeviceBus.h"
 
-class SimulatedCmos {
+class SimulatedCmos : public BusDevice {
 public:
-  static constexpr UINTN NmiReadbackControlAddress = 0xFDC431FC;
+  explicit SimulatedCmos (DeviceBus &Bus);
 
   /// The bus face. Throws MachineFault for a direction that a port does not have, and for an access
   /// of the chipset register that is not 4 bytes wide.
-  static bool OwnsPort (UINT16 Port);
-  UINT8 IoRead8 (UINT16 Port);
-  void IoWrite8 (UINT16 Port, UINT8 Value);
-  static bool OwnsAddress (UINTN Address);
-  UINT32 MmioRead (UINTN Address, UINTN Width);
-  void MmioWrite (UINTN Address, UINTN Width, UINT32 Value);
+  UINT8 IoRead8 (UINT16 Port) override;
+  void IoWrite8 (UINT16 Port, UINT8 Value) override;
+  UINT32 MmioRead (UINTN Address, UINTN Width) override;
+  void MmioWrite (UINTN Address, UINTN Width, UINT32 Value) override;
 
   std::array<UINT8, 256> Bytes = {};
   UINT32 NmiReadbackControl = 0;
   bool NmiMasked = false;
-  UINTN NmiMaskChanges = 0;               ///< By writes of the index port.
-  AccessTranscript *Transcript = nullptr; ///< Receives every access, unless null.
+  UINTN NmiMaskChanges = 0; ///< By writes of the index port.
 
 private:
   UINT8 LowIndex = 0;

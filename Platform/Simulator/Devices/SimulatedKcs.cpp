@@ -2,6 +2,12 @@
 
 #include <utility>
 
+SimulatedKcs::SimulatedKcs (DeviceBus &Bus) : BusDevice ("the KCS interface")
+{
+  Bus.Claim (*this, BusSpace::Ports, DataPort, 1);
+  Bus.Claim (*this, BusSpace::Ports, StatusPort, 1);
+}
+
 UINT8
 SimulatedKcs::IoRead8 (UINT16 Port)
 {
@@ -13,9 +19,6 @@ SimulatedKcs::IoRead8 (UINT16 Port)
     OutputFull = false;
     return Output;
   }
-  if (Port != StatusPort) {
-    return HostMachine::IoRead8 (Port);
-  }
   ++StatusReads;
   const auto Status = static_cast<UINT8> (State | (InputFull ? 2 : 0) | (OutputFull ? 1 : 0));
   Act ();
@@ -25,9 +28,6 @@ SimulatedKcs::IoRead8 (UINT16 Port)
 void
 SimulatedKcs::IoWrite8 (UINT16 Port, UINT8 Value)
 {
-  if (Port != DataPort && Port != StatusPort) {
-    HostMachine::IoWrite8 (Port, Value);
-  }
   if (InputFull) {
     throw MachineFault ("a write while the input is full");
   }
@@ -35,14 +35,6 @@ SimulatedKcs::IoWrite8 (UINT16 Port, UINT8 Value)
   Input = Value;
   InputIsCode = Port == StatusPort;
   InputFull = HasInput = true;
-}
-
-void
-SimulatedKcs::Pause ()
-{
-  if (const auto Once = std::exchange (WhenPaused, nullptr)) {
-    Once ();
-  }
 }
 
 void

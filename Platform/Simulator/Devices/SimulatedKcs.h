@@ -1,23 +1,23 @@
-/// A BMC behind a KCS interface (IPMI 2.0, chapter 9), and nothing else.
+/// A BMC behind a KCS interface (IPMI 2.0, chapter 9).
 #pragma once
 
 #include <deque>
-#include <functional>
 #include <vector>
 
-#include "HostMachine.h"
+#include "DeviceBus.h"
 
 /// The BMC takes at most one byte at each read of the status port, so the host sees full inputs.
 /// Throws MachineFault for a write while the input is full, and when the BMC is to put out a byte
 /// before its last one has been read.
-class SimulatedKcs : public HostMachine {
+class SimulatedKcs : public BusDevice {
 public:
+  explicit SimulatedKcs (DeviceBus &Bus);
+
   static constexpr UINT16 DataPort = 0xCA2;
   static constexpr UINT16 StatusPort = 0xCA3;
 
   UINT8 IoRead8 (UINT16 Port) override;
   void IoWrite8 (UINT16 Port, UINT8 Value) override;
-  void Pause () override;
 
   /// What the BMC does wrong. It goes silent, or reports an error once, at the n-th host write of
   /// all, counted from 1. Silent, it leaves its input full or takes the byte without acting on it;
@@ -28,7 +28,6 @@ public:
   bool TakesInputWhenSilent = false;
   UINTN ErrorAt = Never;
   std::deque<std::vector<UINT8>> Answers; ///< To the next request, one behind the other.
-  std::function<void ()> WhenPaused;      ///< Called once.
 
   /// Complete requests. With no Answers one is answered by its own header, completion code 0 and
   /// its number in this list, from 1.

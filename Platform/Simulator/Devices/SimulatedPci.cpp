@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "HostMachine.h"
 #include "Record/PciBridgeHeader.h"
 #include "Record/PcieRegisters.h"
 #include "Record/UpiHostData.h"
@@ -61,13 +60,18 @@ AddPort (SimulatedPci &Pci, const PciPlace &Place, UINTN Number, NextBuses &Next
 
 } // namespace
 
-bool
-SimulatedPci::OwnsAddress (UINTN Address) const
+SimulatedPci::SimulatedPci (DeviceBus &On) : BusDevice ("the PCI host bridge"), Bus (On)
 {
-  const UINTN Page = Address / PageSize * PageSize;
-  return (Address >= SimulatedPciBase &&
-          Address < SimulatedPciBase + SimulatedPciSegmentCount * PciSegmentSize) ||
-         Pages.contains (Page) || SilentPages.contains (Page);
+  Clear ();
+}
+
+void
+SimulatedPci::Clear ()
+{
+  Pages.clear ();
+  ClearedByOnes.clear ();
+  Bus.Release (*this);
+  Bus.Claim (*this, BusSpace::Memory, SimulatedPciBase, SimulatedPciSegmentCount * PciSegmentSize);
 }
 
 /// The register at that address, or null where nothing answers.
@@ -89,14 +93,12 @@ SimulatedPci::MmioRead (UINTN Address, UINTN Width)
   if (Register != nullptr) {
     std::memcpy (&Value, Register, Width);
   }
-  RecordAccess (Transcript, "mmio in", Address, Width, Value);
   return Value;
 }
 
 void
 SimulatedPci::MmioWrite (UINTN Address, UINTN Width, UINT32 Value)
 {
-  RecordAccess (Transcript, "mmio out", Address, Width, Value);
   UINT8 *Register = FindRegister (Address, Width);
   if (Register != nullptr) {
     if (ClearedByOnes.contains (Address)) {
@@ -169,11 +171,13 @@ SimulatedPci::RemoveFunction (const PciPlace &Place)
 void
 SimulatedPci::AddCxlLink (UINTN Base, bool UpstreamAnswers)
 {
+  Bus.Claim (*this, BusSpace::Memory, Base, PageSize);
+  Bus.Claim (*this, BusSpace::Memory, Base + PageSize, PageSize);
   Pages[Base] = Noise ();
   if (UpstreamAnswers) {
     Pages[Base + PageSize] = Noise ();
   } else {
-    SilentPages.insert (Base + PageSize);
+    Pages.erase (Base + PageSize);
   }
 }
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <set>
 
-#include "AccessTranscript.h"
+#include "DeviceBus.h"
 
 struct TopologyRows;
 
@@ -22,13 +22,17 @@ struct PciPlace {
   UINT8 Function;
 };
 
-class SimulatedPci {
+class SimulatedPci : public BusDevice {
 public:
+  explicit SimulatedPci (DeviceBus &Bus);
+
+  /// Takes every function and register block away.
+  void Clear ();
+
   /// The bus face. Reads give all ones, and writes are lost, where nothing answers. Throws
   /// MachineFault for an access that is not aligned to its width.
-  [[nodiscard]] bool OwnsAddress (UINTN Address) const;
-  UINT32 MmioRead (UINTN Address, UINTN Width);
-  void MmioWrite (UINTN Address, UINTN Width, UINT32 Value);
+  UINT32 MmioRead (UINTN Address, UINTN Width) override;
+  void MmioWrite (UINTN Address, UINTN Width, UINT32 Value) override;
 
   /// Registers of a function or of a block, as mapped.
   using Registers = std::array<UINT8, 4096>;
@@ -55,11 +59,9 @@ public:
   /// function is missing, or of another type. Every other CXL link does not answer.
   void Populate (const TopologyRows &Topology);
 
-  AccessTranscript *Transcript = nullptr; ///< Receives every access, unless null.
-
 private:
-  std::map<UINTN, Registers> Pages; ///< By the address at which they are mapped.
-  std::set<UINTN> SilentPages;      ///< Addresses of blocks that do not answer.
+  DeviceBus &Bus;
+  std::map<UINTN, Registers> Pages; ///< Those that answer, by the address at which they are mapped.
   std::set<UINTN> ClearedByOnes;    ///< Addresses of registers, as wide as they are written.
 
   UINT8 *FindRegister (UINTN Address, UINTN Width);

@@ -1,50 +1,38 @@
 #include "SimulatedUart.h"
 
-#include "HostMachine.h"
+#include "Uart16550.h"
 
 namespace {
 
 constexpr UINT16 FirstPort = 0x3F8;
-constexpr UINT16 LastPort = 0x3FE;
-
-constexpr UINT8 NoInterruptPending = 0x01;
-constexpr UINT8 IdleLineStatus = 0x60;
 
 } // namespace
 
-bool
-SimulatedUart::OwnsPort (UINT16 Port)
+SimulatedUart::SimulatedUart (DeviceBus &Bus) : BusDevice ("the first serial port")
 {
-  return Port >= FirstPort && Port <= LastPort;
+  Bus.Claim (*this, BusSpace::Ports, FirstPort, UART_MSR + 1);
 }
 
 UINT8
 SimulatedUart::IoRead8 (UINT16 Port)
 {
-  const UINT8 Value = ReadRegister (static_cast<UINT16> (Port - FirstPort));
-  RecordAccess (Transcript, "io in", Port, 1, Value);
-  return Value;
-}
-
-UINT8
-SimulatedUart::ReadRegister (UINT16 Register)
-{
-  switch (Register) {
-  case 0:
+  switch (Port - FirstPort) {
+  case UART_RBR:
     return IsLatchOpen () ? static_cast<UINT8> (Divisor) : 0;
-  case 1:
+  case UART_IER:
     return IsLatchOpen () ? static_cast<UINT8> (Divisor >> 8) : InterruptEnable;
-  case 2: {
-    const bool On = (FifoControl & 0x01) != 0;
-    return static_cast<UINT8> (NoInterruptPending | (On ? FifoFlags | (FifoControl & 0x20) : 0));
+  case UART_IIR: {
+    const bool On = (FifoControl & UART_FCR_ENABLE) != 0;
+    return static_cast<UINT8> (UART_IIR_NOT_PENDING |
+                               (On ? FifoFlags | (FifoControl & UART_FCR_EXTENDED) : 0));
   }
-  case 3:
+  case UART_LCR:
     return LineControl;
-  case 4:
+  case UART_MCR:
     return ModemControl;
-  case 5:
+  case UART_LSR:
     return ReadLineStatus ();
-  case 6:
+  case UART_MSR:
     return ModemStatus;
   default:
     throw MachineFault ("the UART has no such register to read");
@@ -54,29 +42,28 @@ SimulatedUart::ReadRegister (UINT16 Register)
 void
 SimulatedUart::IoWrite8 (UINT16 Port, UINT8 Value)
 {
-  RecordAccess (Transcript, "io out", Port, 1, Value);
   switch (Port - FirstPort) {
-  case 0:
+  case UART_THR:
     if (IsLatchOpen ()) {
       Divisor = static_cast<UINT16> ((Divisor & 0xFF00) | Value);
     } else {
       Transmit (Value);
     }
     break;
-  case 1:
+  case UART_IER:
     if (IsLatchOpen ()) {
       Divisor = static_cast<UINT16> ((Divisor & 0x00FF) | Value << 8);
     } else {
       InterruptEnable = Value;
     }
     break;
-  case 2:
+  case UART_FCR:
     FifoControl = Value;
     break;
-  case 3:
+  case UART_LCR:
     LineControl = Value;
     break;
-  case 4:
+  case UART_MCR:
     ModemControl = Value;
     break;
   default:
@@ -94,16 +81,16 @@ SimulatedUart::StayBusyForReads (UINTN Reads, UINTN AfterBytes)
 bool
 SimulatedUart::IsLatchOpen () const
 {
-  return (LineControl & 0x80) != 0;
+  return (LineControl & UART_LCR_DIVISOR_LATCH) != 0;
 }
 
 UINTN
 SimulatedUart::FifoDepth () const
 {
-  if ((FifoControl & 0x01) == 0) {
+  if ((FifoControl & UART_FCR_ENABLE) == 0) {
     return 1;
   }
-  return (FifoControl & 0x20) != 0 ? 64 : 16;
+  return (FifoControl & UART_FCR_EXTENDED) != 0 ? 64 : 16;
 }
 
 UINT8
@@ -115,7 +102,7 @@ SimulatedUart::ReadLineStatus ()
     return BusyLineStatus;
   }
   BytesInFifo = 0;
-  return IdleLineStatus;
+  return UART_LSR_IDLE;
 }
 
 void

@@ -1,15 +1,18 @@
 /// A 16550-compatible UART at the first serial port's addresses.
 #pragma once
 
-#include "AccessTranscript.h"
+#include <vector>
 
-class SimulatedUart {
+#include "DeviceBus.h"
+
+class SimulatedUart : public BusDevice {
 public:
+  explicit SimulatedUart (DeviceBus &Bus);
+
   /// The bus face. Throws MachineFault for a register that does not exist in that direction, and
   /// for a byte that the transmit FIFO has no room for: on a real part it would be lost.
-  static bool OwnsPort (UINT16 Port);
-  UINT8 IoRead8 (UINT16 Port);
-  void IoWrite8 (UINT16 Port, UINT8 Value);
+  UINT8 IoRead8 (UINT16 Port) override;
+  void IoWrite8 (UINT16 Port, UINT8 Value) override;
 
   /// Once AfterBytes more bytes have been sent, the transmitter is full for the next Reads reads
   /// of the line status.
@@ -26,9 +29,8 @@ public:
   UINT8 BusyLineStatus = 0x00; ///< What the line status shows of a full transmitter.
   UINT8 FifoFlags = 0xC0;      ///< What register 2 shows while the FIFOs are on.
 
-  std::string Sent;                       ///< All bytes sent.
-  std::vector<UINTN> Bursts;              ///< How many of them from one idle status to the next.
-  AccessTranscript *Transcript = nullptr; ///< Receives every access, unless null.
+  std::string Sent;          ///< All bytes sent.
+  std::vector<UINTN> Bursts; ///< How many of them from one idle status to the next.
 
 private:
   UINTN BytesInFifo = 0;
@@ -37,7 +39,6 @@ private:
 
   [[nodiscard]] bool IsLatchOpen () const;
   [[nodiscard]] UINTN FifoDepth () const;
-  UINT8 ReadRegister (UINT16 Register);
   UINT8 ReadLineStatus ();
   void Transmit (UINT8 Byte);
 };

@@ -2,6 +2,19 @@
 
 #include "ExecutingProcessor.h"
 
+SimulatedMachine::LocalApics::LocalApics (SimulatedMachine &On)
+    : BusDevice ("the local APIC"), Machine (On)
+{
+  On.Claim (*this, BusSpace::Memory, SimulatedProcessor::DefaultApicBase,
+            SimulatedProcessor::ApicPageSize);
+}
+
+UINT32
+SimulatedMachine::LocalApics::MmioRead (UINTN Address, UINTN Width)
+{
+  return Machine.Executing ().MmioRead (Address, Width);
+}
+
 SimulatedMachine::SimulatedMachine (const PlatformDescription &Description)
 {
   if (Description.Processors.empty ()) {
@@ -67,50 +80,28 @@ UINT8
 SimulatedMachine::IoRead8 (UINT16 Port)
 {
   (void)Executing ();
-  if (SimulatedUart::OwnsPort (Port)) {
-    return Uart.IoRead8 (Port);
-  }
-  return SimulatedCmos::OwnsPort (Port) ? Cmos.IoRead8 (Port) : HostMachine::IoRead8 (Port);
+  return DeviceBus::IoRead8 (Port);
 }
 
 void
 SimulatedMachine::IoWrite8 (UINT16 Port, UINT8 Value)
 {
   (void)Executing ();
-  if (SimulatedUart::OwnsPort (Port)) {
-    Uart.IoWrite8 (Port, Value);
-  } else if (SimulatedCmos::OwnsPort (Port)) {
-    Cmos.IoWrite8 (Port, Value);
-  } else {
-    HostMachine::IoWrite8 (Port, Value);
-  }
+  DeviceBus::IoWrite8 (Port, Value);
 }
 
 UINT32
 SimulatedMachine::MmioRead (UINTN Address, UINTN Width)
 {
-  SimulatedProcessor &Acting = Executing ();
-  if (Acting.OwnsAddress (Address)) {
-    return Acting.MmioRead (Address, Width);
-  }
-  if (Pci.OwnsAddress (Address)) {
-    return Pci.MmioRead (Address, Width);
-  }
-  return SimulatedCmos::OwnsAddress (Address) ? Cmos.MmioRead (Address, Width)
-                                              : HostMachine::MmioRead (Address, Width);
+  (void)Executing ();
+  return DeviceBus::MmioRead (Address, Width);
 }
 
 void
 SimulatedMachine::MmioWrite (UINTN Address, UINTN Width, UINT32 Value)
 {
   (void)Executing ();
-  if (Pci.OwnsAddress (Address)) {
-    Pci.MmioWrite (Address, Width, Value);
-  } else if (SimulatedCmos::OwnsAddress (Address)) {
-    Cmos.MmioWrite (Address, Width, Value);
-  } else {
-    HostMachine::MmioWrite (Address, Width, Value);
-  }
+  DeviceBus::MmioWrite (Address, Width, Value);
 }
 
 void

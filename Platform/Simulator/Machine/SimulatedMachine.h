@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "HostMachine.h"
+#include "DeviceBus.h"
 #include "PlatformDescription.h"
 #include "SimulatedCmos.h"
 #include "SimulatedPci.h"
@@ -15,7 +15,7 @@
 /// An operation goes to the processor that executes (ExecutingProcessor.h), and from there to the
 /// chipset. What neither has throws MachineFault. Time is simulated: each read of the time-stamp
 /// counter advances it.
-class SimulatedMachine : public HostMachine {
+class SimulatedMachine : public DeviceBus {
 public:
   /// Throws std::invalid_argument for a description without processors, or with a CPUID set that
   /// does not exist.
@@ -44,11 +44,20 @@ public:
   UINTN PauseLimit = 1000;
 
   /// The chipset's devices. Drivers that use them from several processors at once bring a lock.
-  SimulatedUart Uart;
-  SimulatedCmos Cmos;
-  SimulatedPci Pci;
+  SimulatedUart Uart{*this};
+  SimulatedCmos Cmos{*this};
+  SimulatedPci Pci{*this};
 
 private:
+  /// The local APICs' registers, which lie at the same addresses for each processor.
+  struct LocalApics : BusDevice {
+    explicit LocalApics (SimulatedMachine &On);
+    UINT32 MmioRead (UINTN Address, UINTN Width) override;
+
+    SimulatedMachine &Machine;
+  };
+  LocalApics Apics{*this};
+
   /// One thread at a time acts as a processor, so nothing here is shared.
   struct Slot {
     std::unique_ptr<SimulatedProcessor> Processor;

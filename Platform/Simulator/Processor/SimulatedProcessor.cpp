@@ -17,7 +17,6 @@ constexpr UINT64 ApicBaseBootProcessor = 1U << 8;
 constexpr UINT64 ApicBaseX2ApicEnable = 1U << 10;
 constexpr UINT64 ApicBaseGlobalEnable = 1U << 11;
 
-constexpr UINTN ApicPageSize = 0x1000;
 constexpr UINTN ApicIdOffset = 0x20;
 
 constexpr UINT64 HaltSubFunction = 12;
@@ -143,7 +142,7 @@ SimulatedProcessor::TdVmCall (UINT64 Leaf, const UINT64 (&Args)[4], UINT64 &Resu
 UINT32
 SimulatedProcessor::MmioRead (UINTN Address, UINTN Width)
 {
-  if (!OwnsAddress (Address) || Mode == ApicMode::X2Apic) {
+  if (Address - ApicBase >= ApicPageSize || Mode == ApicMode::X2Apic) {
     Fault ("no local APIC register answers at", Address);
   }
   if (Mode == ApicMode::Disabled) {
@@ -153,10 +152,4 @@ SimulatedProcessor::MmioRead (UINTN Address, UINTN Width)
     Fault ("unknown local APIC register or wrong width at", Address);
   }
   return ApicId << 24;
-}
-
-bool
-SimulatedProcessor::OwnsAddress (UINTN Address) const
-{
-  return Address - ApicBase < ApicPageSize;
 }

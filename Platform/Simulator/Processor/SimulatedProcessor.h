@@ -39,9 +39,6 @@ public:
   /// read unclaimed, which gives all ones.
   UINT32 MmioRead (UINTN Address, UINTN Width) override;
 
-  /// Whether the address lies in the page of the local APIC's registers.
-  [[nodiscard]] bool OwnsAddress (UINTN Address) const;
-
   struct CpuidKey {
     UINT32 Leaf;
     UINT32 SubLeaf;
@@ -69,6 +66,7 @@ public:
   std::vector<std::array<UINT64, 5>> VmCalls;
 
   static constexpr UINT64 DefaultApicBase = 0xFEE00000;
+  static constexpr UINT64 ApicPageSize = 0x1000;
 
 private:
   UINT32 ApicId;

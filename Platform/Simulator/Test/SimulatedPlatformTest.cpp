@@ -22,4 +22,20 @@ TEST (SimulatedPlatform, CatchesAccessesOutsideRecordsAndBlocks)
   }
 }
 
+TEST (DeviceBus, RefusesAClaimThatAnotherDeviceHas)
+{
+  DeviceBus Bus;
+  SimulatedUart Uart (Bus);
+  BusDevice Other ("a mouse");
+  try {
+    Bus.Claim (Other, BusSpace::Ports, 0x3F0, 9);
+    ADD_FAILURE () << "one port is the UART's";
+  } catch (const std::invalid_argument &Refusal) {
+    EXPECT_STREQ (Refusal.what (), "a mouse and the first serial port both claim port 0x3F8");
+  }
+  Bus.Claim (Other, BusSpace::Ports, 0x3F0, 8);
+  Bus.Claim (Other, BusSpace::Memory, 0x3F8, 8);
+  EXPECT_THROW (Bus.IoRead8 (0x3FF), MachineFault);
+}
+
 } // namespace

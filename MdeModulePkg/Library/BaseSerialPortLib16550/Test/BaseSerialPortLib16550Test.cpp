@@ -1,7 +1,7 @@
 #include "BaseSerialPortLib16550.h"
 
-#include "DeviceMachine.h"
 #include "ModuleTestBench.h"
+#include "SimulatedUart.h"
 
 namespace {
 
@@ -9,7 +9,8 @@ class SerialPort : public ModuleTestBench {
 public:
   SerialPort ()
   {
-    UseMachine (Machine);
+    UseMachine (Bus);
+    Uart.Transcript = &Transcript;
   }
 
   static UINTN
@@ -18,22 +19,23 @@ public:
     return SerialPortWrite (reinterpret_cast<const UINT8 *> (Text.data ()), Text.size ());
   }
 
-  DeviceMachine Machine;
-  SimulatedUart &Uart = Machine.Uart;
+  DeviceBus Bus;
+  SimulatedUart Uart{Bus};
+  AccessTranscript Transcript;
 };
 
 TEST_F (SerialPort, IsProgrammedInOneOrderAndThenStaysAsItIsEvenIfItIsBusy)
 {
   EXPECT_EQ (SerialPortInitialize (), RETURN_SUCCESS);
-  EXPECT_EQ (Machine.Transcript,
+  EXPECT_EQ (Transcript,
              (AccessTranscript{"io in 3FB 00", "io in 3FD 60", "io out 3FB 80", "io out 3F9 00",
                                "io out 3F8 01", "io out 3FB 03", "io out 3FA 00", "io out 3FA 01",
                                "io out 3F9 00", "io out 3FC 00"}));
-  Machine.Transcript.clear ();
+  Transcript.clear ();
   Uart.LineControl = 0x43; // a break is being sent
   Uart.StayBusyForReads (~UINTN{0});
   EXPECT_EQ (SerialPortInitialize (), RETURN_SUCCESS);
-  EXPECT_EQ (Machine.Transcript,
+  EXPECT_EQ (Transcript,
              (AccessTranscript{"io in 3FB 43", "io in 3FB 43", "io out 3FB C3", "io in 3F9 00",
                                "io in 3F8 01", "io in 3FB C3", "io out 3FB 43", "io in 3FA C1"}));
 }
@@ -89,12 +91,11 @@ TEST_F (SerialPort, SendsFortyBytesAsThreeBurstsEachAfterABoundedWait)
   }
   EXPECT_EQ (mSerialPortUsable, TRUE);
 
-  Machine.Transcript.clear ();
+  Transcript.clear ();
   EXPECT_EQ (SerialPortWrite (nullptr, 4), 0U);
   Uart.StayBusyForReads (2);
   EXPECT_EQ (Write (""), 0U) << "a wait for the end of what has been sent";
-  EXPECT_EQ (Machine.Transcript,
-             (AccessTranscript{"io in 3FD 40", "io in 3FD 40", "io in 3FD 60"}));
+  EXPECT_EQ (Transcript, (AccessTranscript{"io in 3FD 40", "io in 3FD 40", "io in 3FD 60"}));
 }
 
 } // namespace

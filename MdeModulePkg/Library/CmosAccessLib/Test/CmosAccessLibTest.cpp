@@ -1,7 +1,7 @@
 #include "CmosAccessLib.h"
 
-#include "DeviceMachine.h"
 #include "ModuleTestBench.h"
+#include "SimulatedCmos.h"
 
 namespace {
 
@@ -9,9 +9,9 @@ using CmosAccessLib = ModuleTestBench;
 
 TEST_F (CmosAccessLib, ReadsAWordInEitherBankAndKeepsTheNmiMask)
 {
-  DeviceMachine Machine;
-  UseMachine (Machine);
-  SimulatedCmos &Cmos = Machine.Cmos;
+  DeviceBus Bus;
+  SimulatedCmos Cmos (Bus);
+  UseMachine (Bus);
   for (UINTN Index = 0; Index < Cmos.Bytes.size (); ++Index) {
     Cmos.Bytes[Index] = static_cast<UINT8> (~Index);
   }
@@ -28,10 +28,11 @@ TEST_F (CmosAccessLib, ReadsAWordInEitherBankAndKeepsTheNmiMask)
 
   // The mask is made readable for each byte of the low bank alone.
   Cmos.NmiReadbackControl = 0xA5;
-  Machine.Transcript.clear ();
+  AccessTranscript Transcript;
+  Cmos.Transcript = &Transcript;
   EXPECT_EQ (CmosRead16 (0x7F), 0x7F80);
   EXPECT_EQ (
-      Machine.Transcript,
+      Transcript,
       (AccessTranscript{"mmio in FDC431FC 000000A5", "mmio out FDC431FC 000200A5", "io in 70 80",
                         "mmio in FDC431FC 000200A5", "mmio out FDC431FC 000000A5", "io out 70 FF",
                         "io in 71 80", "io out 72 80", "io in 73 7F"}));

@@ -11,7 +11,7 @@ class PciExpress : public FirmwareTestBench {
 public:
   PciExpress ()
   {
-    Machine.Pci = {};
+    Machine.Pci.Clear ();
     Machine.Pci.Transcript = &Accesses;
   }
 

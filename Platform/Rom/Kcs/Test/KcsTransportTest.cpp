@@ -1,6 +1,8 @@
 #include "KcsTransport.h"
 
+#include <functional>
 #include <numeric>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -22,10 +24,23 @@ Counting (Bytes Start, std::size_t Size)
   return Start;
 }
 
+/// Lets something happen once while a processor pauses.
+struct PausingBus : DeviceBus {
+  void
+  Pause () override
+  {
+    if (const auto Once = std::exchange (WhenPaused, nullptr)) {
+      Once ();
+    }
+  }
+
+  std::function<void ()> WhenPaused;
+};
+
 struct KcsTransfer : testing::Test {
   KcsTransfer ()
   {
-    gHostMachine = &Bmc;
+    gHostMachine = &Bus;
   }
   ~KcsTransfer () override
   {
@@ -60,7 +75,8 @@ struct KcsTransfer : testing::Test {
     EXPECT_EQ (Response, (Bytes{0, static_cast<UINT8> (Bmc.Requests.size ())}));
   }
 
-  SimulatedKcs Bmc;
+  PausingBus Bus;
+  SimulatedKcs Bmc{Bus};
   Bytes Response;
 };
 
@@ -160,7 +176,7 @@ TEST_F (KcsTransfer, LeavesTheInterfaceToTheProcessorThatHasIt)
 {
   const IpmiRequest Other = {.NetFunction = 6, .Lun = 0, .Command = 1, .DataSize = 0, .Data = {}};
   EFI_STATUS Status = EFI_SUCCESS;
-  Bmc.WhenPaused = [&] {
+  Bus.WhenPaused = [&] {
     UINT8 Byte = 0;
     UINT8 Size = 1;
     Status = KcsSendToBmc (nullptr, &Other, &Byte, &Size);

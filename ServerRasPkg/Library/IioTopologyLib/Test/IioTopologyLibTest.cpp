@@ -48,7 +48,7 @@ public:
   UseTopology ()
   {
     HandOffRecordsFill ();
-    Machine.Pci = {};
+    Machine.Pci.Clear ();
     Machine.Pci.Populate (gTopology);
   }
 
@@ -228,7 +228,7 @@ TEST_F (IioTopology, DoesWithoutWhatCannotBeReached)
   StandardTopology (&gTopology, 1);
   UseTopology ();
   mSystemInfoRecord = nullptr;
-  Machine.Pci = {}; // Any access is a fault.
+  Machine.Pci.Clear (); // Any access is a fault.
   EXPECT_EQ (Construct (), EFI_SUCCESS);
   FirmwareSignalReadyToLock ();
 

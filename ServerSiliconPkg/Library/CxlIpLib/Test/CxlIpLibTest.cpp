@@ -16,7 +16,7 @@ public:
   {
     std::memset (&Record, 0, sizeof Record);
     mSystemInfoRecord = &Record;
-    Machine.Pci = {};
+    Machine.Pci.Clear ();
     Machine.Pci.Transcript = &Accesses;
   }
 
@@ -66,7 +66,7 @@ TEST_F (CxlIpLib, ProbesNoBaseOfZero)
       {"zero below 4 GiB", 0x300000000, 1, true, "", 0x300000000},
   };
   for (const bool Stops : {false, true}) {
-    Machine.Pci = {}; // Any probe is a fault.
+    Machine.Pci.Clear (); // Any probe is a fault.
     for (const auto &Row : Rows) {
       SCOPED_TRACE (Row.Name);
       World.Forget ();
