@@ -1,20 +1,8 @@
-#include "PrintConverter.h"
+#include "PrintText.h"
 
 namespace {
 
-constexpr UINTN DigitsPerGroup = 3;
 constexpr CHAR8 DigitCharacters[] = "0123456789ABCDEF";
-
-/// Inlined for each radix, so that a constant one takes no division.
-[[gnu::always_inline]] inline CHAR8 *
-AppendDigits (CHAR8 *LastDigit, UINT64 Value, UINT32 Radix)
-{
-  do {
-    *++LastDigit = DigitCharacters[Value % Radix];
-    Value /= Radix;
-  } while (Value != 0);
-  return LastDigit;
-}
 
 /// What stands ahead of a number that is not negative; NUL for nothing.
 CHAR8
@@ -26,45 +14,25 @@ PrefixOf (UINTN Flags)
   return (Flags & PREFIX_BLANK) != 0 ? ' ' : '\0';
 }
 
-/// Writes digits with a comma ahead of each group of three but the first.
-VOID
-WriteGroups (PrintWriter &Writer, const CHAR8 *LastDigit, UINTN Length)
-{
-  UINTN Group = (Length - 1) % DigitsPerGroup + 1;
-  for (;;) {
-    WriteDigits (Writer, LastDigit, Group);
-    Length -= Group;
-    if (Length == 0) {
-      return;
-    }
-    LastDigit -= Group;
-    Group = DigitsPerGroup;
-    WriteFill (Writer, 1, ',');
-  }
-}
-
 } // namespace
 
 CHAR8 *EFIAPI
 BasePrintLibValueToString (CHAR8 *Buffer, UINT64 Value, UINT32 Radix)
 {
   *Buffer = '\0';
-  switch (Radix) {
-  case 10:
-    return AppendDigits (Buffer, Value, 10);
-  case 16:
-    return AppendDigits (Buffer, Value, 16);
-  default:
-    return AppendDigits (Buffer, Value, Radix);
-  }
+  do {
+    *++Buffer = DigitCharacters[Value % Radix];
+    Value /= Radix;
+  } while (Value != 0);
+  return Buffer;
 }
 
 VOID
-ConvertNumber (PrintWriter &Writer, PrintDirective &Directive, UINT64 Argument)
+PrintNumber (PrintWriter &Writer, const PrintDirective &Directive, UINT64 Argument)
 {
   const UINTN Flags = Directive.Flags;
   const bool IsDecimal = (Flags & RADIX_HEX) == 0;
-  const bool IsSigned = (Flags & (RADIX_HEX | UNSIGNED_TYPE)) == 0;
+  const bool IsSigned = IsDecimal && (Flags & UNSIGNED_TYPE) == 0;
 
   UINT64 Value = Argument;
   if ((Flags & LONG_TYPE) == 0) {
@@ -79,33 +47,15 @@ ConvertNumber (PrintWriter &Writer, PrintDirective &Directive, UINT64 Argument)
 
   CHAR8 Digits[MAXIMUM_VALUE_CHARACTERS];
   const CHAR8 *LastDigit = BasePrintLibValueToString (Digits, Value, IsDecimal ? 10 : 16);
-  auto Length = static_cast<UINTN> (LastDigit - Digits);
-  UINTN Commas = 0;
-  bool FillsWidth = (Flags & (PAD_TO_WIDTH | PREFIX_ZERO | PRECISION | LEFT_JUSTIFY)) ==
-                    (PAD_TO_WIDTH | PREFIX_ZERO);
-  if (IsDecimal && (Flags & COMMA_TYPE) != 0) {
-    Commas = (Length - 1) / DigitsPerGroup;
-    Directive.Precision = 1;
-    FillsWidth = false;
-  }
-  if (Value == 0 && Directive.Precision == 0) {
-    Length = 0;
-  }
-  UINTN Count = Length + Commas;
+  const UINTN Comma = IsDecimal ? Flags & COMMA_TYPE : 0;
+  UINTN Precision = Comma != 0 ? 1 : Directive.Precision;
+  const UINTN Length = Value == 0 && Precision == 0 ? 0 : static_cast<UINTN> (LastDigit - Digits);
   if (Prefix != '\0') {
-    ++Count;
-    ++Directive.Precision;
+    ++Precision;
   }
-  if (FillsWidth) {
-    Directive.Precision = Directive.Width;
+  constexpr UINTN FillsWidth = PAD_TO_WIDTH | PREFIX_ZERO;
+  if (Comma == 0 && (Flags & (FillsWidth | PRECISION | LEFT_JUSTIFY)) == FillsWidth) {
+    Precision = Directive.Width;
   }
-
-  Directive.Flags |= ARGUMENT_REVERSED;
-  const INTN Trailing = WriteLeading (Writer, Directive, Count, Prefix);
-  if (Commas != 0) {
-    WriteGroups (Writer, LastDigit, Length);
-  } else {
-    WriteDigits (Writer, LastDigit, Length);
-  }
-  WriteFill (Writer, Trailing, ' ');
+  LayOut (Writer, Directive, {LastDigit, Length, Precision, ARGUMENT_REVERSED | Comma, Prefix});
 }

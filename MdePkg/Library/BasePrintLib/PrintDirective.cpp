@@ -13,9 +13,8 @@ UINTN
 TakeNumber (PrintFormat &Format)
 {
   UINTN Number = 0;
-  for (CHAR16 Digit = PeekCharacter (Format); IsDigit (Digit); Digit = PeekCharacter (Format)) {
-    Number = Number * 10 + (Digit - '0');
-    SkipCharacter (Format);
+  while (IsDigit (PeekCharacter (Format))) {
+    Number = Number * 10 + (TakeCharacter (Format) - '0');
   }
   return Number;
 }
@@ -32,26 +31,59 @@ SetNumber (PrintDirective &Directive, UINTN Number)
   }
 }
 
-} // namespace
-
-UINTN
-CountPlainCharacters (const PrintFormat &Format)
+/// Ends a directive with its type, which has a say in the flags.
+VOID
+SetType (PrintDirective &Directive, CHAR16 Type)
 {
-  PrintFormat Rest = Format;
-  UINTN Count = 0;
-  while (IsPlain (PeekCharacter (Rest))) {
-    SkipCharacter (Rest);
-    ++Count;
+  Directive.Type = Type;
+  switch (Type) {
+  case 'p':
+    Directive.Flags &= ~(PREFIX_BLANK | PREFIX_SIGN);
+    Directive.Flags |= LONG_TYPE;
+    [[fallthrough]];
+  case 'X':
+    Directive.Flags |= PREFIX_ZERO;
+    [[fallthrough]];
+  case 'x':
+    Directive.Flags |= RADIX_HEX;
+    break;
+  case 'u':
+    Directive.Flags &= ~PREFIX_SIGN;
+    Directive.Flags |= UNSIGNED_TYPE;
+    break;
+  case 's':
+  case 'S':
+    Directive.Flags |= ARGUMENT_UNICODE;
+    [[fallthrough]];
+  case 'a':
+    if ((Directive.Flags & PRECISION) == 0) {
+      Directive.Precision = 0;
+    }
+    break;
+  default:
+    break;
   }
-  return Count;
 }
+
+} // namespace
 
 PrintDirective
 ParseDirective (PrintFormat &Format, VA_LIST &Marker)
 {
   PrintDirective Directive;
   for (;;) {
-    const CHAR16 Character = PeekCharacter (Format);
+    if (IsDigit (PeekCharacter (Format))) {
+      if (PeekCharacter (Format) == '0' && (Directive.Flags & PRECISION) == 0) {
+        Directive.Flags |= PREFIX_ZERO;
+      }
+      SetNumber (Directive, TakeNumber (Format));
+      continue;
+    }
+    if (PeekCharacter (Format) == '\0') {
+      Directive.Precision = 0;
+      return Directive;
+    }
+    const CHAR16 Character = TakeCharacter (Format);
     switch (Character) {
     case '.':
       Directive.Flags |= PRECISION;
@@ -73,32 +105,11 @@ ParseDirective (PrintFormat &Format, VA_LIST &Marker)
       Directive.Flags |= LONG_TYPE;
       break;
     case '*':
-      SetNumber (Directive, TakeArgument (Marker));
+      SetNumber (Directive, VA_ARG (Marker, UINT64));
       break;
-    case '0':
-      if ((Directive.Flags & PRECISION) == 0) {
-        Directive.Flags |= PREFIX_ZERO;
-      }
-      [[fallthrough]];
-    case '1':
-    case '2':
-    case '3':
-    case '4':
-    case '5':
-    case '6':
-    case '7':
-    case '8':
-    case '9':
-      SetNumber (Directive, TakeNumber (Format));
-      continue;
-    case '\0':
-      Directive.Precision = 0;
-      return Directive;
     default:
-      Directive.Type = Character;
-      SkipCharacter (Format);
+      SetType (Directive, Character);
       return Directive;
     }
-    SkipCharacter (Format);
   }
 }

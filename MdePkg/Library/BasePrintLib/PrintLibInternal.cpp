@@ -2,7 +2,7 @@
 
 #include "BaseLib.h"
 #include "Pcd.h"
-#include "PrintConverter.h"
+#include "PrintText.h"
 #include "SmmDebugServiceLib.h"
 
 namespace {
@@ -72,57 +72,57 @@ IsCallValid (const CHAR8 *Buffer, UINTN BufferSize, UINTN Flags, const CHAR8 *Fo
   return IsBufferSizeWithinLimit (BufferSize, Flags) && IsFormatWithinLimit (Format, Flags);
 }
 
+/// Prints the line end whose first character, LF or CR, has been taken, and takes the other of the
+/// two as well if it follows. Only a lone CR does not become CR LF.
+VOID
+PrintLineEnd (PrintWriter &Writer,
+              const PrintDirective &Directive,
+              CHAR16 First,
+              PrintFormat &Format)
+{
+  const bool IsPair = TakeIf (Format, First == '\n' ? '\r' : '\n');
+  const bool IsLoneReturn = First == '\r' && !IsPair;
+  PrintText (Writer, Directive, IsLoneReturn ? "\r" : "\r\n", 0);
+}
+
 /// Takes the argument that the type asks for and prints it.
 VOID
-PrintDirectiveArgument (PrintWriter &Writer,
-                        PrintDirective &Directive,
-                        PrintFormat &Format,
-                        VA_LIST &Marker)
+PrintArgument (PrintWriter &Writer,
+               const PrintDirective &Directive,
+               PrintFormat &Format,
+               VA_LIST &Marker)
 {
   switch (Directive.Type) {
-  case 'p':
-    Directive.Flags &= ~(PREFIX_BLANK | PREFIX_SIGN | PREFIX_ZERO);
-    Directive.Flags |= LONG_TYPE;
-    [[fallthrough]];
-  case 'X':
-    Directive.Flags |= PREFIX_ZERO;
-    [[fallthrough]];
-  case 'x':
-    Directive.Flags |= RADIX_HEX;
-    ConvertNumber (Writer, Directive, TakeArgument (Marker));
-    break;
-  case 'u':
-    Directive.Flags &= ~PREFIX_SIGN;
-    Directive.Flags |= UNSIGNED_TYPE;
-    [[fallthrough]];
   case 'd':
-    ConvertNumber (Writer, Directive, TakeArgument (Marker));
+  case 'u':
+  case 'x':
+  case 'X':
+  case 'p':
+    PrintNumber (Writer, Directive, VA_ARG (Marker, UINT64));
     break;
+  case 'a':
   case 's':
   case 'S':
-    Directive.Flags |= ARGUMENT_UNICODE;
-    [[fallthrough]];
-  case 'a':
-    ConvertString (Writer, Directive, TakePointer<CHAR8> (Marker));
+    PrintString (Writer, Directive, VA_ARG (Marker, const CHAR8 *));
     break;
   case 'c':
-    ConvertCharacter (Writer, Directive, static_cast<CHAR16> (TakeArgument (Marker)));
+    PrintCharacter (Writer, Directive, static_cast<CHAR16> (VA_ARG (Marker, UINT64)));
     break;
   case 'g':
-    ConvertGuid (Writer, Directive, TakePointer<EFI_GUID> (Marker));
+    PrintGuid (Writer, Directive, VA_ARG (Marker, const EFI_GUID *));
     break;
   case 't':
-    ConvertTime (Writer, Directive, TakePointer<EFI_TIME> (Marker));
+    PrintTime (Writer, Directive, VA_ARG (Marker, const EFI_TIME *));
     break;
   case 'r':
-    ConvertStatus (Writer, Directive, TakeArgument (Marker));
+    PrintStatus (Writer, Directive, VA_ARG (Marker, EFI_STATUS));
     break;
   case '\n':
   case '\r':
-    ConvertLineEnd (Writer, Directive, Directive.Type, Format);
+    PrintLineEnd (Writer, Directive, Directive.Type, Format);
     break;
   default:
-    ConvertCharacter (Writer, Directive, Directive.Type);
+    PrintCharacter (Writer, Directive, Directive.Type);
   }
 }
 
@@ -130,24 +130,14 @@ PrintDirectiveArgument (PrintWriter &Writer,
 VOID
 PrintAll (PrintWriter &Writer, PrintFormat &Format, VA_LIST &Marker)
 {
-  while (!IsWriterFull (Writer)) {
-    const CHAR16 Character = PeekCharacter (Format);
-    switch (Character) {
-    case '\0':
-      return;
-    case '%': {
-      SkipCharacter (Format);
-      PrintDirective Directive = ParseDirective (Format, Marker);
-      PrintDirectiveArgument (Writer, Directive, Format, Marker);
-      break;
-    }
-    case '\n':
-    case '\r':
-      SkipCharacter (Format);
-      ConvertLineEnd (Writer, {}, Character, Format);
-      break;
-    default:
-      WritePlainCharacters (Writer, Format);
+  while (!IsWriterFull (Writer) && PeekCharacter (Format) != '\0') {
+    const CHAR16 Character = TakeCharacter (Format);
+    if (Character == '%') {
+      PrintArgument (Writer, ParseDirective (Format, Marker), Format, Marker);
+    } else if (Character == '\n' || Character == '\r') {
+      PrintLineEnd (Writer, {}, Character, Format);
+    } else {
+      WriteFill (Writer, 1, Character);
     }
   }
 }
@@ -176,8 +166,7 @@ BasePrintLibSPrintMarker (
   }
 
   PrintWriter Writer = OpenWriter (Buffer, BufferSize, Flags);
-  PrintFormat Rest = {reinterpret_cast<const UINT8 *> (Format),
-                      (Flags & FORMAT_UNICODE) != 0 ? 2 : 1};
+  PrintFormat Rest = {Format, (Flags & FORMAT_UNICODE) != 0 ? 2 : 1};
   PrintAll (Writer, Rest, Marker);
   if ((Flags & COUNT_ONLY_NO_PRINT) == 0) {
     ASSERT (Writer.Position != nullptr, BufferKept);

@@ -1,11 +1,11 @@
 /// What the parts of the print engine share: a directive is parsed (PrintDirective.h), its argument
-/// converted to a text (PrintConverter.h), and the text laid out through the one writer that knows
-/// the buffer's end (PrintWriter.h).
+/// made a text (PrintText.h), and the text laid out (PrintLayout.h) through the one writer that
+/// knows the buffer's end (PrintWriter.h).
 #pragma once
 
 #include "PrintLib.h"
 
-/// Flags of a directive, beside the modes of the caller.
+/// Flags of a directive and of its text, beside the modes of the caller.
 inline constexpr UINTN LEFT_JUSTIFY = 0x0001;
 inline constexpr UINTN PREFIX_SIGN = 0x0002;
 inline constexpr UINTN PREFIX_BLANK = 0x0004;

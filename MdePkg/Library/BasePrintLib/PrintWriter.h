@@ -1,7 +1,7 @@
 /// The writer: alone touches the output buffer and knows its end.
 #pragma once
 
-#include "PrintDirective.h"
+#include "PrintLibInternal.h"
 
 /// Where output goes. With CountOnly the pointers are null and Counted grows in place of Position.
 struct PrintWriter {
@@ -18,32 +18,16 @@ struct PrintWriter {
 PrintWriter OpenWriter (CHAR8 *Buffer, UINTN BufferSize, UINTN Flags);
 
 /// Whether all further text would be dropped.
-inline bool
-IsWriterFull (const PrintWriter &Writer)
-{
-  return !Writer.CountOnly && Writer.Position >= Writer.End;
-}
+bool IsWriterFull (const PrintWriter &Writer);
 
-/// Writes the plain characters at which a format stands and steps over them.
-VOID WritePlainCharacters (PrintWriter &Writer, PrintFormat &Format);
+/// Writes Character Length times; a Length of 0 or less is nothing.
+VOID WriteFill (PrintWriter &Writer, INTN Length, CHAR16 Character);
 
-/// Writes a text of Length characters, each of CharacterSize bytes.
-VOID WriteCharacters (PrintWriter &Writer, const CHAR8 *Text, UINTN Length, INTN CharacterSize);
-
-/// Writes Length digits from LastDigit downward.
-VOID WriteDigits (PrintWriter &Writer, const CHAR8 *LastDigit, UINTN Length);
-
-/// Writes Character Length times, at least once.
-VOID WriteRepeated (PrintWriter &Writer, INTN Length, CHAR16 Character);
-
-/// The same; a Length of 0 or less is nothing.
-inline VOID
-WriteFill (PrintWriter &Writer, INTN Length, CHAR16 Character)
-{
-  if (Length > 0) {
-    WriteRepeated (Writer, Length, Character);
-  }
-}
+/// Writes Length characters from Text on, or fewer if it has a NUL by then. They have 16 bits with
+/// ARGUMENT_UNICODE in Flags, and stand backward, from Text downward, with ARGUMENT_REVERSED.
+/// Returns the place behind the last one. Each is read when its turn comes, so that a text may lie
+/// in the output.
+const CHAR8 *WriteCharacters (PrintWriter &Writer, const CHAR8 *Text, UINTN Length, UINTN Flags);
 
 /// Puts the NUL behind the text. Returns the number of characters written, or counted.
 UINTN CloseWriter (const PrintWriter &Writer);

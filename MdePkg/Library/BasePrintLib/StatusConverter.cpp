@@ -1,4 +1,4 @@
-#include "PrintConverter.h"
+#include "PrintText.h"
 
 namespace {
 
@@ -41,14 +41,13 @@ FindStatusText (EFI_STATUS Status)
 } // namespace
 
 VOID
-ConvertStatus (PrintWriter &Writer, const PrintDirective &Directive, EFI_STATUS Status)
+PrintStatus (PrintWriter &Writer, const PrintDirective &Directive, EFI_STATUS Status)
 {
   if (const CHAR8 *Text = FindStatusText (Status); Text != nullptr) {
-    ConvertText (Writer, Directive, Text);
+    PrintText (Writer, Directive, Text, 0);
     return;
   }
   CHAR8 Value[MAXIMUM_VALUE_CHARACTERS];
-  const UINTN Length =
-      BasePrintLibSPrint (Value, MAXIMUM_VALUE_CHARACTERS, 0, "%08X", static_cast<UINT32> (Status));
-  LayOutText (Writer, Directive, Value, Length);
+  BasePrintLibSPrint (Value, MAXIMUM_VALUE_CHARACTERS, 0, "%08X", static_cast<UINT32> (Status));
+  PrintText (Writer, Directive, Value, 0);
 }

@@ -1,75 +1,199 @@
 #include "PrintLib.h"
 
+#include <algorithm>
+#include <concepts>
+#include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include "ModuleTestBench.h"
-#include "PrintFuzzer.h"
 #include "PrintLibInternal.h"
 #include "Uefi/Time.h"
 
 namespace {
 
+using namespace std::string_literals;
 using BasePrintLib = ModuleTestBench;
 
-constexpr UINTN Error = EfiErrorCode (0);
 const EFI_GUID Guid = {
     0x7739F24C, 0x93D7, 0x11D4, {0x9A, 0x3A, 0x00, 0x90, 0x27, 0x3F, 0xC1, 0x4D}};
 const EFI_TIME Time = {2026, 11, 19, 2, 5, 0, 0, 0, 0, 0, 0};
+constexpr CHAR8 Cut[] = {'h', 'e', 'l'};
+constexpr CHAR16 WideCut[] = {u'h', u'\u4100', u'\uFFFF'};
 
-/// What a format prints with its arguments, and the length that the engine reports when it prints
-/// and when it only counts.
-template <typename... Types>
-std::string
-Printed (const char *Format, Types... Arguments)
+struct Argument {
+  Argument () = default;
+  Argument (std::integral auto Number) : Slot (static_cast<UINT64> (Number)) {}
+  Argument (const void *Pointer) : Slot (reinterpret_cast<UINT64> (Pointer)) {}
+  UINT64 Slot = 0;
+};
+
+struct Case {
+  std::u16string Format;
+  std::u16string Text;
+  Argument Arguments[4];
+};
+
+/// The bytes of a text of 8-bit or 16-bit characters, in a block of just their size.
+std::vector<CHAR8>
+Encode (std::u16string_view Text, bool IsWide)
 {
-  CHAR8 Buffer[200];
-  const UINTN Length = AsciiSPrint (Buffer, sizeof Buffer, Format, Arguments...);
-  EXPECT_EQ (BasePrintLibSPrint (nullptr, 0, COUNT_ONLY_NO_PRINT, Format, Arguments...), Length);
-  EXPECT_EQ (Buffer[Length], '\0');
-  return {Buffer, Length};
+  std::vector<CHAR8> Bytes;
+  for (const char16_t Character : Text) {
+    Bytes.push_back (static_cast<CHAR8> (Character));
+    if (IsWide) {
+      Bytes.push_back (static_cast<CHAR8> (Character >> 8));
+    }
+  }
+  Bytes.shrink_to_fit ();
+  return Bytes;
 }
 
-TEST (Print, FormatsNumbers)
+/// Prints Row in all modes into buffers of each size from 0 to more than its text, and counts it.
+/// Holds that the text is there as far as it fits, with its NUL, that nothing else is written, and
+/// that the lengths are right.
+void
+Check (const Case &Row)
 {
-  EXPECT_EQ (Printed ("%05d|%+ d|% +d|% d|%.3d", -42, 5, 5, 5, -5), "-0042|+5|+5| 5|-005");
-  EXPECT_EQ (Printed ("%5.3d|%05.3d|%-05d|%0-5d|", 5, 5, 42, 42), "  005|  005|42   |42   |");
-  EXPECT_EQ (Printed ("%.0d|%+.0d|%.d|%.*d|%3.0d", 0, 0, 0, 0ULL, 0, 0), "|+|0||   ");
-  EXPECT_EQ (Printed ("%,lu|%+,d|%,.5d|%,08d", ~0ULL, 1000, 12, 1234),
-             "18,446,744,073,709,551,615|+1,000|12|   1,234");
-  EXPECT_EQ (Printed ("%d|%ld|%Ld|%d", 0x123456789ULL, INT64_MIN, INT64_MAX, INT32_MIN),
-             "591751049|-9223372036854775808|9223372036854775807|-2147483648");
-  EXPECT_EQ (Printed ("%u|%+u|% u|%lu", ~0ULL, 5, 5, ~0ULL),
-             "4294967295|5| 5|18446744073709551615");
-  EXPECT_EQ (Printed ("%+x|%,lx|%8x|%8X|%8p|%+p", ~0ULL, 0xABCDEF012ULL, 255, 255, 0x1234ULL, 1ULL),
-             "+FFFFFFFF|ABCDEF012|      FF|000000FF|00001234|1");
-  EXPECT_EQ (Printed ("%*.*d|%*d|%*d|%+.*d", 8ULL, 4ULL, 42, ~7ULL, 7, 3ULL, 7, ~0ULL, 7),
-             "    0042|7|  7|+7");
+  constexpr UINTN AllModes = OUTPUT_UNICODE | FORMAT_UNICODE;
+  const bool HasWideFormat = std::ranges::any_of (Row.Format, [] (auto c) { return c > 0xFF; });
+  const std::string Guards ((Row.Text.size () + 3) * 2 + 1, '\xA5');
+  for (const UINTN Flags : {UINTN{0}, OUTPUT_UNICODE, FORMAT_UNICODE, AllModes}) {
+    if (HasWideFormat && (Flags & FORMAT_UNICODE) == 0) {
+      continue;
+    }
+    const auto Format = Encode (Row.Format + u'\0', (Flags & FORMAT_UNICODE) != 0);
+    for (size_t Size = 0; Size < Row.Text.size () + 3; ++Size) {
+      std::string Buffer = Guards;
+      const auto Print = [&] (UINTN Mode) {
+        const auto &Slots = Row.Arguments;
+        return BasePrintLibSPrint (Buffer.data () + 1, Size, Flags | Mode, Format.data (),
+                                   Slots[0].Slot, Slots[1].Slot, Slots[2].Slot, Slots[3].Slot);
+      };
+      ASSERT_EQ (Print (COUNT_ONLY_NO_PRINT), Row.Text.size ());
+      ASSERT_EQ (Buffer, Guards);
+      const size_t Length = Size == 0 ? 0 : std::min (Row.Text.size (), Size - 1);
+      ASSERT_EQ (Print (0), Length) << "size " << Size << ", modes " << Flags;
+      std::string Expected = Guards;
+      if (Size != 0) {
+        const auto Written =
+            Encode (Row.Text.substr (0, Length) + u'\0', (Flags & OUTPUT_UNICODE) != 0);
+        std::ranges::copy (Written, Expected.begin () + 1);
+      }
+      ASSERT_EQ (Buffer, Expected) << "size " << Size << ", modes " << Flags;
+    }
+  }
 }
 
-TEST (Print, FormatsTexts)
+TEST (Print, PrintsEachTextInAllModesAndSizes)
 {
-  const auto *Hello = "hello";
-  EXPECT_EQ (Printed ("%.8a|%10.3a|%-7a|%08a|%.a|", Hello, Hello, Hello, Hello, Hello),
-             "   hello|       hel|hello  |   hello|h|");
-  EXPECT_EQ (Printed ("%.0a|%.a|% a|%S|%.2s|%8s", Hello, "", Hello, u"hi", u"hi", u"hi"),
-             "| |hello|hi|hi|      hi");
-  EXPECT_EQ (Printed ("%a|%s|%.3S|%g|%t", nullptr, nullptr, nullptr, nullptr, nullptr),
-             "<null string>|<null string>|<nu|<null guid>|<null time>");
   UINT8 OddGuid[17];
   std::memcpy (OddGuid + 1, &Guid, sizeof Guid);
-  EXPECT_EQ (Printed ("%g|%.4g|%t", OddGuid + 1, &Guid, &Time),
-             "7739F24C-93D7-11D4-9A3A-0090273FC14D|7739|11/19/2026  02:05");
-  EXPECT_EQ (Printed ("%r|%r|%r|%r|%.3r", 6ULL, Error, Error + 34, 1ULL << 32, 0ULL),
-             "00000006|00000000|00000022|00000000|Suc");
-  EXPECT_EQ (Printed ("%%|%5%|%-5y|%.3y|%c|%3\n\rb|%3\r", 0x4142),
-             "%|    %|y    |  y|B| \r\nb|  \r");
-  EXPECT_EQ (Printed ("a\nb\n\rc\r\nd\re\n\r\n"), "a\r\nb\r\nc\r\nd\re\r\n\r\n");
-  EXPECT_EQ (Printed ("%5") + Printed ("%-*", 4ULL) + Printed ("%.5") + Printed ("%"), "         ");
+  const char *Hello = "hello";
+  const Case Rows[] = {
+      {u"%05d|%.3d|%5.3d|%05.3d", u"-0042|-005|  005|  005", {-42, -5, 5, 5}},
+      {u"%+ d|% +d|% d|%+ld", u"+5|+5| 5|-9223372036854775808", {5, 5, 5, INT64_MIN}},
+      {u"%-05d|%0-5d|%-6.3d|", u"42   |42   |042   |", {42, 42, 42}},
+      {u"%.0d|%+.0d|%.d|%3.0d", u"|+|0|   ", {}},
+      {u"%*.*d|", u"    0042|", {8, 4, 42}},
+      {u"%,d|%+,d|%,d|%,d", u"1,234,567|+1,000|999|-12,345", {1234567, 1000, 999, -12345}},
+      {u"%,lu|%,.5d", u"18,446,744,073,709,551,615|12", {~0ULL, 12}},
+      {u"%,.0d|%,08d|%-,8d|", u"0|   1,234|1,234   |", {0, 1234, 1234}},
+      {u"%+,08d|%,.9d|% ,d", u"    +123|123,456| 100,000", {123, 123456, 100000}},
+      {u"%d|%ld|%Ld|%d", u"591751049|4886718345|-1|0", {0x123456789, 0x123456789, -1, 1ULL << 32}},
+      {u"%u|%+u|% u|%lu", u"4294967295|5| 5|18446744073709551615", {-1, 5, 5, -1}},
+      {u"%x|%8x|%8X|%+x", u"FFFFFFFF|      FF|000000FF|+FF", {-1, 255, 255, 255}},
+      {u"%,x|%,lx|% x|%-8X|", u"123456|ABCDEF012| 1|FF      |", {0x123456, 0xABCDEF012, 1, 255}},
+      {u"%lX|%+6X|%8.3X", u"89ABCDEF01234567|+000FF|     0FF", {0x89ABCDEF01234567, 255, 255}},
+      {u"%20p|%+p|% 05p|%.4p", u"00000000000000001234|1|00001|0001", {0x1234, 1, 1, 1}},
+      {u"%p|%-6p|%lp", u"FFFFFFFFFFFFFFFF|AB    |0", {-1, 0xAB, 0}},
+      {u"%*d|%*d", u"7|  7", {~7ULL, 7, 3, 7}},
+      {u"%+.*d|%-*d|", u"+7|7|", {~0ULL, 7, ~0ULL, 7}},
+      {u"%.*a|%18446744073709551618d", u"hello| 7", {~0ULL, Hello, 7}},
+      {u"%.8a|%10.3a|%-7a|", u"   hello|       hel|hello  |", {Hello, Hello, Hello}},
+      {u"%.a|%.0a|%-.7a|%-9.7a|", u"h||  hello|  hello  |", {Hello, Hello, Hello, Hello}},
+      {u"%08a|% a|%+la|%,a", u"   hello|hello|hello|", {Hello, Hello, Hello, ""}},
+      {u"%.3a|%.3s|%.3S|", u"hel|h\u4100\uFFFF|h\u4100\uFFFF|", {Cut, WideCut, WideCut}},
+      {u"%s|%.2S|%6s|%-4s|", u"|hi|    hi|hi  |", {u"", u"hit", u"hi", u"hi"}},
+      {u"%a|%s|%.3S|%.a", u"<null string>|<null string>|<nu| ", {0, 0, 0, ""}},
+      {u"%g|%t|%-13g|%.5t", u"<null guid>|<null time>|<null guid>  |<null", {}},
+      {u"%a|%s", u"\x80\xFF%d\n|\u0125\n", {"\x80\xFF%d\n", u"\u0125\n"}},
+      {u"%g|%.4g", u"7739F24C-93D7-11D4-9A3A-0090273FC14D|7739", {OddGuid + 1, &Guid}},
+      {u"%40g|%t", u"    7739F24C-93D7-11D4-9A3A-0090273FC14D|11/19/2026  02:05", {&Guid, &Time}},
+      {u"%.3r|%10r|%-10r|", u"Suc| Not Found|00000006  |", {0, EfiErrorCode (14), 6}},
+      {u"%r|%r", u"00000001|00000006", {EfiErrorCode (1ULL << 32 | 1), 1ULL << 32 | 6}},
+      {u"[%c][%c][%.0c][%08c]", u"[ ][\u4142][][       A]", {0, 0xFFFF4142, 0x41, 0x41}},
+      {u"%2c|%-3c|%c%+c", u" \n|\r  |%d", {'\n', '\r', '%', 'd'}},
+      {u"%%|%5%|%y|%-5y|%5y|%.3y", u"%|    %|y|y    |    y|  y", {}},
+      {u"%5\nb|%3\n\rb|%3\r|%-4\r\nc", u"   \r\nb| \r\nb|  \r|\r\n  c", {}},
+      {u"a\nb\n\rc\r\nd\re\n\r\n\r\rf", u"a\r\nb\r\nc\r\nd\re\r\n\r\n\rf", {}},
+      {u"\xE4%\xE4\u0125%\u0164\u010A\u4100", u"\xE4\xE4\u0125\u0164\u010A\u4100", {}},
+      {u"%5", u"     ", {}},
+      {u"%-*", u"    ", {4}},
+      {u"%.5", u"", {}},
+      {u"%", u"", {}},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (&Row - Rows);
+    Check (Row);
+  }
 }
 
-TEST (Print, AgreesWithTheModelOnRandomFormats)
+TEST (Print, AgreesWithTheLibraryWhereTheLanguagesCoincide)
 {
-  EXPECT_EQ (FuzzPrint (1, 60000), "");
+  const struct {
+    std::string Type;
+    std::string LibraryType;
+    std::string Flags; ///< Those that mean the same to both.
+  } Types[] = {{"d", "d", "-+ 0"},   {"ld", "lld", "-+ 0"}, {"u", "u", "-+0"},
+               {"Lu", "llu", "-+0"}, {"x", "X", "-0"},      {"lx", "llX", "-0"}};
+  for (const auto &[Type, LibraryType, FlagsOfType] : Types) {
+    for (unsigned Mask = 0; Mask < 1U << FlagsOfType.size (); ++Mask) {
+      std::string Flags;
+      for (size_t Flag = 0; Flag < FlagsOfType.size (); ++Flag) {
+        Flags.append (Mask >> Flag & 1, FlagsOfType[Flag]);
+      }
+      for (const auto *Size : {"", "2", "12", ".0", ".1", "2.13", "12.4"}) {
+        for (const INT64 Value : {0LL, 7LL, -80LL, 1LL << 31, -1LL << 63}) {
+          const std::string Format = "%" + Flags + Size;
+          char Text[40];
+          std::snprintf (Text, sizeof Text, (Format + LibraryType).data (), Value);
+          const std::string Ours = Format + Type;
+          SCOPED_TRACE (Ours + " of " + std::to_string (Value));
+          ASSERT_NO_FATAL_FAILURE (
+              Check ({{Ours.begin (), Ours.end ()}, {Text, Text + std::strlen (Text)}, {Value}}));
+        }
+      }
+    }
+  }
+}
+
+TEST (Print, KnowsTheWordsOfEachStatus)
+{
+  std::string Words;
+  for (UINT64 Row = 0; Row < 7 + 35; ++Row) {
+    CHAR8 Text[40];
+    AsciiSPrint (Text, sizeof Text, "%r|", Row < 7 ? Row : EfiErrorCode (Row - 7));
+    Words += Text;
+  }
+  EXPECT_EQ (Words,
+             "Success|Warning Unknown Glyph|Warning Delete Failure|Warning Write Failure|"
+             "Warning Buffer Too Small|Warning Stale Data|00000006|00000000|Load Error|"
+             "Invalid Parameter|Unsupported|Bad Buffer Size|Buffer Too Small|Not Ready|"
+             "Device Error|Write Protected|Out of Resources|Volume Corrupt|Volume Full|"
+             "No Media|Media changed|Not Found|Access Denied|No Response|No mapping|Time out|"
+             "Not started|Already started|Aborted|ICMP Error|TFTP Error|Protocol Error|"
+             "Incompatible Version|Security Violation|CRC Error|End of Media|Reserved (29)|"
+             "Reserved (30)|End of File|Invalid Language|Compromised Data|00000022|");
+}
+
+TEST (Print, ReadsAnArgumentThatLiesInTheOutputOneCharacterAtATime)
+{
+  CHAR8 Buffer[40] = "0123456789";
+  EXPECT_EQ (AsciiSPrint (Buffer, sizeof Buffer, "ab%a", Buffer), 12U);
+  EXPECT_STREQ (Buffer, "abababababab");
+  CHAR8 Wide[40] = "0123";
+  EXPECT_EQ (BasePrintLibSPrint (Wide, 20, OUTPUT_UNICODE, "%a", Wide), 1U);
 }
 
 TEST (Print, LooksAtNoArgumentForWhichThereIsNoRoom)
@@ -82,7 +206,7 @@ TEST (Print, MakesDigitsOfAnyRadix)
 {
   CHAR8 Buffer[4];
   EXPECT_EQ (BasePrintLibValueToString (Buffer, 6, 2), Buffer + 3);
-  EXPECT_EQ (std::string (Buffer, 4), std::string ("\0", 1) + "011");
+  EXPECT_EQ (std::string (Buffer, 4), "\0"s + "011");
 }
 
 TEST_F (BasePrintLib, AssertsItsPreconditionsInOrder)
