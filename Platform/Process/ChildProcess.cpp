@@ -59,6 +59,7 @@ Become (
 ChildProcess::ChildProcess (const std::vector<std::string> &Arguments, const ChildStreams &Streams)
 {
   std::vector<char *> Pointers;
+  Pointers.reserve (Arguments.size () + 1);
   for (const std::string &Argument : Arguments) {
     Pointers.push_back (const_cast<char *> (Argument.c_str ()));
   }
