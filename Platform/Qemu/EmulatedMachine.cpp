@@ -12,6 +12,7 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 
+#include "HostInterface.h"
 #include "LocalSocket.h"
 #include "MachineError.h"
 
@@ -19,9 +20,6 @@ namespace {
 
 /// What a failure shows of a log.
 constexpr std::size_t TAIL_SIZE = 2000;
-
-constexpr const char *CONTROL_DONE = "done";
-constexpr const char *CONTROL_ERROR = "error: ";
 
 std::string
 FileText (const std::filesystem::path &File)
@@ -97,8 +95,8 @@ EmulatedMachine::WaitUntilReady ()
 {
   Guard ("boot", [&] {
     const std::string Line = Control.ReadLine ();
-    if (Line != "ready") {
-      throw MachineError (fmt::format ("expected \"ready\", found \"{}\"", Line));
+    if (Line != ControlReady) {
+      throw MachineError (fmt::format ("expected \"{}\", found \"{}\"", ControlReady, Line));
     }
   });
 }
@@ -111,11 +109,11 @@ EmulatedMachine::Command (const std::string &Line)
     std::vector<std::string> Answer;
     for (;;) {
       Answer.push_back (Control.ReadLine ());
-      if (Answer.back () == CONTROL_DONE) {
+      if (Answer.back () == ControlDone) {
         Answer.pop_back ();
         return Answer;
       }
-      if (Answer.back ().starts_with (CONTROL_ERROR)) {
+      if (Answer.back ().starts_with (ControlError)) {
         throw MachineError (Answer.back ());
       }
     }

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "MachineCheckRegisters.h"
+#include "MemoryMap.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ InjectMemoryError (EmulatedMachine &Machine,
                    UINT64 GlobalStatus)
 {
   const UINT64 Socket = Processor / (Options.ProcessorCount / Options.SocketCount);
-  const UINT64 Address = Socket * (MEMORY_SIZE / Options.SocketCount) + ERROR_OFFSET;
+  const UINT64 Address = Socket * (RAM_SIZE / Options.SocketCount) + ERROR_OFFSET;
   Machine.InjectMachineCheck (Processor, MEMORY_BANK, MEMORY_STATUS | Status, GlobalStatus, Address,
                               0);
 }

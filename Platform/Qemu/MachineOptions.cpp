@@ -2,10 +2,10 @@
 
 #include <fmt/format.h>
 
-namespace {
+#include "HostInterface.h"
+#include "MemoryMap.h"
 
-/// Where the ROM finds the image.
-constexpr UINT64 DRIVER_ADDRESS = 0x2000000;
+namespace {
 
 using Words = std::vector<std::string>;
 
@@ -36,8 +36,9 @@ AppendChannels (Words &Arguments, const MachineFiles &Files)
   Append (Arguments, {"-chardev", "socket,id=qmp,path=" + Escaped (Files.Qmp), "-mon",
                       "chardev=qmp,mode=control"});
   Append (Arguments, {"-chardev", "file,id=debug,path=" + Escaped (Files.DebugLog), "-device",
-                      "isa-debugcon,iobase=0x402,chardev=debug"});
-  Append (Arguments, {"-device", "isa-debug-exit,iobase=0xf4,iosize=4"});
+                      fmt::format ("isa-debugcon,iobase=0x{:x},chardev=debug", DebugConsolePort)});
+  Append (Arguments,
+          {"-device", fmt::format ("isa-debug-exit,iobase=0x{:x},iosize=4", DebugExitPort)});
 }
 
 void
@@ -83,24 +84,24 @@ AppendSettings (Words &Arguments,
                 UINTN DriverSize)
 {
   const auto Set = [&] (const char *Name, const std::string &Value) {
-    Append (Arguments, {"-fw_cfg", fmt::format ("name=opt/velmora/{},{}", Name, Value)});
+    Append (Arguments, {"-fw_cfg", fmt::format ("name={},{}", Name, Value)});
   };
   if (Options.Driver.empty ()) {
-    Set ("drivers", "string=0");
+    Set (DriversFile, "string=0");
   } else {
     Append (Arguments, {"-device", fmt::format ("loader,file={},addr=0x{:x},force-raw=on",
-                                                Escaped (Options.Driver), DRIVER_ADDRESS)});
-    Set ("image-size", fmt::format ("string={}", DriverSize));
-    Set ("drivers", fmt::format ("string={}", Options.DriverCount));
+                                                Escaped (Options.Driver), DRIVER_FILE_BASE)});
+    Set (ImageSizeFile, fmt::format ("string={}", DriverSize));
+    Set (DriversFile, fmt::format ("string={}", Options.DriverCount));
   }
   if (Options.LogLevels) {
-    Set ("log-levels", fmt::format ("string={:x}", *Options.LogLevels));
+    Set (LogLevelsFile, fmt::format ("string={:x}", *Options.LogLevels));
   }
   if (Options.IsQuiet) {
-    Set ("quiet", "string=1");
+    Set (QuietFile, "string=1");
   }
   if (!Options.Inventory.empty ()) {
-    Set ("inventory", "file=" + Escaped (Files.Inventory));
+    Set (InventoryFile, "file=" + Escaped (Files.Inventory));
   }
 }
 
@@ -121,7 +122,7 @@ std::string
 MachineInventory (const MachineOptions &Options)
 {
   std::string Text;
-  const UINT64 Size = MEMORY_SIZE / Options.SocketCount;
+  const UINT64 Size = RAM_SIZE / Options.SocketCount;
   for (UINTN Socket = 0; Socket < Options.SocketCount; ++Socket) {
     Text += fmt::format ("processor {0} CPU{0}\nmemory {0} 0 0 CPU{0}_C0_D0 {1:x} {2:x}\n", Socket,
                          Socket * Size, Size);
@@ -138,7 +139,7 @@ MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINT
   Words Arguments = {"qemu-system-x86_64", "-nodefaults", "-no-user-config",
                      "-display",           "none",        "-no-reboot"};
   Append (Arguments, {"-machine", "q35,smm=on,accel=tcg,vmport=off", "-m",
-                      fmt::format ("{}M", MEMORY_SIZE >> 20)});
+                      fmt::format ("{}M", RAM_SIZE >> 20)});
   Append (Arguments,
           {"-cpu", Options.Cpu, "-smp",
            fmt::format ("{},sockets={},threads=1", Options.ProcessorCount, Options.SocketCount)});

@@ -9,9 +9,6 @@
 
 #include "Base.h"
 
-/// Memory of the machine in bytes, from address 0 on.
-inline constexpr UINT64 MEMORY_SIZE = 0x10000000;
-
 enum class BmcConnection {
   None,      ///< No IPMI interface.
   Simulated, ///< QEMU's own BMC, which refuses the event command.

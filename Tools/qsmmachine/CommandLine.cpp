@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "HostInterface.h"
 #include "InputFile.h"
 #include "MachineRun.h"
 #include "Record/PlatformLimits.h"
@@ -21,8 +22,6 @@ constexpr const char *Description =
 const std::vector<std::string> UsualErrors = {"pcie-uncorrected", "pcie-corrected",
                                               "memory-corrected", "processor-corrected"};
 
-constexpr UINTN PROCESSOR_COUNT_MAX = 16; // The ROM has tables of that size.
-constexpr UINTN DRIVER_COUNT_MAX = 16;
 constexpr UINTN FILE_SIZE_MAX = 16 << 20;
 
 /// Someone who works with a debugger is waited for longer than any machine.
@@ -44,7 +43,7 @@ ReadProcessors (const std::string &Text, MachineOptions &Options)
 {
   constexpr std::string_view SOCKETS = ",sockets=";
   const std::size_t Place = std::min (Text.find (SOCKETS), Text.size ());
-  Options.ProcessorCount = NumberOption ("--smp", Text.substr (0, Place), 1, PROCESSOR_COUNT_MAX);
+  Options.ProcessorCount = NumberOption ("--smp", Text.substr (0, Place), 1, ProcessorMax);
   Options.SocketCount = 1;
   if (Place != Text.size ()) {
     const std::string Sockets = Text.substr (Place + SOCKETS.size ());
@@ -99,7 +98,7 @@ ReadPlan (const RunArguments &Arguments)
     ReadInputFile (File, FILE_SIZE_MAX);
   }
   ReadProcessors (Arguments.Processors, Machine);
-  Machine.DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, DRIVER_COUNT_MAX);
+  Machine.DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, DriverMax);
   Machine.Inventory = MachineInventory (Machine);
   Machine.LogLevels = ~UINT32{0};
   if (!Arguments.BmcPort.empty ()) {

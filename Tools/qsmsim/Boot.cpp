@@ -5,14 +5,13 @@
 #include <fmt/format.h>
 
 #include "InputFile.h"
+#include "LoadedImages.h"
 #include "Options.h"
 #include "ToolOptions.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr UINTN DRIVER_COUNT_MAX = 16;
 
 constexpr Named<BootStage> Stages[] = {
     {"loaded", BootStage::Loaded},
@@ -39,8 +38,7 @@ ReadBootPlan (const BootArguments &Arguments)
 {
   BootPlan Plan = {.Platform = PlatformOption (Arguments.PlatformFile),
                    .Driver = DriverOption (Arguments.Driver),
-                   .DriverCount =
-                       NumberOption ("--drivers", Arguments.DriverCount, 1, DRIVER_COUNT_MAX),
+                   .DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, ImageMax),
                    .Stage = NamedOption<BootStage> ("--stage", Arguments.Stage, Stages)};
   for (const std::string &Assignment : Arguments.Cmos) {
     const auto [Offset, Byte] = CmosOption ("--cmos", Assignment);

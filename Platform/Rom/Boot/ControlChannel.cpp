@@ -61,7 +61,7 @@ Poll (TextReader &Words)
     return "expected poll CPU";
   }
   RunOnTarget (To, Serve, nullptr);
-  ControlPortPrint ("done");
+  ControlPortPrint (ControlDone);
   return nullptr;
 }
 
@@ -89,7 +89,7 @@ RunSeries (TextReader &Words, MachineCheckSeries &Series, UINTN ChecksMax)
     }
   }
   RunOnTarget (To, RunMachineChecks, &Series);
-  ControlPortPrint ("done");
+  ControlPortPrint (ControlDone);
   return true;
 }
 
@@ -125,7 +125,7 @@ State (TextReader &Words)
     ControlPortPrint ("cpu %ld smi %ld last %ld min %ld max %ld", Index, Of.Count, Of.Last,
                       Of.Shortest, Of.Longest);
   }
-  ControlPortPrint ("done");
+  ControlPortPrint (ControlDone);
   return nullptr;
 }
 
@@ -166,13 +166,13 @@ VOID
 ServeControlChannel ()
 {
   ControlPortOpen ();
-  ControlPortPrint ("ready");
+  ControlPortPrint (ControlReady);
   for (;;) {
     CHAR8 Line[ControlLineMax];
     const bool Fits = ControlPortReadLine (Line);
     const CHAR8 *Error = Fits ? RunCommand ({Line}) : "the line is too long";
     if (Error != nullptr) {
-      ControlPortPrint ("error: %a", Error);
+      ControlPortPrint ("%a%a", ControlError, Error);
     }
   }
 }

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr CHAR8 InventoryName[] = "opt/velmora/inventory";
 constexpr UINTN TextSize = 0x2000;
 constinit CHAR8 mText[TextSize] = {};
 
@@ -175,7 +174,7 @@ VOID
 ReadInventory ()
 {
   HandOverRecord ().Found.InventoryEntryCount = 0;
-  (void)ReadConfigurationText (InventoryName, mText, sizeof mText);
+  (void)ReadConfigurationText (InventoryFile, mText, sizeof mText);
   TextReader Words = {mText};
   for (UINTN Line = 1; *Words.Next != '\0'; ++Line) {
     if (!TextEnds (Words)) {

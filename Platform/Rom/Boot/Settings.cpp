@@ -9,11 +9,6 @@
 
 namespace {
 
-constexpr CHAR8 DriversName[] = "opt/velmora/drivers";
-constexpr CHAR8 FileSizeName[] = "opt/velmora/image-size";
-constexpr CHAR8 QuietName[] = "opt/velmora/quiet";
-constexpr CHAR8 LogLevelsName[] = "opt/velmora/log-levels";
-
 /// Reads a setting of one number. Returns false when it is not given.
 bool
 ReadSetting (const CHAR8 *Name, UINTN Base, UINT64 Maximum, UINT64 &Number)
@@ -46,15 +41,15 @@ VOID
 ReadSettings ()
 {
   UINT64 Drivers = 1;
-  (void)ReadSetting (DriversName, 10, DriverMax, Drivers);
+  (void)ReadSetting (DriversFile, 10, DriverMax, Drivers);
   UINT64 FileSize = 0;
-  if (!ReadSetting (FileSizeName, 10, DRIVER_FILE_MAX, FileSize) && Drivers != 0) {
-    EndRun (EndSettings, "boot: %a is missing\n", FileSizeName);
+  if (!ReadSetting (ImageSizeFile, 10, DRIVER_FILE_MAX, FileSize) && Drivers != 0) {
+    EndRun (EndSettings, "boot: %a is missing\n", ImageSizeFile);
   }
   UINT64 Quiet = 0;
-  (void)ReadSetting (QuietName, 10, 1, Quiet);
+  (void)ReadSetting (QuietFile, 10, 1, Quiet);
   UINT64 LogLevels;
-  if (ReadSetting (LogLevelsName, 16, 0xFFFFFFFF, LogLevels)) {
+  if (ReadSetting (LogLevelsFile, 16, 0xFFFFFFFF, LogLevels)) {
     WriteLogLevels (LogLevels);
   }
   HandOver &Found = HandOverRecord ().Found;

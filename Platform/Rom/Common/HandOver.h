@@ -5,14 +5,13 @@
 /// from then on.
 #pragma once
 
+#include "HostInterface.h"
 #include "MemoryMap.h"
 #include "Record/ErrorClass.h"
 #include "Record/RequestData.h"
 #include "SmmTileOffsets.h"
 
-inline constexpr UINTN ProcessorMax = 16;
 static_assert (SMM_TILES_BASE + ProcessorMax * SMM_TILE_SIZE <= SMM_IMAGE_BASE);
-inline constexpr UINTN DriverMax = 16;
 inline constexpr UINTN PciFunctionMax = 64;
 inline constexpr UINTN InventoryEntryMax = 64;
 inline constexpr UINTN InventoryNameMax = REDFISH_ID_SIZE_MAX;

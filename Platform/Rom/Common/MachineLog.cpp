@@ -1,5 +1,6 @@
 #include "MachineLog.h"
 
+#include "HostInterface.h"
 #include "Machine.h"
 #include "PrintLib.h"
 #include "ProcessorInstructions.h"
@@ -7,9 +8,6 @@
 #include "WritableWhenLocked.h"
 
 namespace {
-
-constexpr UINT16 DebugConsolePort = 0x402;
-constexpr UINT16 DebugExitPort = 0xF4;
 
 /// Passes after which a writer goes ahead without the lock: its holder has raised an exception.
 constexpr UINTN LockPassesMax = 10000000;
