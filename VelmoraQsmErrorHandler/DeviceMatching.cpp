@@ -11,7 +11,7 @@ constinit const InventoryInfo *mInventoryInfo = nullptr;
 namespace {
 
 constexpr CHAR8 FunctionName[] = "FindRedFishId";
-constexpr AssertionSite InventoryLocated = {DriverSourceFile, 102};
+constexpr SourceSite InventoryLocated = {DriverSourceFile, 102};
 
 /// Returns the inventory, locating it if it is not bound yet; null after the failure is reported.
 const InventoryInfo *

@@ -7,9 +7,9 @@ constinit SmmIpmiTransportProtocol *mIpmiTransport = nullptr;
 
 namespace {
 
-constexpr AssertionSite InventoryLocated = {DriverSourceFile, 377};
-constexpr AssertionSite IpmiTransportLocated = {DriverSourceFile, 386};
-constexpr AssertionSite ListenerRegistered = {DriverSourceFile, 395};
+constexpr SourceSite InventoryLocated = {DriverSourceFile, 377};
+constexpr SourceSite IpmiTransportLocated = {DriverSourceFile, 386};
+constexpr SourceSite ListenerRegistered = {DriverSourceFile, 395};
 
 } // namespace
 

@@ -65,7 +65,7 @@ constexpr EventSeverity None = EventSeverityNone;
 constexpr EventSeverity Warning = EventSeverityWarning;
 constexpr EventSeverity Critical = EventSeverityCritical;
 
-constexpr AssertionSite ProcessorPoolAllocated = {DriverSourceFile, 143};
+constexpr SourceSite ProcessorPoolAllocated = {DriverSourceFile, 143};
 
 /// All of it is fixed output. The three classes are not alike: one has a pool type of its own, and
 /// the "Cmd" lines spell one word in three ways.

@@ -24,7 +24,7 @@ struct ErrorClassRules {
   EFI_MEMORY_TYPE PoolType;
 
   /// Asserted on the status of the allocation; null in a class that does not look at it.
-  const AssertionSite *PoolAllocated;
+  const SourceSite *PoolAllocated;
 
   /// The event's severity by the record's ErrorSeverity. The last one serves
   /// CperSeverityInformational and everything above it.

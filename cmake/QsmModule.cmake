@@ -25,18 +25,22 @@ function (qsm_add_module)
   endif ()
 endfunction ()
 
-# qsm_add_test (NAME n SOURCES s... [PCD d] DEPENDS t... [PROPERTIES p...])
+# qsm_add_test (NAME n SOURCES s... [PCD d MODULE m] DEPENDS t... [PROPERTIES p...])
 # A GoogleTest program. Each case runs in a process of its own, so that module state is fresh. With
-# PCD the sources, among them those of the module under test, see the settings of d/Pcd.h.
+# PCD the sources and those of module m, which is of this directory, see the settings of d/Pcd.h.
 # PROPERTIES are properties of the cases and their values, as for set_tests_properties.
 function (qsm_add_test)
   if (NOT QSM_HOST)
     return ()
   endif ()
-  cmake_parse_arguments (ARG "" "NAME;PCD" "SOURCES;DEPENDS;PROPERTIES" ${ARGN})
+  cmake_parse_arguments (ARG "" "NAME;PCD;MODULE" "SOURCES;DEPENDS;PROPERTIES" ${ARGN})
   add_executable (${ARG_NAME} ${ARG_SOURCES})
   if (ARG_PCD)
+    get_target_property (ModuleSources ${ARG_MODULE} SOURCES)
+    get_target_property (ModuleDepends ${ARG_MODULE} INTERFACE_LINK_LIBRARIES)
+    target_sources (${ARG_NAME} PRIVATE ${ModuleSources})
     target_include_directories (${ARG_NAME} PRIVATE ${ARG_PCD} ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries (${ARG_NAME} PRIVATE ${ModuleDepends})
   endif ()
   target_link_libraries (${ARG_NAME} PRIVATE ${ARG_DEPENDS} qsm_host_options GTest::gtest_main)
   gtest_discover_tests (${ARG_NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120 ${ARG_PROPERTIES})

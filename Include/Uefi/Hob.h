@@ -60,6 +60,20 @@ struct [[gnu::packed]] EFI_HOB_GUID_TYPE {
 LAYOUT_OFFSET (EFI_HOB_GUID_TYPE, Name, 0x08);
 LAYOUT_SIZE (EFI_HOB_GUID_TYPE, 24);
 
+/// The data of a GUID block, and its size in bytes as the block claims it.
+struct HobData {
+  VOID *Start; ///< Null where there is no block.
+  UINTN Size;
+};
+
+/// The data of a GUID block that a search has found; of null, none.
+inline HobData
+DataOfGuidHob (VOID *Found)
+{
+  auto *Hob = static_cast<EFI_HOB_GUID_TYPE *> (Found);
+  return Hob != nullptr ? HobData{Hob + 1, Hob->Header.HobLength - sizeof *Hob} : HobData{};
+}
+
 struct [[gnu::packed]] EFI_HOB_MEMORY_ALLOCATION {
   EFI_HOB_GENERIC_HEADER Header;
   EFI_GUID Name; ///< All zero for an allocation without a purpose of its own.

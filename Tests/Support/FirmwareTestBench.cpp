@@ -28,6 +28,12 @@ GivesNothing (EFI_MEMORY_TYPE, UINTN, VOID **Buffer)
   return EFI_SUCCESS;
 }
 
+EFI_STATUS EFIAPI
+KnowsNoSize (const EFI_SMM_ACCESS2_PROTOCOL *, UINTN *, EFI_SMRAM_DESCRIPTOR *)
+{
+  return EFI_SUCCESS;
+}
+
 FirmwareTestBench::FirmwareTestBench ()
     : Machine (TwoProcessors ()), World (Machine.ProcessorCount ())
 {

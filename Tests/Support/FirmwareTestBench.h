@@ -11,11 +11,16 @@
 #include "FaultPlan.h"
 #include "HostWorld.h"
 #include "Pool.h"
+#include "Protocol/SmmAccess2.h"
 #include "ProtocolDatabase.h"
 #include "SimulatedMachine.h"
 
 /// An allocation service of a pool that succeeds without a block.
 EFI_STATUS EFIAPI GivesNothing (EFI_MEMORY_TYPE PoolType, UINTN Size, VOID **Buffer);
+
+/// A GetCapabilities of the SMM access protocol that succeeds without being given room for the map.
+EFI_STATUS EFIAPI
+KnowsNoSize (const EFI_SMM_ACCESS2_PROTOCOL *This, UINTN *Size, EFI_SMRAM_DESCRIPTOR *Map);
 
 /// Fixture. Starts with all services there but the debug service, so that assertions return, and
 /// with gSmst, gST and gBS bound to them. The machine has two processors, each in a package of its

@@ -11,7 +11,7 @@ CallLibraries (const LibraryFunction *Functions,
                EFI_SYSTEM_TABLE *SystemTable)
 {
   for (UINTN Index = 0; Index < Count; ++Index) {
-    const AssertionSite Site = {AutoGenSourceFile, LibraryLine (FirstLine, Index)};
+    const SourceSite Site = {AutoGenSourceFile, LibraryLine (FirstLine, Index)};
     const LibraryFunction &Library = Functions[Index];
     if (Library.FormA != nullptr) {
       const EFI_STATUS Status = Library.FormA (ImageHandle, SystemTable);

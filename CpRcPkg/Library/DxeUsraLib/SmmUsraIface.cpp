@@ -5,7 +5,7 @@
 namespace {
 
 constexpr CHAR8 SourceFile[] = "CpRcPkg/Library/DxeUsraLib/SmmUsraIface";
-constexpr AssertionSite ProtocolLocated = {SourceFile, 59};
+constexpr SourceSite ProtocolLocated = {SourceFile, 59};
 constexpr AssertionSite InterfaceNotNull = {SourceFile, 63, "mUsra != ((void *) 0)"};
 
 } // namespace

@@ -8,7 +8,7 @@ namespace {
 
 constexpr AssertionSite HobFound = {SysHostPointerSourceFile, 142, "HobPtr != ((void *) 0)"};
 constexpr AssertionSite TableAllocated = {SysHostPointerSourceFile, 314, TableNotNullText};
-constexpr AssertionSite TableInstalled = {SysHostPointerSourceFile, 354};
+constexpr SourceSite TableInstalled = {SysHostPointerSourceFile, 354};
 
 /// Makes a table without pointers for that many ranges. Returns null, reported, without room.
 StaticPointerTable *
@@ -64,13 +64,12 @@ SlotPointer (UINT64 Pointer, UINTN Slot)
 VOID
 FillSlots (StaticPointerTable *Table)
 {
-  const auto *HobPtr =
-      static_cast<const EFI_HOB_GUID_TYPE *> (GetFirstGuidHob (&gStaticPointerHobGuid));
-  ASSERT (HobPtr != nullptr, HobFound);
-  if (HobPtr == nullptr) {
+  const auto *Data = static_cast<const StaticPointerHobData *> (
+      DataOfGuidHob (GetFirstGuidHob (&gStaticPointerHobGuid)).Start);
+  ASSERT (Data != nullptr, HobFound);
+  if (Data == nullptr) {
     return;
   }
-  const auto *Data = reinterpret_cast<const StaticPointerHobData *> (HobPtr + 1);
   for (UINTN Slot = 0; Slot < STATIC_POINTER_COUNT; ++Slot) {
     Table->Pointers[Slot] = SlotPointer (Data->Pointers[Slot], Slot);
   }

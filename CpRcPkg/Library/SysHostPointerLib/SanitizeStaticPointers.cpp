@@ -35,12 +35,5 @@ SanitizeStaticPointers (const EFI_GUID *, VOID *, EFI_HANDLE)
 BOOLEAN
 IsPointerInSmram (UINT64 Pointer)
 {
-  const EFI_SMRAM_DESCRIPTOR *Ranges = StaticPointerTableRanges (mPrivate);
-  for (UINTN Index = 0; Index < mPrivate->SmramRangeCount; ++Index) {
-    const EFI_SMRAM_DESCRIPTOR &Range = Ranges[Index];
-    if (Range.CpuStart <= Pointer && Pointer < Range.CpuStart + Range.PhysicalSize) {
-      return TRUE;
-    }
-  }
-  return FALSE;
+  return IsInSmram (StaticPointerTableRanges (mPrivate), mPrivate->SmramRangeCount, Pointer);
 }

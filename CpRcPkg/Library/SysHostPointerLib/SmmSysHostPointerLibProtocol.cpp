@@ -7,9 +7,9 @@ constinit const CHAR8 *mPointerTypeName[STATIC_POINTER_COUNT] = {};
 
 namespace {
 
-constexpr AssertionSite NotifyRegistered = {SysHostPointerSourceFile, 483};
+constexpr SourceSite NotifyRegistered = {SysHostPointerSourceFile, 483};
 constexpr AssertionSite TableBound = {SysHostPointerSourceFile, 487, TableNotNullText};
-constexpr AssertionSite NotifyRemoved = {SysHostPointerSourceFile, 534};
+constexpr SourceSite NotifyRemoved = {SysHostPointerSourceFile, 534};
 
 /// The notification of SmmReadyToLock; null while none is registered.
 constinit VOID *mReadyToLockRegistration = nullptr;

@@ -5,14 +5,14 @@
 
 namespace {
 
-constexpr AssertionSite AccessLocated = {SysHostPointerSourceFile, 214};
+constexpr SourceSite AccessLocated = {SysHostPointerSourceFile, 214};
 constexpr AssertionSite SizeNotZero = {SysHostPointerSourceFile, 225, "Size != 0"};
-constexpr AssertionSite SizeAsked = {SysHostPointerSourceFile, 233};
+constexpr SourceSite SizeAsked = {SysHostPointerSourceFile, 233};
 constexpr AssertionSite SizeAnswered = {SysHostPointerSourceFile, 234,
                                         "Status == ((RETURN_STATUS)(0x8000000000000000ULL | (5)))"};
 constexpr AssertionSite RangesAllocated = {SysHostPointerSourceFile, 252,
                                            "InternalRanges != ((void *) 0)"};
-constexpr AssertionSite MapRead = {SysHostPointerSourceFile, 267};
+constexpr SourceSite MapRead = {SysHostPointerSourceFile, 267};
 
 /// Finds the SMM access protocol.
 EFI_STATUS

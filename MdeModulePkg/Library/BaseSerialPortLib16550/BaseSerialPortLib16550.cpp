@@ -155,15 +155,19 @@ SerialPortWrite (const UINT8 *Buffer, UINTN NumberOfBytes)
     return 0;
   }
 
-  for (UINTN Sent = 0; Sent < NumberOfBytes; ++Sent) {
+  UINTN Sent = 0;
+  while (Sent < NumberOfBytes) {
+    if (!WaitUntil (IsTransmitterIdle)) {
+      return 0;
+    }
     // An idle transmitter's FIFO is empty and takes a whole burst.
-    if (Sent % BurstSize () == 0 && !WaitUntil (IsTransmitterIdle)) {
-      return 0;
+    for (UINTN Room = BurstSize (); Room > 0 && Sent < NumberOfBytes; --Room) {
+      if (!WaitUntil (IsReadyToSend)) {
+        return 0;
+      }
+      WriteRegister (UART_THR, Buffer[Sent]);
+      ++Sent;
     }
-    if (!WaitUntil (IsReadyToSend)) {
-      return 0;
-    }
-    WriteRegister (UART_THR, Buffer[Sent]);
   }
   return NumberOfBytes;
 }

@@ -17,11 +17,18 @@ inline constexpr UINTN DEBUG_ERROR = 0x80000000;
 inline constexpr CHAR8 StatusAssertionText[] = "!(((INTN)(RETURN_STATUS)(Status)) < 0)";
 inline constexpr CHAR8 UnreachableAssertionText[] = "((BOOLEAN)(0==1))";
 
-/// What an assertion reports. The values are fixed output, so they do not follow the source.
+/// Where an assertion on a status reports from; all statuses have the same text. The values are
+/// fixed output, so they do not follow the source.
+struct SourceSite {
+  const CHAR8 *FileName;
+  UINTN LineNumber;
+};
+
+/// The same for an assertion of an expression, with its text.
 struct AssertionSite {
   const CHAR8 *FileName;
   UINTN LineNumber;
-  const CHAR8 *Description = nullptr; ///< Of an expression; all statuses have the same text.
+  const CHAR8 *Description;
 };
 
 extern "C" {
@@ -79,7 +86,7 @@ DebugPrintLevelEnabled (UINTN ErrorLevel)
     }                                                             \
   } while (false)
 
-/// An assertion of an expression at an AssertionSite that carries the expression's text.
+/// An assertion of an expression at an AssertionSite.
 #define ASSERT(Expression, Site)                                            \
   do {                                                                      \
     if (DebugAssertEnabled () && !(Expression)) {                           \
@@ -87,7 +94,7 @@ DebugPrintLevelEnabled (UINTN ErrorLevel)
     }                                                                       \
   } while (false)
 
-/// An assertion on a status: a message with the status, then the assertion.
+/// An assertion on a status at a SourceSite: a message with the status, then the assertion.
 #define ASSERT_STATUS(Status, Message, Site)                                 \
   do {                                                                       \
     if (DebugAssertEnabled () && EFI_ERROR (Status)) {                       \

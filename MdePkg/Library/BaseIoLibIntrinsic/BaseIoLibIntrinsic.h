@@ -3,6 +3,9 @@
 
 #include "Base.h"
 
+/// What a read gives where nothing answers.
+template <typename Word> inline constexpr Word AllOnes = static_cast<Word> (~Word{0});
+
 extern "C" {
 
 /// Each is exactly one access of its width, without fence or retry, and is made even where the

@@ -12,6 +12,8 @@ LongJump (JumpBuffer *Buffer, UINTN Value)
 {
   InternalAssertJumpBuffer (Buffer);
   ASSERT (Value != 0, ValueNotZero);
+  // There is nowhere to go and no way back to a caller that does not expect one, so not even a
+  // debugger that ends the dead loop gets past it.
   while (Buffer == nullptr) {
     CpuDeadLoop ();
   }

@@ -6,7 +6,7 @@
 namespace {
 
 constexpr CHAR8 SourceFile[] = "MdePkg/Library/DxePcdLib/DxePcdLib";
-constexpr AssertionSite ProtocolLocated = {SourceFile, 72};
+constexpr SourceSite ProtocolLocated = {SourceFile, 72};
 constexpr AssertionSite InterfaceNotNull = {SourceFile, 73, "mPcd != ((void *) 0)"};
 
 constinit PcdProtocol *mPcd = nullptr;

@@ -8,7 +8,7 @@ constinit EFI_MM_SYSTEM_TABLE *gMmst = nullptr;
 namespace {
 
 constexpr CHAR8 SourceFile[] = "MdePkg/Library/MmServicesTableLib/MmServicesTableLib";
-constexpr AssertionSite MmBaseLocated = {SourceFile, 47};
+constexpr SourceSite MmBaseLocated = {SourceFile, 47};
 constexpr AssertionSite MmBaseNotNull = {SourceFile, 48, "InternalMmBase != ((void *) 0)"};
 constexpr AssertionSite MmstNotNull = {SourceFile, 54, "gMmst != ((void *) 0)"};
 

@@ -51,7 +51,7 @@ LocateSmmProtocol (const EFI_GUID *Guid, VOID **Interface)
 EFI_STATUS
 BindSmmProtocol (const EFI_GUID *Guid,
                  const AssertionSite &TableNotNull,
-                 const AssertionSite &Located,
+                 const SourceSite &Located,
                  VOID **Interface)
 {
   *Interface = nullptr;

@@ -31,7 +31,7 @@ extern "C" {
 /// a warning.
 [[nodiscard]] EFI_STATUS BindSmmProtocol (const EFI_GUID *Guid,
                                           const AssertionSite &TableNotNull,
-                                          const AssertionSite &Located,
+                                          const SourceSite &Located,
                                           VOID **Interface);
 
 /// Makes the firmware call Function when the protocol is installed, until the registration is given

@@ -15,12 +15,12 @@ constinit EFI_SMRAM_DESCRIPTOR *mSmramRanges = nullptr;
 constinit UINTN mSmramRangeCount = 0;
 
 constexpr CHAR8 SourceFile[] = "MdePkg/Library/SmmMemoryAllocationLib/MemoryAllocationLib";
-constexpr AssertionSite AccessLocated = {SourceFile, 65};
+constexpr SourceSite AccessLocated = {SourceFile, 65};
 constexpr AssertionSite MapSizeKnown = {SourceFile, 72,
                                         "Status == ((RETURN_STATUS)(0x8000000000000000ULL | (5)))"};
 constexpr AssertionSite RangesNotNull = {SourceFile, 75, "mSmramRanges != ((void *) 0)"};
-constexpr AssertionSite MapRead = {SourceFile, 78};
-constexpr AssertionSite BufferFreed = {SourceFile, 989};
+constexpr SourceSite MapRead = {SourceFile, 78};
+constexpr SourceSite BufferFreed = {SourceFile, 989};
 
 /// Copies the SMRAM map. After a failure there is no copy, and nothing is left allocated.
 VOID
@@ -61,14 +61,7 @@ CopySmramMap ()
 BOOLEAN
 BufferInSmram (const VOID *Buffer)
 {
-  const auto Address = reinterpret_cast<EFI_PHYSICAL_ADDRESS> (Buffer);
-  for (UINTN Index = 0; Index < mSmramRangeCount; ++Index) {
-    const EFI_SMRAM_DESCRIPTOR &Range = mSmramRanges[Index];
-    if (Range.CpuStart <= Address && Address < Range.CpuStart + Range.PhysicalSize) {
-      return TRUE;
-    }
-  }
-  return FALSE;
+  return IsInSmram (mSmramRanges, mSmramRangeCount, reinterpret_cast<UINTN> (Buffer));
 }
 
 } // namespace

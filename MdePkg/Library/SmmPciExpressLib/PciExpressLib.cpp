@@ -13,12 +13,6 @@ constexpr AssertionSite AddressInWindow = {"MdePkg/Library/SmmPciExpressLib/PciE
 /// Bits that an address of the window has.
 constexpr UINT64 AddressMask = 0xFFFFFFF;
 
-/// What is read where there is nothing.
-constexpr UINT8 AllOnes8 = 0xFF;
-constexpr UINT16 AllOnes16 = 0xFFFF;
-constexpr UINT32 AllOnes32 = 0xFFFFFFFF;
-constexpr UINTN AllOnesAddress = 0xFFFFFFFFFFFFFFFF;
-
 /// The window. Its size is 0 until the constructor has run.
 constinit UINT64 mPciExpressBaseAddress = 0;
 constinit UINT64 mPciExpressSize = 0;
@@ -41,7 +35,7 @@ PciExpressWindowAddress (UINT64 Address)
 {
   ASSERT ((Address & ~AddressMask) == 0, AddressInWindow);
   if (Address >= mPciExpressSize) {
-    return AllOnesAddress;
+    return AllOnes<UINTN>;
   }
   return mPciExpressBaseAddress + Address;
 }
@@ -49,33 +43,35 @@ PciExpressWindowAddress (UINT64 Address)
 UINT8
 PciExpressRead8 (UINT64 Address)
 {
-  return Address < mPciExpressSize ? MmioLoad8 (PciExpressWindowAddress (Address)) : AllOnes8;
+  return Address < mPciExpressSize ? MmioLoad8 (PciExpressWindowAddress (Address)) : AllOnes<UINT8>;
 }
 
 UINT16
 PciExpressRead16 (UINT64 Address)
 {
-  return Address < mPciExpressSize ? MmioRead16 (PciExpressWindowAddress (Address)) : AllOnes16;
+  return Address < mPciExpressSize ? MmioRead16 (PciExpressWindowAddress (Address))
+                                   : AllOnes<UINT16>;
 }
 
 UINT32
 PciExpressRead32 (UINT64 Address)
 {
-  return Address < mPciExpressSize ? MmioRead32 (PciExpressWindowAddress (Address)) : AllOnes32;
+  return Address < mPciExpressSize ? MmioRead32 (PciExpressWindowAddress (Address))
+                                   : AllOnes<UINT32>;
 }
 
 UINT32
 PciExpressWrite32 (UINT64 Address, UINT32 Value)
 {
   return Address < mPciExpressSize ? MmioWrite32 (PciExpressWindowAddress (Address), Value)
-                                   : AllOnes32;
+                                   : AllOnes<UINT32>;
 }
 
 UINT16
 PciExpressOr16 (UINT64 Address, UINT16 Value)
 {
   if (Address >= mPciExpressSize) {
-    return AllOnes16;
+    return AllOnes<UINT16>;
   }
   const UINTN Register = PciExpressWindowAddress (Address);
   return MmioWrite16 (Register, static_cast<UINT16> (MmioRead16 (Register) | Value));
@@ -85,7 +81,7 @@ UINT16
 PciExpressAnd16 (UINT64 Address, UINT16 Value)
 {
   if (Address >= mPciExpressSize) {
-    return AllOnes16;
+    return AllOnes<UINT16>;
   }
   const UINTN Register = PciExpressWindowAddress (Address);
   return MmioWrite16 (Register, static_cast<UINT16> (MmioRead16 (Register) & Value));

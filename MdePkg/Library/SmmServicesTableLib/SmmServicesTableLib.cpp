@@ -7,7 +7,7 @@ constinit EFI_SMM_SYSTEM_TABLE2 *gSmst = nullptr;
 namespace {
 
 constexpr CHAR8 SourceFile[] = "MdePkg/Library/SmmServicesTableLib/SmmServicesTableLib";
-constexpr AssertionSite SmmBase2Located = {SourceFile, 46};
+constexpr SourceSite SmmBase2Located = {SourceFile, 46};
 constexpr AssertionSite SmmBase2NotNull = {SourceFile, 47, "InternalSmmBase2 != ((void *) 0)"};
 constexpr AssertionSite SmstNotNull = {SourceFile, 53, "gSmst != ((void *) 0)"};
 
@@ -27,7 +27,7 @@ LocateBySystemTable (EFI_SYSTEM_TABLE *SystemTable, const EFI_GUID *Guid, VOID *
 EFI_SMM_SYSTEM_TABLE2 *
 GetServicesTable (EFI_SYSTEM_TABLE *SystemTable,
                   const EFI_GUID *BaseProtocolGuid,
-                  const AssertionSite &Located,
+                  const SourceSite &Located,
                   const AssertionSite &InterfaceNotNull)
 {
   VOID *Interface = nullptr;

@@ -20,6 +20,6 @@ EFI_STATUS EFIAPI SmmServicesTableLibConstructor (EFI_HANDLE ImageHandle,
 /// what it found. Returns the table, which belongs to the firmware, or null.
 EFI_SMM_SYSTEM_TABLE2 *GetServicesTable (EFI_SYSTEM_TABLE *SystemTable,
                                          const EFI_GUID *BaseProtocolGuid,
-                                         const AssertionSite &Located,
+                                         const SourceSite &Located,
                                          const AssertionSite &InterfaceNotNull);
 }

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr AssertionSite LoadedImageFound = {"MdePkg/Library/UefiDriverEntryPoint/DriverEntryPoint",
-                                            116};
+constexpr SourceSite LoadedImageFound = {"MdePkg/Library/UefiDriverEntryPoint/DriverEntryPoint",
+                                         116};
 
 /// Makes the firmware call _DriverUnloadHandler before it drops the image.
 VOID

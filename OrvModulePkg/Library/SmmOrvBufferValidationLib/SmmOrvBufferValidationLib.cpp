@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr AssertionSite ProtocolLocated = {
+constexpr SourceSite ProtocolLocated = {
     "OrvModulePkg/Library/SmmOrvBufferValidationLib/SmmOrvBufferValidationLib", 38};
 
 /// The protocol's interface; null unless bound. It belongs to its producer.

@@ -17,8 +17,7 @@ constinit UINT32 mRasLevelMask = Unresolved;
 UINT8 *
 FindMaskInHob ()
 {
-  auto *Hob = static_cast<UINT8 *> (GetFirstGuidHob (&gRasLevelMaskHobGuid));
-  return Hob != nullptr ? Hob + sizeof (EFI_HOB_GUID_TYPE) : nullptr;
+  return static_cast<UINT8 *> (DataOfGuidHob (GetFirstGuidHob (&gRasLevelMaskHobGuid)).Start);
 }
 
 UINT32

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr AssertionSite PolicyHobFound = {IioTopologySourceFile, 116};
-constexpr AssertionSite MaxPortInRange = {IioTopologySourceFile, 153};
+constexpr SourceSite PolicyHobFound = {IioTopologySourceFile, 116};
+constexpr SourceSite MaxPortInRange = {IioTopologySourceFile, 153};
 
 /// What the store is built from; all of it is only read.
 struct Sources {
@@ -107,15 +107,15 @@ EFI_STATUS
 InitializeIioTopology ()
 {
   RasDebugPrint (RAS_DEBUG_FLOW, "InitializeIioTopology!\n");
-  const auto *Hob = static_cast<const EFI_HOB_GUID_TYPE *> (GetFirstGuidHob (&gIioSiPolicyHobGuid));
-  if (Hob == nullptr) {
+  const auto *Policy = static_cast<const IioSiPolicy *> (
+      DataOfGuidHob (GetFirstGuidHob (&gIioSiPolicyHobGuid)).Start);
+  if (Policy == nullptr) {
     RasDebugPrint (RAS_DEBUG_FLOW,
                    "InitializeIioTopology: Failed to get gIioSiPolicyHobGuid Hob!\n");
     RAS_ASSERT (false, PolicyHobFound);
     return EFI_NOT_FOUND;
   }
-  const Sources From = {.Policy = reinterpret_cast<const IioSiPolicy *> (Hob + 1),
-                        .UpiHost = GetUpiHostRecord ()};
+  const Sources From = {.Policy = Policy, .UpiHost = GetUpiHostRecord ()};
   if (From.UpiHost == nullptr) {
     return EFI_NOT_FOUND;
   }

@@ -6,10 +6,6 @@
 
 namespace {
 
-/// What configuration space reads where there is no function, and here also where it cannot be
-/// reached.
-constexpr UINT32 AllOnes32 = 0xFFFFFFFF;
-
 /// A root port of one socket.
 struct PortPlace {
   UINT32 Socket;
@@ -24,11 +20,12 @@ RegisterOf (const PortPlace &Port, UINT32 Offset)
   return MmPciAddressExt (Port.Socket, Port.Bus, Port.Device, Port.Function, Offset);
 }
 
+/// Where a register cannot be reached it reads as where there is no function.
 UINT32
 ReadConfig32 (const PortPlace &Port, UINT32 Offset)
 {
   VOID *Register = RegisterOf (Port, Offset);
-  return Register != nullptr ? MmioRead32 (reinterpret_cast<UINTN> (Register)) : AllOnes32;
+  return Register != nullptr ? MmioRead32 (reinterpret_cast<UINTN> (Register)) : AllOnes<UINT32>;
 }
 
 /// Reads a register into *Value. Returns false, and leaves *Value, where it cannot be reached.
@@ -46,7 +43,7 @@ ReadConfig8 (const PortPlace &Port, UINT32 Offset, UINT8 *Value)
 bool
 IsBridge (const PortPlace &Port)
 {
-  if (ReadConfig32 (Port, offsetof (PciBridgeHeader, VendorId)) == AllOnes32) {
+  if (ReadConfig32 (Port, offsetof (PciBridgeHeader, VendorId)) == AllOnes<UINT32>) {
     return false;
   }
   UINT8 HeaderType = 0;

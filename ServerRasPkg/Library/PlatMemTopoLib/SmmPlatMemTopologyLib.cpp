@@ -6,8 +6,7 @@
 
 namespace {
 
-constexpr AssertionSite StoreFound = {"ServerRasPkg/Library/PlatMemTopoLib/SmmPlatMemTopologyLib",
-                                      55};
+constexpr SourceSite StoreFound = {"ServerRasPkg/Library/PlatMemTopoLib/SmmPlatMemTopologyLib", 55};
 
 /// The shared store; null if there is none.
 constinit PlatMemTopology *mPlatMemTopology = nullptr;

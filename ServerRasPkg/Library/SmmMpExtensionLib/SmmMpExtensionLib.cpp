@@ -10,11 +10,11 @@ constinit EFI_SMM_CPU_SERVICE_PROTOCOL *mSmmCpuService = nullptr;
 namespace {
 
 constexpr CHAR8 SourceFile[] = "ServerRasPkg/Library/SmmMpExtensionLib/SmmMpExtensionLib";
-constexpr AssertionSite ServiceLocated = {SourceFile, 52};
-constexpr AssertionSite ServiceNotNull = {SourceFile, 53};
-constexpr AssertionSite TableNotNull = {SourceFile, 58};
-constexpr AssertionSite IndexKnown = {SourceFile, 87};
-constexpr AssertionSite InformationKnown = {SourceFile, 94};
+constexpr SourceSite ServiceLocated = {SourceFile, 52};
+constexpr SourceSite ServiceNotNull = {SourceFile, 53};
+constexpr SourceSite TableNotNull = {SourceFile, 58};
+constexpr SourceSite IndexKnown = {SourceFile, 87};
+constexpr SourceSite InformationKnown = {SourceFile, 94};
 
 constexpr UINTN MaxLogicalProcessors = 1024;
 

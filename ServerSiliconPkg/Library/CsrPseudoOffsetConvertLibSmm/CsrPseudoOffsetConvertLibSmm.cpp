@@ -10,7 +10,7 @@ namespace {
 constexpr CHAR8 SourceFile[] =
     "ServerSiliconPkg/Library/CsrPseudoOffsetConvertLibSmm/CsrPseudoOffsetConvertLibSmm";
 constexpr AssertionSite TableNotNull = {SourceFile, 129, UnreachableAssertionText};
-constexpr AssertionSite ProtocolLocated = {SourceFile, 138};
+constexpr SourceSite ProtocolLocated = {SourceFile, 138};
 
 } // namespace
 

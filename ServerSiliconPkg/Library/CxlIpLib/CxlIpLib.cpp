@@ -12,8 +12,6 @@ constexpr AssertionSite BaseNotZero = {"ServerSiliconPkg/Library/CxlIpLib/CxlIpL
 /// Distance of the upstream port's RCRB from the downstream port's.
 constexpr UINT32 UpstreamRcrbOffset = 0x1000;
 
-constexpr UINT32 AllOnes = 0xFFFFFFFF;
-
 } // namespace
 
 UINT64
@@ -38,5 +36,5 @@ CxlRcrbReadsAllOnes (UINT8 Socket, UINT8 Stack)
 
   const UINT32 Upstream = RcrbBaseAddr + UpstreamRcrbOffset;
   (void)MmioRead32 (Upstream); // What the first read gives does not count.
-  return MmioRead32 (Upstream) == AllOnes;
+  return MmioRead32 (Upstream) == AllOnes<UINT32>;
 }

@@ -10,7 +10,7 @@ namespace {
 constexpr CHAR8 SourceFile[] =
     "ServerSiliconPkg/Library/EmulationConfigurationLib/EmulationConfigurationSmmLib";
 constexpr AssertionSite TableNotNull = {SourceFile, 298, UnreachableAssertionText};
-constexpr AssertionSite ProtocolLocated = {SourceFile, 307};
+constexpr SourceSite ProtocolLocated = {SourceFile, 307};
 
 } // namespace
 

@@ -8,7 +8,7 @@ namespace {
 
 constexpr CHAR8 SourceFile[] = "ServerSiliconPkg/Library/SystemInfoLib/SystemInfoLibSmm";
 constexpr AssertionSite TableNotNull = {SourceFile, 117, UnreachableAssertionText};
-constexpr AssertionSite ProtocolLocated = {SourceFile, 126};
+constexpr SourceSite ProtocolLocated = {SourceFile, 126};
 
 } // namespace
 

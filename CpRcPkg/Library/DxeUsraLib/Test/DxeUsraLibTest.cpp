@@ -2,11 +2,7 @@
 
 #include <vector>
 
-#include "FirmwareTestBench.h"
-#include "HobList.h"
-#include "Record/RasLevelMask.h"
-#include "SmmMemoryAllocationLib.h"
-#include "SmmRasGlobalDataLib.h"
+#include "RasTestBench.h"
 #include "SystemInfoLib.h"
 
 namespace {
@@ -17,7 +13,7 @@ const std::string InterfaceFile = "CpRcPkg/Library/DxeUsraLib/SmmUsraIface:";
 /// What the USRA protocol was asked.
 std::vector<UsraPcieAddress> mAsked;
 
-class MmPciAddress : public FirmwareTestBench {
+class MmPciAddress : public RasTestBench {
 public:
   MmPciAddress ()
   {
@@ -47,6 +43,7 @@ TEST_F (MmPciAddress, AsksForTheRegisterInTheSocketsSegment)
   reinterpret_cast<UINT8 *> (&Record)[302] = 9;
   reinterpret_cast<UINT8 *> (&Record)[305] = 0xFE;
   mSystemInfoRecord = &Record;
+  const UINTN Searches = gFaultPlan.Calls[ServiceSmmLocateProtocol];
   const struct {
     UINT32 Socket;
     UINT8 Bus, Device, Function;
@@ -68,54 +65,45 @@ TEST_F (MmPciAddress, AsksForTheRegisterInTheSocketsSegment)
     EXPECT_EQ (+Asked.Reserved[0] | +Asked.Reserved[1], 0U);
   }
   EXPECT_EQ (mAsked.size (), ArrayCount (Rows));
-  EXPECT_EQ (gFaultPlan.Calls[ServiceSmmLocateProtocol], 2U) << "the record, then USRA, once";
+  EXPECT_EQ (gFaultPlan.Calls[ServiceSmmLocateProtocol], Searches + 1);
 }
 
 TEST_F (MmPciAddress, AsksNobodyForASocketOutOfRange)
 {
-  constexpr RasLevelMask Failures = {0x04000000};
-  HobListAddGuid (&gRasLevelMaskHobGuid, &Failures, sizeof Failures);
-  SmmMemoryAllocationLibConstructor (nullptr, nullptr);
-  EXPECT_EQ (InitializeSmmRasGlobalData (nullptr, nullptr), EFI_SUCCESS);
+  SetLevelMask (0x04000000);
   mSystemInfoRecord = nullptr;
   const UINTN Searches = gFaultPlan.Calls[ServiceSmmLocateProtocol];
   EXPECT_EQ (MmPciAddressExt (4, 1, 2, 3, 0), nullptr);
   EXPECT_EQ (MmPciAddressExt (0xFFFFFFFF, 1, 2, 3, 0), nullptr);
-  EXPECT_EQ (Machine.Uart.Sent, "MmPciAddressExt - Socket 4 is invalid !!!"
-                                "MmPciAddressExt - Socket FFFFFFFF is invalid !!!");
+  EXPECT_EQ (TakeSent (), "MmPciAddressExt - Socket 4 is invalid !!!"
+                          "MmPciAddressExt - Socket FFFFFFFF is invalid !!!");
   EXPECT_EQ (gFaultPlan.Calls[ServiceSmmLocateProtocol], Searches);
 }
 
-TEST_F (MmPciAddress, ReportsAMissingUsra)
+TEST_F (MmPciAddress, IsNullAndReportedWithoutAUsraThatIsLookedForAgain)
 {
-  InstallDebugService ();
-  const auto Ask = [] { (void)MmPciAddressExt (1, 1, 2, 3, 0); };
-  ProtocolRemove (ProtocolSmm, &gUsraProtocolGuid);
-  EXPECT_EQ (StoppedAt (Ask), InterfaceFile + "59 !(((INTN)(RETURN_STATUS)(Status)) < 0)");
-  Publish (nullptr);
-  EXPECT_EQ (StoppedAt (Ask), InterfaceFile + "63 mUsra != ((void *) 0)");
-  Publish (&Interface);
-  FaultPlanFail (ServiceSmmLocateProtocol, 1, 5); // a warning
-  EXPECT_EQ (StoppedAt (Ask), CommonFile + "141 ((BOOLEAN)(0==1))");
+  const auto Ask = [] { EXPECT_EQ (MmPciAddressExt (1, 1, 2, 3, 0), nullptr); };
+  for (const bool Stops : {false, true}) {
+    ProtocolRemove (ProtocolSmm, &gUsraProtocolGuid);
+    EXPECT_EQ (StoppedAt (Ask),
+               Stops ? InterfaceFile + "59 !(((INTN)(RETURN_STATUS)(Status)) < 0)" : "");
+    Publish (nullptr);
+    EXPECT_EQ (StoppedAt (Ask), Stops ? InterfaceFile + "63 mUsra != ((void *) 0)" : "");
+    Publish (&Interface);
+    FaultPlanFail (ServiceSmmLocateProtocol, 1, 5); // a warning
+    EXPECT_EQ (StoppedAt (Ask), Stops ? CommonFile + "141 ((BOOLEAN)(0==1))" : "");
+    if (!Stops) {
+      VOID *Register = this;
+      FaultPlanFail (ServiceSmmLocateProtocol, 1, EFI_NOT_FOUND);
+      EXPECT_EQ (UsraAddressFirstCall (nullptr, &Register), EFI_DEVICE_ERROR);
+      EXPECT_EQ (Register, nullptr);
+      InstallDebugService ();
+    }
+  }
   EXPECT_TRUE (mAsked.empty ());
-}
-
-TEST_F (MmPciAddress, IsNullWhereNothingIsReported)
-{
-  ProtocolRemove (ProtocolSmm, &gUsraProtocolGuid);
-  EXPECT_EQ (MmPciAddressExt (1, 1, 2, 3, 0), nullptr);
-  VOID *Register = this;
-  constexpr UsraPcieAddress Address = {};
-  EXPECT_EQ (UsraAddressFirstCall (&Address, &Register), EFI_DEVICE_ERROR);
-  EXPECT_EQ (Register, nullptr);
-  Publish (nullptr);
-  EXPECT_EQ (MmPciAddressExt (1, 1, 2, 3, 0), nullptr);
-  Publish (&Interface);
-  EXPECT_EQ (MmPciAddressExt (1, 1, 2, 3, 0), &mAsked) << "each call looks again";
-
+  EXPECT_EQ (MmPciAddressExt (1, 1, 2, 3, 0), &mAsked);
   mSystemInfoRecord = nullptr; // The segment is unknown.
-  EXPECT_EQ (MmPciAddressExt (1, 1, 2, 3, 0), nullptr);
-  EXPECT_EQ (mAsked.size (), 1U);
+  Ask ();
 }
 
 } // namespace

@@ -1,7 +1,33 @@
 #include "BaseSerialPortLib16550.h"
 
+#include "Machine.h"
 #include "ModuleTestBench.h"
+#include "Pcd.h"
 #include "SimulatedUart.h"
+#include "Uart16550.h"
+
+// The module under settings that this build does not select: what a namespace declares hides the
+// build's own.
+namespace DeepFifoAndCable {
+constexpr UINT16 PcdSerialRegisterBase = 0x2E8;
+constexpr UINT16 PcdSerialRegisterStride = 4;
+constexpr UINT32 PcdSerialBaudRate = 76800; // one and a half clocks to a sixteenth of a bit
+constexpr UINT8 PcdSerialFifoControl = 0x27;
+constexpr BOOLEAN PcdSerialUseHardwareFlowControl = TRUE;
+constexpr BOOLEAN PcdSerialDetectCable = TRUE;
+#include "BaseSerialPortLib16550.cpp"
+} // namespace DeepFifoAndCable
+
+namespace NoFifoAndNoCable {
+constexpr UINT8 PcdSerialFifoControl = 0x26;
+constexpr BOOLEAN PcdSerialUseHardwareFlowControl = TRUE;
+#include "BaseSerialPortLib16550.cpp"
+} // namespace NoFifoAndNoCable
+
+namespace NoPort {
+constexpr UINT16 PcdSerialRegisterBase = 0;
+#include "BaseSerialPortLib16550.cpp"
+} // namespace NoPort
 
 namespace {
 
@@ -96,6 +122,80 @@ TEST_F (SerialPort, SendsFortyBytesAsThreeBurstsEachAfterABoundedWait)
   Uart.StayBusyForReads (2);
   EXPECT_EQ (Write (""), 0U) << "a wait for the end of what has been sent";
   EXPECT_EQ (Transcript, (AccessTranscript{"io in 3FD 40", "io in 3FD 40", "io in 3FD 60"}));
+}
+
+/// The registers of the port also at base 0x2E8 with a stride of 4.
+class TwoPortBus : public DeviceBus {
+public:
+  static UINT16
+  OnlyPort (UINT16 Port)
+  {
+    return Port < 0x3F8 && Port % 4 == 0 ? static_cast<UINT16> (0x3F8 + (Port - 0x2E8) / 4) : Port;
+  }
+
+  UINT8
+  IoRead8 (UINT16 Port) override
+  {
+    return DeviceBus::IoRead8 (OnlyPort (Port));
+  }
+
+  void
+  IoWrite8 (UINT16 Port, UINT8 Value) override
+  {
+    DeviceBus::IoWrite8 (OnlyPort (Port), Value);
+  }
+};
+
+TEST (SerialPortSettings, DecideOnDivisorFifoBurstAndOtherSide)
+{
+  const struct {
+    RETURN_STATUS (*Initialize) ();
+    UINTN (*Write) (const UINT8 *Buffer, UINTN NumberOfBytes);
+    UINT16 Divisor;
+    UINT8 FifoControl;
+    std::vector<UINTN> Bursts;
+    std::vector<UINTN> Written; ///< By modem status: nothing, CTS, DSR, both.
+  } Rows[] = {
+      {DeepFifoAndCable::SerialPortInitialize,
+       DeepFifoAndCable::SerialPortWrite,
+       2,
+       0x21,
+       {64, 2},
+       {0, 0, 0, 66}},
+      {NoFifoAndNoCable::SerialPortInitialize,
+       NoFifoAndNoCable::SerialPortWrite,
+       1,
+       0x20,
+       std::vector<UINTN> (66, 1),
+       {66, 66, 0, 66}},
+  };
+  TwoPortBus Bus;
+  gHostMachine = &Bus;
+  SimulatedUart Uart (Bus);
+  AccessTranscript Transcript;
+  Uart.Transcript = &Transcript;
+  const UINT8 Bytes[66] = {};
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE (Row.Divisor);
+    EXPECT_EQ (Row.Initialize (), RETURN_SUCCESS);
+    EXPECT_EQ (Uart.Divisor, Row.Divisor);
+    EXPECT_EQ (Uart.FifoControl, Row.FifoControl);
+    Uart.FifoControl ^= 1;
+    EXPECT_EQ (Row.Initialize (), RETURN_SUCCESS);
+    EXPECT_EQ (Uart.FifoControl, Row.FifoControl);
+    for (UINT8 Lines = 0; Lines < 4; ++Lines) {
+      Uart.ModemStatus = static_cast<UINT8> (0x8F | Lines << 4);
+      Uart.Bursts.clear ();
+      EXPECT_EQ (Row.Write (Bytes, sizeof Bytes), Row.Written[Lines]) << +Lines;
+    }
+    EXPECT_EQ (Uart.Bursts, Row.Bursts);
+    Transcript.clear ();
+    EXPECT_EQ (Row.Write (Bytes, 0), 0U);
+    EXPECT_EQ (Transcript, (AccessTranscript{"io in 3FD 60", "io in 3FE BF"}));
+  }
+  EXPECT_EQ (NoPort::SerialPortInitialize (), RETURN_DEVICE_ERROR);
+  EXPECT_EQ (NoPort::SerialPortWrite (Bytes, 1), 0U);
+  gHostMachine = nullptr;
 }
 
 } // namespace

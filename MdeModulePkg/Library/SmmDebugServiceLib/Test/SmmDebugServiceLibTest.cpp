@@ -54,7 +54,7 @@ TEST_F (SmmDebugServiceLib, LetsThroughTheLevelsOfBothFilters)
 
 TEST_F (SmmDebugServiceLib, ReportsAStatusAheadOfItsAssertion)
 {
-  static constexpr AssertionSite StatusSite = {"Some/Module", 7};
+  static constexpr SourceSite StatusSite = {"Some/Module", 7};
   const std::string Stop = "Some/Module:7 !(((INTN)(RETURN_STATUS)(Status)) < 0)";
   InstallDebugService ();
   ASSERT_EFI_ERROR (EFI_SUCCESS, StatusSite);

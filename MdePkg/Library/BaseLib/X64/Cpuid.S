@@ -1,6 +1,7 @@
 #include "AssemblyFunction.inc"
 
-// Arguments 5 and 6 of a function that has pushed nothing.
+// Arguments 5 and 6 of a function that has pushed nothing. Below them lie four slots for the
+// arguments in registers, the callee's to use: the first keeps rbx here.
 #define ARGUMENT5 0x28
 #define ARGUMENT6 0x30
 
@@ -38,6 +39,7 @@ END_FUNCTION AsmCpuidEx
 FUNCTION AsmCpuid
   mov ARGUMENT5(%rsp), %rax
   sub $0x38, %rsp
+  FRAME_SIZE 0x38
   mov %rax, 0x28(%rsp)
   mov %r9, 0x20(%rsp)
   mov %r8, %r9
@@ -45,5 +47,6 @@ FUNCTION AsmCpuid
   xor %edx, %edx
   call AsmCpuidEx
   add $0x38, %rsp
+  FRAME_SIZE 0
   ret
 END_FUNCTION AsmCpuid

@@ -1,6 +1,9 @@
 // Byte offsets of the fields of JumpBuffer, for its structure and for the assembly that fills it.
 #pragma once
 
+// The bit of CR4 that turns control-flow enforcement, and with it the shadow stack, on.
+#define CR4_CET                 23
+
 #define JUMP_BUFFER_RBX         0x00
 #define JUMP_BUFFER_RSP         0x08
 #define JUMP_BUFFER_RBP         0x10

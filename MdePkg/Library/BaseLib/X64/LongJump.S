@@ -8,8 +8,10 @@ FUNCTION InternalLongJump
   cmpl $0, PcdControlFlowEnforcementPropertyMask(%rip)
   je 1f
   mov %cr4, %rax
-  bt $23, %eax
+  bt $CR4_CET, %eax
   jnc 1f
+  // The distance in entries of 8 bytes. incssp takes the low 8 bits of its count, so a jump spans
+  // 255 calls at most.
   rdsspq %rax
   mov JUMP_BUFFER_SSP(%rcx), %r8
   sub %rax, %r8

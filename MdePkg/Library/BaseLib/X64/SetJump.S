@@ -22,7 +22,7 @@ FUNCTION SetJump
   cmpl $0, PcdControlFlowEnforcementPropertyMask(%rip)
   je 2f
   mov %cr4, %rax
-  bt $23, %eax
+  bt $CR4_CET, %eax
   jnc 2f
   // The entry that this call pushed goes unused: control leaves by a jump.
   mov $1, %eax

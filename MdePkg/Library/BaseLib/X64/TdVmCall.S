@@ -6,9 +6,9 @@
 #define EXPOSED_REGISTERS 0xFFEC
 
 // Eight registers and the return address lie below the caller's arguments.
-#define SAVED_SIZE       0x48
-#define ARGUMENT_ARG4    SAVED_SIZE + 0x20
-#define ARGUMENT_RESULT  SAVED_SIZE + 0x28
+#define SAVED_SIZE      0x48
+#define ARGUMENT_ARG4   (SAVED_SIZE + 0x20)
+#define ARGUMENT_RESULT (SAVED_SIZE + 0x28)
 
 // UINT64 TdVmCall (UINT64 Leaf, Arg1, Arg2, Arg3, Arg4, UINT64 *Result): rcx, rdx, r8, r9, stack.
 FUNCTION TdVmCall
@@ -20,6 +20,7 @@ FUNCTION TdVmCall
   push %r13
   push %r14
   push %r15
+  FRAME_SIZE 0x40
 
   mov %rcx, %r11
   mov %rdx, %r12
@@ -64,5 +65,6 @@ FUNCTION TdVmCall
   pop %rsi
   pop %rbp
   pop %rbx
+  FRAME_SIZE 0
   ret
 END_FUNCTION TdVmCall

@@ -68,45 +68,15 @@ TEST_F (SmmMemoryAllocationLib, AllocatesFromTheSmmPoolAlone)
   EXPECT_EQ (AllocatePool (8), nullptr);
 }
 
-template <FirmwareService Service, UINTN Call>
-void
-Fails ()
+TEST_F (SmmMemoryAllocationLib, StartsWithoutRangesWhenTheMapHasNoSize)
 {
-  FaultPlanFail (Service, Call, EFI_NOT_FOUND);
-}
-
-EFI_STATUS EFIAPI
-SucceedsAtOnce (const EFI_SMM_ACCESS2_PROTOCOL *, UINTN *Size, EFI_SMRAM_DESCRIPTOR *)
-{
-  *Size = sizeof gSmramMap;
-  return EFI_SUCCESS;
-}
-
-TEST_F (SmmMemoryAllocationLib, StartsWithoutRangesWhenTheMapCannotBeHad)
-{
-  const struct {
-    std::string Assertion;
-    void (*Prepare) ();
-  } Rows[] = {
-      {"65" + OnStatus, Fails<ServiceBootLocateProtocol, 1>},
-      {"72 Status == ((RETURN_STATUS)(0x8000000000000000ULL | (5)))",
-       [] { gSmmAccess.GetCapabilities = SucceedsAtOnce; }},
-      {"75 mSmramRanges != ((void *) 0)", Fails<ServiceSmmAllocatePool, 1>},
-      {"78" + OnStatus, Fails<ServiceGetCapabilities, 2>},
-  };
-  for (const bool Stops : {false, true}) {
-    for (const auto &Row : Rows) {
-      SCOPED_TRACE (Row.Assertion);
-      PowerOn ();
-      Row.Prepare ();
-      EXPECT_EQ (StoppedAt (Construct), Stops ? Source + Row.Assertion : "");
-      if (!Stops) {
-        EXPECT_EQ (gPools[PoolSmm].LiveBlocks, 0U) << "a leak";
-        EXPECT_EQ (FreedBy (gSmramMap[1].CpuStart), "boot");
-      }
-    }
-    InstallDebugService ();
-  }
+  gSmmAccess.GetCapabilities = KnowsNoSize;
+  Construct ();
+  EXPECT_EQ (gPools[PoolSmm].LiveBlocks, 0U);
+  EXPECT_EQ (FreedBy (gSmramMap[1].CpuStart), "boot");
+  InstallDebugService ();
+  EXPECT_EQ (StoppedAt (Construct),
+             Source + "72 Status == ((RETURN_STATUS)(0x8000000000000000ULL | (5)))");
 }
 
 TEST_F (SmmMemoryAllocationLib, FreesNothingWithoutTheBootServices)

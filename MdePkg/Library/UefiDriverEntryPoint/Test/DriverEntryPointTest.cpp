@@ -2,6 +2,8 @@
 
 #include "UefiDriverEntryPoint.h"
 
+#include <cstring>
+
 #include "AutoGen.h"
 #include "ModuleTestBench.h"
 #include "Protocol/LoadedImage.h"
@@ -16,13 +18,16 @@ namespace {
 EFI_STATUS mEntryStatus = EFI_SUCCESS;
 EFI_STATUS mLoadedImageStatus = EFI_SUCCESS;
 EFI_LOADED_IMAGE_PROTOCOL mLoadedImage = {};
+VOID *mInterface = &mLoadedImage;
 std::string mTranscript;
 
 EFI_STATUS EFIAPI
-HandleProtocol (EFI_HANDLE, const EFI_GUID *, VOID **Interface)
+HandleProtocol (EFI_HANDLE ImageHandle, const EFI_GUID *Guid, VOID **Interface)
 {
+  EXPECT_EQ (ImageHandle, &mTranscript);
+  EXPECT_EQ (std::memcmp (Guid, &gEfiLoadedImageProtocolGuid, sizeof *Guid), 0);
   mTranscript += "loaded image, ";
-  *Interface = EFI_ERROR (mLoadedImageStatus) ? reinterpret_cast<VOID *> (0xBAD) : &mLoadedImage;
+  *Interface = mInterface;
   return mLoadedImageStatus;
 }
 
@@ -40,7 +45,7 @@ public:
   ExpectEntry (EFI_STATUS Status, const char *Transcript)
   {
     mTranscript.clear ();
-    EXPECT_EQ (CallDriver (_ModuleEntryPoint, EFI_HANDLE{this}, &SystemTable), Status);
+    EXPECT_EQ (CallDriver (_ModuleEntryPoint, EFI_HANDLE{&mTranscript}, &SystemTable), Status);
     EXPECT_EQ (mTranscript, Transcript);
   }
 
@@ -113,15 +118,24 @@ TEST_F (DriverEntryPoint, HooksTheUnloadHandlerIfThereIsOne)
 
 TEST_F (DriverEntryPoint, AssertsOnAnImageWithoutLoadedImageProtocol)
 {
+  const std::string Stop = "MdePkg/Library/UefiDriverEntryPoint/DriverEntryPoint:116 "
+                           "!(((INTN)(RETURN_STATUS)(Status)) < 0)";
   mUnloadCount = 1;
-  mLoadedImageStatus = EFI_UNSUPPORTED;
-  ExpectEntry (EFI_SUCCESS, "constructors, loaded image, entry, ");
-  gBS = nullptr;
-  ExpectEntry (EFI_SUCCESS, "constructors, entry, ");
-  InstallDebugService ();
-  EXPECT_EQ (StoppedAt ([this] { ExpectEntry (EFI_SUCCESS, ""); }),
-             "MdePkg/Library/UefiDriverEntryPoint/DriverEntryPoint:116 "
-             "!(((INTN)(RETURN_STATUS)(Status)) < 0)");
+  for (const bool Stops : {false, true}) {
+    for (const EFI_STATUS Status : {EFI_UNSUPPORTED, EFI_SUCCESS}) {
+      mLoadedImageStatus = Status;
+      mInterface = EFI_ERROR (Status) ? reinterpret_cast<VOID *> (0xBAD) : nullptr;
+      EXPECT_EQ (
+          StoppedAt ([&] { ExpectEntry (EFI_SUCCESS, "constructors, loaded image, entry, "); }),
+          Stops ? Stop : "");
+    }
+    if (!Stops) {
+      gBS = nullptr;
+      ExpectEntry (EFI_SUCCESS, "constructors, entry, ");
+      gBS = &BootServices;
+      InstallDebugService ();
+    }
+  }
 }
 
 } // namespace

@@ -12,9 +12,9 @@
 namespace {
 
 constexpr CHAR8 SourceFile[] = "ServerRasPkg/Library/LibraryGen2/ErrorReportLib/ErrorReportLib";
-constexpr AssertionSite RouterLocated = {SourceFile, 139};
-constexpr AssertionSite CpuServiceLocated = {SourceFile, 142};
-constexpr AssertionSite ListenerRegistered = {SourceFile, 179};
+constexpr SourceSite RouterLocated = {SourceFile, 139};
+constexpr SourceSite CpuServiceLocated = {SourceFile, 142};
+constexpr SourceSite ListenerRegistered = {SourceFile, 179};
 
 /// The status-code router; null until bound. It belongs to its producer.
 constinit EFI_SMM_RSC_HANDLER_PROTOCOL *mRscHandlerProtocol = nullptr;

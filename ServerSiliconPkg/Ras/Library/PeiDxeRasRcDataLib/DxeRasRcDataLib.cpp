@@ -49,6 +49,5 @@ GetRasRcHobData (const EFI_GUID *HobGuid)
   if (HobGuid == nullptr) {
     return nullptr;
   }
-  auto *Hob = static_cast<EFI_HOB_GUID_TYPE *> (GetFirstGuidHob (HobGuid));
-  return Hob != nullptr ? Hob + 1 : nullptr;
+  return DataOfGuidHob (GetFirstGuidHob (HobGuid)).Start;
 }

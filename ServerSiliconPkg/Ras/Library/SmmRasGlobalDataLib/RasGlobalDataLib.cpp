@@ -15,9 +15,9 @@ namespace {
 constexpr CHAR8 SourceFile[] = "ServerSiliconPkg/Ras/Library/SmmRasGlobalDataLib/RasGlobalDataLib";
 constexpr CHAR8 ConstructorName[] = "InitializeSmmRasGlobalData";
 constexpr CHAR8 DataNotNullText[] = "Data != ((void *) 0)";
-constexpr AssertionSite VariableLocated = {SourceFile, 60};
+constexpr SourceSite VariableLocated = {SourceFile, 60};
 constexpr AssertionSite VariableNotNull = {SourceFile, 66, "mSmmVariableProtocol != ((void *) 0)"};
-constexpr AssertionSite PolicyLocated = {SourceFile, 77};
+constexpr SourceSite PolicyLocated = {SourceFile, 77};
 constexpr AssertionSite PolicyNotNull = {SourceFile, 83, "mVariablePolicy != ((void *) 0)"};
 
 /// The variable services; null until bound.
@@ -33,8 +33,8 @@ struct Lookup {
 
   AssertionSite EntryHoldsAddress;
   AssertionSite EntryReadable;
-  AssertionSite EntryWritten;
-  AssertionSite EntryLocked;
+  SourceSite EntryWritten;
+  SourceSite EntryLocked;
 };
 
 VOID *

@@ -12,8 +12,8 @@ namespace {
 
 constexpr CHAR8 SourceFile[] = "ServerSiliconPkg/Upi/Library/UpiHostDataLib/UpiHostDataLibSmm";
 constexpr CHAR8 HobFoundText[] = "GuidHob != ((void *) 0)";
-constexpr AssertionSite BlockAllocated = {SourceFile, 90};
-constexpr AssertionSite BlockFreed = {SourceFile, 107};
+constexpr SourceSite BlockAllocated = {SourceFile, 90};
+constexpr SourceSite BlockFreed = {SourceFile, 107};
 constexpr AssertionSite BlockBound = {SourceFile, 129, "mSmmKtiProtocol != ((void *) 0)"};
 
 /// One record of the block, and the HOB from which it comes.
@@ -53,14 +53,14 @@ BindBlock ()
 
 /// Looks for the HOBs of all records. Returns EFI_NOT_FOUND if one is missing.
 EFI_STATUS
-FindHobs (const EFI_HOB_GUID_TYPE *(&Hobs)[RecordCount])
+FindHobs (HobData (&Hobs)[RecordCount])
 {
   EFI_STATUS Status = EFI_SUCCESS;
   for (UINTN Index = 0; Index < RecordCount; ++Index) {
     const SourceRecord &Source = SourceRecords[Index];
-    Hobs[Index] = static_cast<const EFI_HOB_GUID_TYPE *> (GetFirstGuidHob (&Source.HobGuid));
-    ASSERT (Hobs[Index] != nullptr, Source.HobFound);
-    if (Hobs[Index] == nullptr) {
+    Hobs[Index] = DataOfGuidHob (GetFirstGuidHob (&Source.HobGuid));
+    ASSERT (Hobs[Index].Start != nullptr, Source.HobFound);
+    if (Hobs[Index].Start == nullptr) {
       Status = EFI_NOT_FOUND;
     }
   }
@@ -69,11 +69,10 @@ FindHobs (const EFI_HOB_GUID_TYPE *(&Hobs)[RecordCount])
 
 /// Fills one record of the block with what its HOB has of it, and zeros behind that.
 VOID
-CopyRecord (UINT8 *Record, UINTN Size, const EFI_HOB_GUID_TYPE *Hob)
+CopyRecord (UINT8 *Record, UINTN Size, const HobData &Hob)
 {
-  const UINTN HobDataSize = Hob->Header.HobLength - sizeof *Hob;
-  const UINTN CopySize = HobDataSize < Size ? HobDataSize : Size;
-  CopyMem (Record, Hob + 1, CopySize);
+  const UINTN CopySize = Hob.Size < Size ? Hob.Size : Size;
+  CopyMem (Record, Hob.Start, CopySize);
   ZeroMem (Record + CopySize, Size - CopySize);
 }
 
@@ -81,7 +80,7 @@ CopyRecord (UINT8 *Record, UINTN Size, const EFI_HOB_GUID_TYPE *Hob)
 EFI_STATUS
 PublishBlock ()
 {
-  const EFI_HOB_GUID_TYPE *Hobs[RecordCount];
+  HobData Hobs[RecordCount];
   EFI_STATUS Status = FindHobs (Hobs);
   if (EFI_ERROR (Status)) {
     return Status;
