@@ -3,9 +3,8 @@
 #include "HardwareErrors.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
-
-#include <fmt/format.h>
 
 #include "ExecutingProcessor.h"
 #include "MachineCheckRegisters.h"
@@ -153,9 +152,12 @@ public:
     Noted.push_back (Name);
     const std::vector<UINT8> &Record = mRecords.at (0);
     for (UINTN Start = From; Start < Record.size (); Start += 16) {
-      std::string Line = fmt::format ("  {:03}:", Start);
+      char Text[24];
+      std::snprintf (Text, sizeof Text, "  %03u:", static_cast<unsigned> (Start));
+      std::string Line = Text;
       for (UINTN Byte = Start; Byte < std::min<UINTN> (Start + 16, Record.size ()); ++Byte) {
-        Line += fmt::format (" {:02X}", Record[Byte]);
+        std::snprintf (Text, sizeof Text, " %02X", Record[Byte]);
+        Line += Text;
       }
       if (Line.find_first_not_of (" 0", 6) != std::string::npos) {
         Noted.push_back (Line);
