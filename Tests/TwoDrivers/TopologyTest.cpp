@@ -7,13 +7,14 @@
 
 #include <sstream>
 
-#include "ExpectedStore.h"
 #include "FaultPlan.h"
 #include "HandOffRecords.h"
 #include "Pool.h"
 #include "ProtocolDatabase.h"
 #include "Record/IioTopologyStore.h"
+#include "Record/UpiHostData.h"
 #include "StatusCodeRouter.h"
+#include "TopologyStore.h"
 
 namespace {
 
@@ -34,6 +35,15 @@ IioStore (const DriverInstance &Driver)
 {
   const auto *Store = Bound<UINT8> (Driver, "mIioTopology");
   return {Store, Store + sizeof (IioTopologyStore)};
+}
+
+/// What the store has to hold.
+Bytes
+ExpectedStore (SimulatedPlatform &Platform, bool IsRefreshed)
+{
+  const auto *Upi = Bound<UpiHostDataBlock> (*Platform.Drivers[0], "mSmmKtiProtocol");
+  return StoreOf (HandOffIioPolicy (), &Upi->HostRecord, &gSystemInfo, Platform.Machine,
+                  IsRefreshed);
 }
 
 /// Unloads the last driver. Its addresses stay out of use: whoever calls into it crashes.
@@ -61,7 +71,7 @@ TEST (TwoDrivers, ShareOneTopologyThatIsFinalAfterReadyToLock)
   for (const char *Name : SharedPointers) {
     EXPECT_EQ (Bound<VOID> (First, Name), Bound<VOID> (*Platform.Drivers[1], Name)) << Name;
   }
-  EXPECT_EQ (IioStore (First), ExpectedStore (gTopology, Platform.Machine.Pci, false));
+  EXPECT_EQ (IioStore (First), ExpectedStore (Platform, false));
   std::ostringstream Transcript;
   Transcript << "VelmoraQsmErrorHandler: Sanitizing non-SMRAM pointers in SysHostPointerLib\n"
                 "  Setting entry SptMemMapHost (7) to NULL; was 0x"
@@ -69,7 +79,7 @@ TEST (TwoDrivers, ShareOneTopologyThatIsFinalAfterReadyToLock)
              << static_cast<UINT32> (HandOffStaticPointers ()->Pointers[SptMemMapHost])
              << "\nVelmoraQsmErrorHandler: Done sanitizing non-SMRAM pointers\n";
   EXPECT_EQ (Platform.SignalReadyToLock ().Transcript (), Transcript.str ());
-  EXPECT_EQ (IioStore (First), ExpectedStore (gTopology, Platform.Machine.Pci, true));
+  EXPECT_EQ (IioStore (First), ExpectedStore (Platform, true));
 
   const auto *Table = Bound<StaticPointerTable> (First, "mPrivate");
   EXPECT_EQ (Table->Sanitized, 1);
@@ -128,7 +138,7 @@ TEST (TwoDrivers, LeaveNothingToCallInOneThatIsGone)
 
     EXPECT_EQ (Platform.SignalReadyToLock ().Stopped, "");
     for (const auto &Driver : Platform.Drivers) {
-      EXPECT_EQ (IioStore (*Driver), ExpectedStore (gTopology, Platform.Machine.Pci, Order[0]))
+      EXPECT_EQ (IioStore (*Driver), ExpectedStore (Platform, Order[0]))
           << "refreshed by the driver that made it, if that one has stayed";
       EXPECT_EQ (Bound<StaticPointerTable> (*Driver, "mPrivate")->Sanitized, 1);
     }
