@@ -72,11 +72,11 @@ FirmwareTestBench::InstallDebugService ()
 }
 
 std::string
-FirmwareTestBench::Messages () const
+FirmwareTestBench::Messages (UINTN Level) const
 {
   std::string Text;
   for (const DebugLine &Line : World.Log) {
-    Text += Line.Kind == DebugMessage ? Line.Text : "";
+    Text += Line.Kind == DebugMessage && Line.Level == Level ? Line.Text : "";
   }
   return Text;
 }

@@ -14,6 +14,7 @@
 #include "Protocol/SmmAccess2.h"
 #include "ProtocolDatabase.h"
 #include "SimulatedMachine.h"
+#include "SmmDebugServiceLib.h"
 
 /// An allocation service of a pool that succeeds without a block.
 EFI_STATUS EFIAPI GivesNothing (EFI_MEMORY_TYPE PoolType, UINTN Size, VOID **Buffer);
@@ -52,8 +53,8 @@ public:
     }
   }
 
-  /// The texts of all messages so far, as a reader sees them.
-  std::string Messages () const;
+  /// The texts of all messages of a level so far, as a reader sees them.
+  std::string Messages (UINTN Level = DEBUG_ERROR) const;
 
   SimulatedMachine Machine;
   HostWorld World;

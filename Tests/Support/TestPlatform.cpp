@@ -107,8 +107,9 @@ BootedPlatform::BootedPlatform (const PlatformDescription &Platform, DebugWorld 
 RecordedPlatform::RecordedPlatform (DebugWorld Debug)
     : BootedPlatform (
           TwoSockets ({ProcessorDevice ("CPU0", 0), ProcessorDevice ("CPU1", 1),
-                       MemoryDevice ("DIMM_S1C1D0", 1, 1, 0), MemoryDevice ("DIMM_S1C2D0", 1, 2, 0),
-                       PcieDevice ("abc", 0x3B, 2, 1)}),
+                       ProcessorDevice ("CPU1 again", 1), MemoryDevice ("DIMM_S1C1D0", 1, 1, 0),
+                       MemoryDevice ("DIMM_S1C2D0", 1, 2, 0), MemoryDevice ("again", 1, 2, 0),
+                       PcieDevice ("abc", 0x3B, 2, 1), PcieDevice ("again", 0x3B, 2, 1)}),
           Debug),
       Record (*this)
 {
@@ -151,11 +152,9 @@ RecordedPlatform::ReportError (const std::vector<UINT8> &Bytes, const ReportOpti
   Record.Note (Report (Bytes, Options));
 }
 
-LoadedPlatform::LoadedPlatform (const PlatformDescription &Platform, DebugWorld Debug)
-    : BootedPlatform (Platform, Debug)
+LoadedPlatform::LoadedPlatform (const PlatformDescription &Platform) : SimulatedPlatform (Platform)
 {
   const CallResult Load = LoadDriver ();
   EXPECT_EQ (Load.Status, EFI_SUCCESS);
   EXPECT_EQ (Load.Stopped, "");
-  SmmBlocks = gPools[PoolSmm].LiveBlocks;
 }

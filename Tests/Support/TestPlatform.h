@@ -60,10 +60,7 @@ public:
 };
 
 /// A platform on which the driver has been loaded with success.
-class LoadedPlatform : public BootedPlatform {
+class LoadedPlatform : public SimulatedPlatform {
 public:
-  explicit LoadedPlatform (const PlatformDescription &Platform,
-                           DebugWorld Debug = DebugWorld::Present);
-
-  UINTN SmmBlocks; ///< What the driver keeps of the SMM pool.
+  explicit LoadedPlatform (const PlatformDescription &Platform);
 };

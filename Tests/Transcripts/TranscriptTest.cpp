@@ -194,6 +194,13 @@ const std::vector<UINT8> FatalErrors[] = {ProcessorRecord (CperSeverityFatal),
                                           MemoryRecord (CperSeverityFatal, 1, 2, 0),
                                           PcieRecord (CperSeverityFatal, 0x3B, 2, 1)};
 
+EFI_STATUS EFIAPI
+GiveNothing (EFI_MEMORY_TYPE, UINTN, VOID **Buffer)
+{
+  *Buffer = nullptr;
+  return EFI_SUCCESS;
+}
+
 TEST (Transcript, OfErrors)
 {
   const struct {
@@ -219,6 +226,8 @@ TEST (Transcript, OfErrors)
        [] (auto &Platform) {
          Platform.World.Bmc = {EFI_DEVICE_ERROR, {0xD2}};
        }},
+      {"a pool that gives nothing", FatalErrors[2],
+       [] (auto &) { gSmmSystemTable.SmmAllocatePool = GiveNothing; }},
       {"an error ahead of the inventory", FatalErrors[2],
        [] (auto &) { gInventory.DataReady = 0; }},
   };

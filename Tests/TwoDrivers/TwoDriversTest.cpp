@@ -125,21 +125,4 @@ TEST (TwoDrivers, KeepTheLinesOfTwoProcessorsWholeAndNameTheirPlaces)
   }
 }
 
-TEST (TwoDrivers, OutliveTheFailureOfAnyCallOfTheFirst)
-{
-  bool Reached = true;
-  for (UINTN Nth = 1; Reached; ++Nth) {
-    SCOPED_TRACE (Nth);
-    ASSERT_LT (Nth, 1000U);
-    BootedPlatform Platform (TwoSockets ({}), DebugWorld::Absent);
-    gFaultPlan.AnyService = {.Call = Nth, .Status = EFI_DEVICE_ERROR};
-    LoadWithFailingCalls (Platform);
-    Reached = gFaultPlan.AllCalls >= Nth;
-    gFaultPlan.AnyService = {};
-    const CallResult Load = Platform.LoadDriver ();
-    EXPECT_EQ (Load.Stopped, "");
-    EXPECT_EQ (Load.Status, EFI_SUCCESS);
-  }
-}
-
 } // namespace

@@ -108,7 +108,7 @@ TEST_F (SysHostPointer, CopiesBlocksThatMayBeCopiedAndKeepsOtherPointers)
   }
   EXPECT_EQ (mPrivate->SmramRangeCount, 3U);
   EXPECT_EQ (std::memcmp (mPrivate + 1, gSmramMap, sizeof gSmramMap), 0);
-  EXPECT_EQ (Messages (), Driver + "Building data for SysHostPointerLib\n")
+  EXPECT_EQ (Messages (DEBUG_INFO), Driver + "Building data for SysHostPointerLib\n")
       << "the constructor's own message is of a level below";
 }
 
@@ -162,7 +162,7 @@ TEST_F (SysHostPointer, EmptiesWhatLeadsOutsideSmramAtReadyToLock)
   mPrivate->Pointers[4] = 1;
   EXPECT_EQ (SanitizeStaticPointers (nullptr, nullptr, nullptr), EFI_SUCCESS);
   EXPECT_EQ (mPrivate->Pointers[4], 1U);
-  EXPECT_EQ (Messages (), Lines) << "the work is done once";
+  EXPECT_EQ (Messages (DEBUG_INFO), Lines) << "the work is done once";
 }
 
 TEST_F (SysHostPointer, TellsSmramByTheProcessorsAddresses)

@@ -62,19 +62,4 @@ TEST_F (SmmMpExtensionLib, SitsAtZeroWhereTheServiceFails)
   }
 }
 
-TEST_F (SmmMpExtensionLib, StopsForGoodWithoutItsServiceOrTable)
-{
-  SetLevelMask (0x08000000);
-  FaultPlanFail (ServiceSmmLocateProtocol, 1, EFI_NOT_FOUND);
-  EXPECT_EQ (StoppedAt (Construct), "no assertion");
-  FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
-  EXPECT_EQ (StoppedAt (Construct), "no assertion");
-  const std::string Found = "RAS ASSERT ERROR found -- " + SourceFile + " line ";
-  EXPECT_EQ (TakeSent (), Found + "53!\r\n" + Found + "58!\r\n");
-
-  InstallDebugService ();
-  FaultPlanFail (ServiceSmmLocateProtocol, 1, EFI_NOT_FOUND);
-  EXPECT_EQ (StoppedAt (Construct), SourceFile + ":52" + OnStatus);
-}
-
 } // namespace

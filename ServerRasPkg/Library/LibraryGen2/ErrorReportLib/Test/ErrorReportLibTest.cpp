@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "AcpiTableClient.h"
 #include "CpuService.h"
+#include "Protocol/AcpiTable.h"
 #include "RasTestBench.h"
 #include "Record/RasGlobalData.h"
 #include "SmmMpExtensionLib.h"
@@ -31,26 +33,20 @@ TEST_F (ErrorReportLib, StartsTheRecordListsOnce)
   EXPECT_EQ (Processor[0], 7);
 }
 
-TEST_F (ErrorReportLib, LogsAndAssertsEachStepAndGoesOnWithoutIt)
+TEST_F (ErrorReportLib, KeepsTheCpuServiceWhoseSecondSearchFails)
 {
-  SetLevelMask (0x0C000000);
-  Construct ();
-  TakeSent ();
-  FaultPlanFail (ServiceSmmLocateProtocol, 1, EFI_NOT_FOUND);
-  EXPECT_EQ (Construct (), EFI_SUCCESS);
+  mSmmCpuService = &gCpuService;
   FaultPlanFail (ServiceSmmLocateProtocol, 2, EFI_DEVICE_ERROR);
   EXPECT_EQ (Construct (), EFI_SUCCESS);
-  EXPECT_EQ (mSmmCpuService, &gCpuService) << "what was bound before stays";
-  EXPECT_EQ (TakeSent (), "InitializeErrorReportLib, Not Found\r\n"
-                          "InitializeErrorReportLib, Success\r\n"
-                          "InitializeErrorReportLib, Success\r\n"
-                          "InitializeErrorReportLib, Device Error\r\n");
+  EXPECT_EQ (mSmmCpuService, &gCpuService);
+}
 
-  InstallDebugService ();
-  FaultPlanFail (ServiceSmmLocateProtocol, 2, EFI_DEVICE_ERROR);
-  EXPECT_EQ (StoppedAt (Construct),
-             "ServerRasPkg/Library/LibraryGen2/ErrorReportLib/ErrorReportLib:142 "
-             "!(((INTN)(RETURN_STATUS)(Status)) < 0)");
+TEST_F (ErrorReportLib, LogsMissingAcpiTablesAsAFailure)
+{
+  SetLevelMask (0x04000000);
+  ProtocolRemove (ProtocolBoot, &gEfiAcpiTableProtocolGuid);
+  EXPECT_EQ (AcpiTableClientConstructor (nullptr, nullptr), EFI_SUCCESS);
+  EXPECT_EQ (TakeSent (), "[WHEAINIT] Fail to locate gEfiAcpiTableProtocolGuid: Not Found \r\n");
 }
 
 } // namespace
