@@ -1,14 +1,14 @@
 /// The shared buffer "LoggingLock": the two locks of the RAS debug log.
 #pragma once
 
-#include "Base.h"
+#include "SpinLock.h"
 
 inline constexpr CHAR16 LoggingLockName[] = u"LoggingLock";
 
-/// Both are spin locks. Who takes both takes the second one first.
+/// Who takes both takes the second one first.
 struct LoggingLockBuffer {
-  UINTN FirstLock;  ///< Held by every line that waits for its turn on the wire.
-  UINTN SecondLock; ///< Held by lines that may cut into another one.
+  SPIN_LOCK FirstLock;  ///< Held by every line that waits for its turn on the wire.
+  SPIN_LOCK SecondLock; ///< Held by lines that may cut into another one.
 };
 LAYOUT_OFFSET (LoggingLockBuffer, FirstLock, 0);
 LAYOUT_OFFSET (LoggingLockBuffer, SecondLock, 8);

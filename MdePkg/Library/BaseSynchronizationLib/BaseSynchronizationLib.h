@@ -1,11 +1,7 @@
 /// Spin locks: one word in memory that drivers may share, with no owner and no queue.
 #pragma once
 
-#include "Base.h"
-
-/// A lock, naturally aligned, in memory of its user: 1 released, 2 acquired. Zeroed memory is no
-/// lock until InitializeSpinLock has set it up.
-using SPIN_LOCK = UINTN;
+#include "SpinLock.h"
 
 extern "C" {
 

@@ -1,6 +1,5 @@
 #include "RasDebugLibInternal.h"
 
-#include "BaseMemoryLibOptDxe.h"
 #include "CmosAccessLib.h"
 #include "DxeSmmStandaloneMmHobLib.h"
 #include "Pcd.h"
@@ -13,11 +12,12 @@ constexpr UINT32 Unresolved = 0xFFFFFFFF;
 /// Every processor that finds the mask out stores the same value.
 constinit UINT32 mRasLevelMask = Unresolved;
 
-/// Returns where the mask's HOB keeps its data, or null without such a HOB.
-UINT8 *
+/// Returns the mask in its HOB, or null without such a HOB.
+RasLevelMask *
 FindMaskInHob ()
 {
-  return static_cast<UINT8 *> (DataOfGuidHob (GetFirstGuidHob (&gRasLevelMaskHobGuid)).Start);
+  return static_cast<RasLevelMask *> (
+      DataOfGuidHob (GetFirstGuidHob (&gRasLevelMaskHobGuid)).Start);
 }
 
 UINT32
@@ -30,28 +30,26 @@ ReadMaskFromCmos ()
 
 /// Leaves the mask to the drivers to come. Without room for one more HOB each of them reads CMOS.
 VOID
-PublishMask (UINT32 Mask)
+PublishMask (const RasLevelMask &Mask)
 {
-  UINT8 *Data = FindMaskInHob ();
-  if (Data != nullptr) {
-    CopyMem (Data, &Mask, sizeof (Mask));
+  RasLevelMask *Found = FindMaskInHob ();
+  if (Found != nullptr) {
+    *Found = Mask;
   } else {
-    (void)BuildGuidDataHob (&gRasLevelMaskHobGuid, &Mask, sizeof (Mask));
+    (void)BuildGuidDataHob (&gRasLevelMaskHobGuid, &Mask, sizeof Mask);
   }
 }
 
 UINT32
 LookUpMask ()
 {
-  UINT32 Mask = 0;
-  const UINT8 *Data = FindMaskInHob ();
-  if (Data != nullptr) {
-    CopyMem (&Mask, Data, sizeof (Mask));
-    return Mask;
+  const RasLevelMask *Found = FindMaskInHob ();
+  if (Found != nullptr) {
+    return Found->Levels;
   }
-  Mask = ReadMaskFromCmos ();
+  const RasLevelMask Mask = {.Levels = ReadMaskFromCmos ()};
   PublishMask (Mask);
-  return Mask;
+  return Mask.Levels;
 }
 
 } // namespace

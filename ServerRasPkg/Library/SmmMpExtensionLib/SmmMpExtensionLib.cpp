@@ -31,15 +31,24 @@ constinit VOID *mMpExtensionBuffer = nullptr;
 EFI_STATUS EFIAPI
 SmmMpExtensionLibConstructor (EFI_HANDLE, EFI_SYSTEM_TABLE *)
 {
-  VOID *Interface = nullptr;
-  const EFI_STATUS Status = SearchSmmProtocol (&gEfiSmmCpuServiceProtocolGuid, &Interface);
-  mSmmCpuService = static_cast<EFI_SMM_CPU_SERVICE_PROTOCOL *> (Interface);
+  const EFI_STATUS Status = BindSmmCpuService ();
   ASSERT_EFI_ERROR (Status, ServiceLocated);
   RAS_ASSERT (mSmmCpuService != nullptr, ServiceNotNull);
 
   mMpExtensionBuffer = AllocatePool (MaxLogicalProcessors * sizeof (ProcessorEntry));
   RAS_ASSERT (mMpExtensionBuffer != nullptr, TableNotNull);
   return EFI_SUCCESS;
+}
+
+EFI_STATUS
+BindSmmCpuService ()
+{
+  VOID *Interface = nullptr;
+  const EFI_STATUS Status = SearchSmmProtocol (&gEfiSmmCpuServiceProtocolGuid, &Interface);
+  if (Interface != nullptr) {
+    mSmmCpuService = static_cast<EFI_SMM_CPU_SERVICE_PROTOCOL *> (Interface);
+  }
+  return Status;
 }
 
 UINTN

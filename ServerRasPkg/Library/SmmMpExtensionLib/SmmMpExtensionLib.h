@@ -26,6 +26,10 @@ extern EFI_SMM_CPU_SERVICE_PROTOCOL *mSmmCpuService;
 EFI_STATUS EFIAPI SmmMpExtensionLibConstructor (EFI_HANDLE ImageHandle,
                                                 EFI_SYSTEM_TABLE *SystemTable);
 
+/// Searches for the SMM CPU service and binds it. Returns the status of the search; one that finds
+/// nothing leaves what an earlier one has found.
+EFI_STATUS BindSmmCpuService ();
+
 /// Returns the index of the executing processor, as the CPU service counts, and fills *Location
 /// unless that is null. May run on any processor and takes no lock. What the service cannot tell is
 /// an assertion; where that returns, it is 0.

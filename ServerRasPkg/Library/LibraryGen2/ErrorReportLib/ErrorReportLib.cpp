@@ -33,18 +33,6 @@ LogStatus (const CHAR8 *FunctionName, EFI_STATUS Status)
   RasDebugPrint (RAS_DEBUG_FLOW, "%a, %r\n", FunctionName, Status);
 }
 
-/// Binds the CPU service once more. A search that fails leaves what an earlier one has found.
-EFI_STATUS
-BindCpuService ()
-{
-  VOID *Interface = nullptr;
-  const EFI_STATUS Status = LocateSmmProtocol (&gEfiSmmCpuServiceProtocolGuid, &Interface);
-  if (!EFI_ERROR (Status)) {
-    mSmmCpuService = static_cast<EFI_SMM_CPU_SERVICE_PROTOCOL *> (Interface);
-  }
-  return Status;
-}
-
 /// Finds a record list, or makes one of Size zero bytes. Returns null if there is none.
 VOID *
 FindRecordList (const CHAR16 *Name, UINTN Size)
@@ -68,7 +56,7 @@ InitializeErrorReportLib (EFI_HANDLE, EFI_SYSTEM_TABLE *)
   LogStatus ("InitializeErrorReportLib", Status);
   ASSERT_EFI_ERROR (Status, RouterLocated);
 
-  Status = BindCpuService ();
+  Status = BindSmmCpuService ();
   ASSERT_EFI_ERROR (Status, CpuServiceLocated);
   LogStatus ("InitializeErrorReportLib", Status);
 

@@ -23,22 +23,19 @@ constexpr AssertionSite PolicyNotNull = {SourceFile, 83, "mVariablePolicy != ((v
 /// The variable services; null until bound.
 constinit EFI_SMM_VARIABLE_PROTOCOL *mSmmVariableProtocol = nullptr;
 
-/// What the two lookups do each in its own way.
-struct Lookup {
+/// What the lookups of the buffers inside and outside SMM memory say each in its own way.
+struct Store {
   const CHAR8 *FunctionName;
   bool ReportsFailedWrite; ///< By a message ahead of the assertion.
-
-  /// Returns Size zero bytes, or null after a message.
-  VOID *(*Allocate) (UINTN Size, EFI_MEMORY_TYPE MemoryType);
-
   AssertionSite EntryHoldsAddress;
   AssertionSite EntryReadable;
   SourceSite EntryWritten;
   SourceSite EntryLocked;
 };
 
+/// Each of the two returns Size zero bytes, or null after a message.
 VOID *
-AllocateFromSmm (UINTN Size, EFI_MEMORY_TYPE)
+AllocateFromSmm (UINTN Size)
 {
   VOID *Data = AllocateZeroPool (Size);
   if (Data == nullptr) {
@@ -60,20 +57,18 @@ AllocateOutsideSmm (UINTN Size, EFI_MEMORY_TYPE MemoryType)
   return ZeroMem (Data, Size);
 }
 
-constexpr Lookup InSmm = {
+constexpr Store InSmm = {
     .FunctionName = "GetRasGlobalData",
     .ReportsFailedWrite = true,
-    .Allocate = AllocateFromSmm,
     .EntryHoldsAddress = {SourceFile, 137, DataNotNullText},
     .EntryReadable = {SourceFile, 145, UnreachableAssertionText},
     .EntryWritten = {SourceFile, 168},
     .EntryLocked = {SourceFile, 177},
 };
 
-constexpr Lookup OutsideSmm = {
+constexpr Store OutsideSmm = {
     .FunctionName = "GetRasGlobalDataMemoryType",
     .ReportsFailedWrite = false,
-    .Allocate = AllocateOutsideSmm,
     .EntryHoldsAddress = {SourceFile, 228, DataNotNullText},
     .EntryReadable = {SourceFile, 236, UnreachableAssertionText},
     .EntryWritten = {SourceFile, 260},
@@ -95,50 +90,47 @@ ReadEntry (const CHAR16 *Name, VOID **Data)
 /// Writes an entry and locks it: in this order, or the lock would refuse the write. An entry that
 /// could not be written is locked all the same.
 VOID
-Publish (const Lookup &How, const CHAR16 *Name, VOID *Data)
+Publish (const Store &Of, const CHAR16 *Name, VOID *Data)
 {
   EFI_STATUS Status = mSmmVariableProtocol->SmmSetVariable (
       Name, &gRasGlobalDataVariableGuid, RAS_GLOBAL_DATA_ATTRIBUTES, sizeof (Data), &Data);
-  if (EFI_ERROR (Status) && How.ReportsFailedWrite) {
+  if (EFI_ERROR (Status) && Of.ReportsFailedWrite) {
     DEBUG (DEBUG_ERROR, "%a: set variable gRasGlobalDataVariableGuid failed, Status=%r\n",
-           How.FunctionName, Status);
+           Of.FunctionName, Status);
   }
-  ASSERT_EFI_ERROR (Status, How.EntryWritten);
+  ASSERT_EFI_ERROR (Status, Of.EntryWritten);
 
   Status = RegisterBasicVariablePolicy (Name);
   if (EFI_ERROR (Status)) {
-    DEBUG (DEBUG_ERROR, "%a: RegisterBasicVariablePolicy for %s failed! %r\n", How.FunctionName,
+    DEBUG (DEBUG_ERROR, "%a: RegisterBasicVariablePolicy for %s failed! %r\n", Of.FunctionName,
            Name, Status);
   }
-  ASSERT_EFI_ERROR (Status, How.EntryLocked);
+  ASSERT_EFI_ERROR (Status, Of.EntryLocked);
 }
 
-/// Both lookups.
+/// Both lookups. Allocate takes nothing and returns a new buffer or null.
+template <typename Allocator>
 VOID *
-FindOrMake (const Lookup &How,
-            const CHAR16 *Name,
-            UINTN Size,
-            EFI_MEMORY_TYPE MemoryType,
-            BOOLEAN *NewBuffer)
+FindOrMake (const Store &Of, const CHAR16 *Name, BOOLEAN *NewBuffer, Allocator Allocate)
 {
   VOID *Data = nullptr;
-  BOOLEAN Made = FALSE;
+  BOOLEAN IsNew = FALSE;
   const EFI_STATUS Status = ReadEntry (Name, &Data);
   if (!EFI_ERROR (Status)) {
-    ASSERT (Data != nullptr, How.EntryHoldsAddress);
+    ASSERT (Data != nullptr, Of.EntryHoldsAddress);
   } else if (Status == EFI_NOT_FOUND) {
-    Data = How.Allocate (Size, MemoryType);
+    Data = Allocate ();
     if (Data != nullptr) {
-      Made = TRUE;
-      Publish (How, Name, Data);
+      IsNew = TRUE;
+      Publish (Of, Name, Data);
     }
   } else {
     Data = nullptr;
-    ASSERT (false, How.EntryReadable);
+    ASSERT (false, Of.EntryReadable);
   }
 
   if (NewBuffer != nullptr) {
-    *NewBuffer = Made;
+    *NewBuffer = IsNew;
   }
   return Data;
 }
@@ -182,7 +174,7 @@ InitializeSmmRasGlobalData (EFI_HANDLE, EFI_SYSTEM_TABLE *)
 VOID *
 GetRasGlobalData (const CHAR16 *Name, UINTN Size, BOOLEAN *NewBuffer)
 {
-  return FindOrMake (InSmm, Name, Size, EfiRuntimeServicesData, NewBuffer);
+  return FindOrMake (InSmm, Name, NewBuffer, [=] { return AllocateFromSmm (Size); });
 }
 
 VOID *
@@ -191,5 +183,6 @@ GetRasGlobalDataMemoryType (const CHAR16 *Name,
                             EFI_MEMORY_TYPE MemoryType,
                             BOOLEAN *NewBuffer)
 {
-  return FindOrMake (OutsideSmm, Name, Size, MemoryType, NewBuffer);
+  return FindOrMake (OutsideSmm, Name, NewBuffer,
+                     [=] { return AllocateOutsideSmm (Size, MemoryType); });
 }
