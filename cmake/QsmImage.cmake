@@ -19,6 +19,7 @@ function (qsm_link_image TARGET NAME BASE)
     /entry:_ModuleEntryPoint
     /nodefaultlib
     /base:${BASE}
+    /version:${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
     /timestamp:0
     /opt:ref,noicf
     /lldmap:${NAME}.map

@@ -24,6 +24,9 @@ Parse (CLI::App &App,
   } catch (const CLI::CallForHelp &) {
     Console.Out << App.help ();
     return EXIT_DONE;
+  } catch (const CLI::CallForVersion &) {
+    Console.Out << App.version () << '\n';
+    return EXIT_DONE;
   } catch (const CLI::ParseError &Error) {
     // A misspelt name explains a missing one, and not the other way round.
     const std::vector<std::string> Unknown = App.remaining (true);
@@ -64,6 +67,8 @@ RunTool (CLI::App &App,
          Console &Console,
          const int &ExitCode)
 {
+  App.set_version_flag ("--version", App.get_name () + " " + QSM_VERSION,
+                        "Print the version and exit");
   const int Result = Parse (App, ArgumentCount, Arguments, Console, ExitCode);
   Console.Out.flush ();
   if (!Console.Out) {

@@ -19,7 +19,8 @@ Console ProcessConsole ();
 int Complain (Console &Console, const std::string &Tool, std::string Text);
 
 /// Parses the command line, by which the callbacks of App run, and returns ExitCode as they leave
-/// it. Bad usage, an InputError of a callback and output that cannot be written are complained of.
+/// it. App gets the option --version. Bad usage, an InputError of a callback and output that cannot
+/// be written are complained of.
 int RunTool (CLI::App &App,
              int ArgumentCount,
              const char *const *Arguments,

@@ -1,6 +1,7 @@
 """The tree and its test programs on the host, for scripts that run cases of their own choice."""
 import math
 import os
+import re
 import resource
 import subprocess
 import sys
@@ -14,6 +15,11 @@ DRIVER = ('MdePkg', 'MdeModulePkg', 'UefiCpuPkg', 'Features', 'CpRcPkg', 'OrvMod
 APART = ('Tests/Image/', 'Tests/Machine/')
 MEMORY = 2 << 30
 LONGEST_SECONDS = 300
+
+
+def version():
+    return re.search(r'^project \(.* VERSION (\S+)', (ROOT / 'CMakeLists.txt').read_text(),
+                     re.MULTILINE).group(1)
 
 
 def tracked(*paths):
