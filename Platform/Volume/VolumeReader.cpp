@@ -57,10 +57,11 @@ CheckBlockMap (const EFI_FIRMWARE_VOLUME_HEADER &Header)
 VolumeFault
 OpenVolume (const UINT8 *Bytes, UINTN Size, Volume &Opened)
 {
-  const auto &Header = *reinterpret_cast<const EFI_FIRMWARE_VOLUME_HEADER *> (Bytes);
-  if (Size < sizeof Header || Header.Signature != EFI_FVH_SIGNATURE) {
+  const auto *Start = reinterpret_cast<const EFI_FIRMWARE_VOLUME_HEADER *> (Bytes);
+  if (Size < sizeof *Start || Start->Signature != EFI_FVH_SIGNATURE) {
     return {"there is no volume header", 0};
   }
+  const EFI_FIRMWARE_VOLUME_HEADER &Header = *Start;
   if (Header.HeaderLength < sizeof Header || Header.HeaderLength > Size ||
       Header.HeaderLength % sizeof (EFI_FV_BLOCK_MAP_ENTRY) != 0) {
     return {"the volume header's length is wrong",
