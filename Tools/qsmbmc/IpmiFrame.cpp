@@ -1,6 +1,7 @@
 #include "IpmiFrame.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 
 namespace {
@@ -77,7 +78,7 @@ EncodeMessage (const IpmiMessage &Message)
   std::vector<UINT8> Bytes = {Message.Sequence,
                               static_cast<UINT8> (Message.NetFunction << 2 | (Message.Lun & 3)),
                               Message.Command};
-  Bytes.insert (Bytes.end (), Message.Data.begin (), Message.Data.end ());
+  std::ranges::copy (Message.Data, std::back_inserter (Bytes));
   Bytes.push_back (static_cast<UINT8> (-Sum (Bytes)));
   return Bytes;
 }
