@@ -1,5 +1,5 @@
-# The production image from the objects of all driver modules, with its map, its checks and its
-# firmware file; and the other module of the emulated machine's volume.
+# The production image from the objects of all driver modules, with its map, its twin for debuggers,
+# its checks and its firmware file; and the other module of the emulated machine's volume.
 
 get_property (Modules GLOBAL PROPERTY QSM_DRIVER_MODULES)
 list (TRANSFORM Modules REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>")
@@ -26,6 +26,23 @@ function (qsm_link_image TARGET NAME BASE)
     /WX)
 endfunction ()
 qsm_link_image (QsmImage VelmoraQsmErrorHandler 0 ${Modules})
+
+# The twin for debuggers: the same objects, of which it keeps what they tell of the source, and where
+# each function has its frame on the stack.
+set (Frames ${PROJECT_BINARY_DIR}/StackFrames.S)
+set (FramesProgram ${PROJECT_SOURCE_DIR}/Tools/stackframes/stackframes.py)
+add_custom_command (
+  OUTPUT ${Frames}
+  COMMAND python3 ${FramesProgram} $<TARGET_FILE:QsmImage>
+          ${PROJECT_BINARY_DIR}/VelmoraQsmErrorHandler.map ${Frames}
+  DEPENDS ${FramesProgram} QsmImage
+  VERBATIM)
+add_library (QsmFrames OBJECT ${Frames})
+target_link_libraries (QsmFrames PRIVATE qsm_driver_options)
+# Their object has a section of code without code, which goes ahead so as to move nothing.
+qsm_link_image (QsmTwin VelmoraQsmErrorHandler.debug 0 $<TARGET_OBJECTS:QsmFrames> ${Modules})
+target_link_options (QsmTwin PRIVATE /debug:dwarf)
+
 qsm_link_image (QsmRelinkedImage Relinked 0x10000000000 ${Modules})
 qsm_link_image (InventoryImage SystemInventory 0
                 ${PROJECT_SOURCE_DIR}/Platform/Modules/SystemInventory.cpp)
@@ -59,8 +76,9 @@ set (CheckedStamp ${PROJECT_BINARY_DIR}/image-checked)
 add_custom_command (
   OUTPUT ${CheckedStamp}
   COMMAND ${PROJECT_BINARY_DIR}/imagecheck $<TARGET_FILE:QsmImage> $<TARGET_FILE:QsmRelinkedImage>
+          $<TARGET_FILE:QsmTwin>
   COMMAND ${CMAKE_COMMAND} -E touch ${CheckedStamp}
-  DEPENDS ${PROJECT_BINARY_DIR}/imagecheck QsmImage QsmRelinkedImage
+  DEPENDS ${PROJECT_BINARY_DIR}/imagecheck QsmImage QsmRelinkedImage QsmTwin
   COMMENT "Checking the image"
   VERBATIM)
 add_custom_target (QsmImageCheck ALL DEPENDS ${CheckedStamp})

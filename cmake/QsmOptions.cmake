@@ -17,7 +17,10 @@ target_compile_options (
 if (NOT QSM_HOST)
   # No operating system and no run-time library stands behind the image and the ROM: nothing below
   # the stack pointer is safe, nobody probes or guards the stack, unwinds or runs start-up code, and
-  # no vector register is used unasked.
+  # no vector register is used unasked. What the objects tell a debugger of the source stays out of
+  # what is delivered. It names the source by its place in the tree; a compiler cache may have given
+  # the compiler that from the build's directory.
+  file (RELATIVE_PATH SourceFromBuild ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR})
   if (QSM_MACHINE)
     # For a target without an operating system clang does not say that it makes ELF objects.
     target_compile_options (
@@ -33,7 +36,11 @@ if (NOT QSM_HOST)
   endif ()
   target_compile_options (
     qsm_driver_options
-    INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Os>
+    INTERFACE -gdwarf-4
+              -fdebug-compilation-dir=.
+              -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/=
+              -fdebug-prefix-map=${SourceFromBuild}=
+              $<$<COMPILE_LANGUAGE:CXX>:-Os>
               $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>
               $<$<COMPILE_LANGUAGE:CXX>:-fno-asynchronous-unwind-tables>
               $<$<COMPILE_LANGUAGE:CXX>:-fno-stack-protector>

@@ -18,6 +18,7 @@ inline constexpr UINT16 PE_RELOCATIONS_STRIPPED = 0x0001;
 
 inline constexpr UINT32 PE_DIRECTORY_COUNT = 16;
 inline constexpr UINT32 PE_DIRECTORY_RELOCATION = 5;
+inline constexpr UINT32 PE_DIRECTORY_DEBUG = 6;
 
 /// Bits of SectionHeader::Characteristics.
 inline constexpr UINT32 PE_SECTION_EXECUTE = 0x20000000;

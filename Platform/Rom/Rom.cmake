@@ -11,7 +11,7 @@ function (qsm_add_machine_image TARGET LAYOUT)
     OUTPUT ${Layout}
     COMMAND ${CMAKE_CXX_COMPILER} -E -P -x c -I${CMAKE_CURRENT_SOURCE_DIR}/Common -o ${Layout}
             ${CMAKE_CURRENT_SOURCE_DIR}/${LAYOUT}
-    DEPENDS ${LAYOUT} Common/MemoryMap.h
+    DEPENDS ${LAYOUT} Common/DebugSections.ld Common/MemoryMap.h
     VERBATIM)
   add_executable (
     ${TARGET} ${Layout} ${ARG_SOURCES} Common/ExceptionEntry.S Common/ExceptionFrame.cpp

@@ -5,8 +5,10 @@
 
 #include "Base.h"
 
-/// The production image, and the same objects linked for another base address.
+/// The production image, its twin with debug data, and the same objects linked for another base
+/// address.
 inline constexpr char ImageName[] = "VelmoraQsmErrorHandler.efi";
+inline constexpr char TwinImageName[] = "VelmoraQsmErrorHandler.debug.efi";
 inline constexpr char RelinkedImageName[] = "Relinked.efi";
 
 /// Reads a file that scripts/image has built; fails the test if there is none. The environment

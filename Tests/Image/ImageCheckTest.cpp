@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -129,6 +130,22 @@ TEST (ImageCheck, NamesEachFaultAndPassesTheBuiltImage)
     Patient Image = Sound;
     Case.Damage (Image);
     EXPECT_THAT (CheckImage (Image.Bytes, Image.Relinked), testing::Contains (Case.Fault));
+  }
+}
+
+TEST (ImageCheck, TellsTheTwinFromThatOfAnotherImage)
+{
+  Patient Sound;
+  const std::vector<UINT8> Image = std::exchange (Sound.Bytes, ReadBuiltFile (TwinImageName));
+  EXPECT_THAT (CheckTwin (Image, Sound.Bytes), testing::IsEmpty ());
+  for (const std::string Name : {".text", ".rdata", ".data", ".reloc"}) {
+    const std::string Fault = "the twin has another section " + Name;
+    Patient Changed = Sound;
+    Changed.Bytes[Changed.Section (Name).FileOffset] ^= 1;
+    EXPECT_THAT (CheckTwin (Image, Changed.Bytes), testing::Contains (Fault));
+    Patient Longer = Sound;
+    Longer.Section (Name).MemorySize += 1;
+    EXPECT_THAT (CheckTwin (Image, Longer.Bytes).empty (), Name == ".rdata");
   }
 }
 

@@ -125,3 +125,29 @@ CheckImage (std::span<const UINT8> File, std::span<const UINT8> RelinkedFile)
   }
   return Check.Faults;
 }
+
+std::vector<std::string>
+CheckTwin (std::span<const UINT8> File, std::span<const UINT8> TwinFile)
+{
+  Checker Check;
+  ImageFile Image, Twin;
+  const std::vector<UINT8> Memory = LoadFile (File, Image, Check);
+  const std::vector<UINT8> TwinMemory = LoadFile (TwinFile, Twin, Check);
+  if (Memory.empty () || TwinMemory.empty ()) {
+    return Check.Faults;
+  }
+  const UINT32 DebugDirectory = Twin.Headers->Directories[PE_DIRECTORY_DEBUG].Address;
+  for (UINTN Index = 0; Index < Image.Headers->SectionCount; Index++) {
+    const SectionHeader &Section = Image.Sections[Index];
+    const auto IsSame = [&] (const SectionHeader &Other) {
+      const UINT32 End = Section.Address + Section.MemorySize;
+      const UINT32 OtherEnd = Other.Address + Other.MemorySize;
+      const bool HasDirectory = End <= DebugDirectory && DebugDirectory < OtherEnd;
+      return Other.Address == Section.Address && (OtherEnd == End || HasDirectory) &&
+             std::equal (&Memory[Section.Address], &Memory[End], &TwinMemory[Section.Address]);
+    };
+    Check.Require (Index < Twin.Headers->SectionCount && IsSame (Twin.Sections[Index]),
+                   "the twin has another section " + NameOf (Section));
+  }
+  return Check.Faults;
+}

@@ -16,3 +16,8 @@ inline constexpr UINTN ImageFileSizeMax = 48 * 1024;
 /// two must not differ, or an absolute pointer is without its relocation.
 std::vector<std::string> CheckImage (std::span<const UINT8> File,
                                      std::span<const UINT8> RelinkedFile);
+
+/// Returns one sentence for each way in which TwinFile, the image with its debug data, would tell a
+/// debugger of another program than the image File: all sections of the image must be in it, at the
+/// same addresses and byte for byte. Only the debug directory may follow in one of them.
+std::vector<std::string> CheckTwin (std::span<const UINT8> File, std::span<const UINT8> TwinFile);

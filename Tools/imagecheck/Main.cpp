@@ -1,6 +1,7 @@
-/// imagecheck IMAGE RELINKED: a step of the image's build. Prints what is wrong with the image;
-/// exit status 1 if anything is.
+/// imagecheck IMAGE RELINKED TWIN: a step of the image's build. Prints what is wrong with the image
+/// and with its twin for debuggers; exit status 1 if anything is.
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -21,13 +22,15 @@ ReadFile (const char *Path)
 int
 main (int ArgumentCount, char **Arguments)
 {
-  if (ArgumentCount != 3) {
-    std::fputs ("usage: imagecheck IMAGE RELINKED\n", stderr);
+  if (ArgumentCount != 4) {
+    std::fputs ("usage: imagecheck IMAGE RELINKED TWIN\n", stderr);
     return 2;
   }
   const std::vector<UINT8> Image = ReadFile (Arguments[1]);
   const std::vector<UINT8> Relinked = ReadFile (Arguments[2]);
-  const std::vector<std::string> Faults = CheckImage (Image, Relinked);
+  const std::vector<UINT8> Twin = ReadFile (Arguments[3]);
+  std::vector<std::string> Faults = CheckImage (Image, Relinked);
+  std::ranges::copy (CheckTwin (Image, Twin), std::back_inserter (Faults));
   for (const std::string &Fault : Faults) {
     std::fprintf (stderr, "%s: %s\n", Arguments[1], Fault.c_str ());
   }
