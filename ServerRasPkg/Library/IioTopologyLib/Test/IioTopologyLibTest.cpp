@@ -179,13 +179,13 @@ TEST_F (IioTopology, IsDumpedInAPassForPortsAndOneForStacks)
   EXPECT_EQ (Construct (), EFI_SUCCESS);
   Machine.Uart.Sent.clear ();
   mIioTopology->Socket[0].Valid = 2; // No value of a socket that is there.
-  mIioTopology->Socket[0].Stack[3].Present = 2;
+  mIioTopology->Socket[2].Stack[3].Present = 2;
   DumpIioTopology ();
   EXPECT_EQ (Machine.Uart.Sent,
              "DumpIioTopology \r\nSktId = 0x1, MaxPort 0x3\r\n"
              "SktId = 0x1,Port = 0x0, Bus = 0x20,Device = 0x0,Function = 0x0 \r\n"
              "SktId = 0x1,Port = 0x1, Bus = 0xA0,Device = 0x6,Function = 0x1 \r\n"
-             "SktId = 0x0,IioStack = 0x3 \r\nSktId = 0x1,IioStack = 0x1 \r\n");
+             "SktId = 0x1,IioStack = 0x1 \r\nSktId = 0x2,IioStack = 0x3 \r\n");
 }
 
 TEST_F (IioTopology, ReadsEachRegisterOfABridgeOnce)
