@@ -43,7 +43,8 @@ Interruption::WaitMask ()
 void
 Interruption::Check ()
 {
-  if (CurrentMask != nullptr && Caught != 0) {
-    throw MachineError (fmt::format ("interrupted by signal {}", static_cast<int> (Caught)));
+  if (const int Number = Caught; CurrentMask != nullptr && Number != 0) {
+    Caught = 0;
+    throw MachineError (fmt::format ("interrupted by signal {}", Number));
   }
 }

@@ -4,7 +4,8 @@
 #include <csignal>
 
 /// While it lives the two signals end no process: they are held back until a Deadline waits, and
-/// make its wait throw a MachineError. So everything that the run has made is taken away in order.
+/// make its wait throw a MachineError, once for each signal. So everything that the run has made is
+/// taken away in order, and the failure can still be looked into.
 /// Child processes that are started meanwhile do not get them. One may live at a time.
 class Interruption {
 public:

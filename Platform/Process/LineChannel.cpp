@@ -16,7 +16,7 @@ constexpr std::size_t LINE_SIZE_MAX = 1 << 20;
 } // namespace
 
 std::string
-LineChannel::ReadLine ()
+LineChannel::ReadLine (int SenderEnd)
 {
   const Deadline Until (Time);
   std::size_t Searched = 0;
@@ -35,9 +35,13 @@ LineChannel::ReadLine ()
     if (Searched > LINE_SIZE_MAX) {
       throw MachineError (fmt::format ("a line of more than {} bytes came", LINE_SIZE_MAX));
     }
-    pollfd Waited = {.fd = Socket.Get (), .events = POLLIN, .revents = 0};
-    if (!Until.WaitFor ({&Waited, 1})) {
+    pollfd Waited[] = {{.fd = Socket.Get (), .events = POLLIN, .revents = 0},
+                       {.fd = SenderEnd, .events = POLLIN, .revents = 0}};
+    if (!Until.WaitFor (Waited)) {
       throw MachineError (fmt::format ("no line came for {} ms", Time.count ()));
+    }
+    if (Waited[0].revents == 0) {
+      throw MachineError ("no line can come any more");
     }
     std::array<char, 4096> Bytes = {};
     const ssize_t Count = read (Socket.Get (), Bytes.data (), Bytes.size ());

@@ -18,8 +18,9 @@ public:
   {
   }
 
-  /// The next line without its end. Throws MachineError if none comes, or a very long one.
-  std::string ReadLine ();
+  /// The next line without its end. Throws MachineError if none comes, or a very long one, and as
+  /// soon as the descriptor SenderEnd becomes readable, which says that none will come; -1 is none.
+  std::string ReadLine (int SenderEnd = -1);
 
   /// Writes Line and its end. Throws MachineError if nobody takes it.
   void WriteLine (std::string_view Line);

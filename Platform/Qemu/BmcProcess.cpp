@@ -93,10 +93,10 @@ BmcProcess::TakeEvents ()
 }
 
 BmcEvent
-BmcProcess::WaitForEvent ()
+BmcProcess::WaitForEvent (int MachineEnd)
 {
   if (Events.empty ()) {
-    ReadUntil ("sequence");
+    ReadUntil ("sequence", MachineEnd);
   }
   BmcEvent First = Events.front ();
   Events.erase (Events.begin ());
@@ -112,12 +112,12 @@ BmcProcess::Ask (const std::string &Line, const std::string &Key)
 
 /// Reads up to the line that has the key, keeps all events, and returns the value if it is a text.
 std::string
-BmcProcess::ReadUntil (const std::string &Key)
+BmcProcess::ReadUntil (const std::string &Key, int SenderEnd)
 {
   for (;;) {
     std::string Line;
     try {
-      Line = Channel.ReadLine ();
+      Line = Channel.ReadLine (SenderEnd);
     } catch (const MachineError &Error) {
       throw MachineError (fmt::format ("BMC: {}: {}", Key, Error.what ()));
     }

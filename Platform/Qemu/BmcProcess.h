@@ -52,12 +52,13 @@ public:
   /// The events since the last call, in their order; all that the BMC had taken at this moment.
   std::vector<BmcEvent> TakeEvents ();
 
-  /// The next event, for which it waits.
-  BmcEvent WaitForEvent ();
+  /// The next event, for which it waits, but not when the descriptor MachineEnd becomes readable,
+  /// behind which nobody sends one; -1 is none.
+  BmcEvent WaitForEvent (int MachineEnd = -1);
 
 private:
   std::string Ask (const std::string &Line, const std::string &Key);
-  std::string ReadUntil (const std::string &Key);
+  std::string ReadUntil (const std::string &Key, int SenderEnd = -1);
 
   BmcProcessOptions Options;
   std::unique_ptr<ChildProcess> Process;

@@ -14,7 +14,7 @@
 
 #include "HostInterface.h"
 #include "LocalSocket.h"
-#include "MachineError.h"
+#include "MachineReport.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ FileText (const std::filesystem::path &File)
   return Text.str ();
 }
 
-/// The last lines of a file under a heading; nothing if it is empty.
+/// The last lines of a file below a heading; nothing if it is empty.
 std::string
 TailText (const char *Heading, const std::filesystem::path &File)
 {
@@ -37,8 +37,9 @@ TailText (const char *Heading, const std::filesystem::path &File)
   if (Text.empty ()) {
     return {};
   }
-  return fmt::format ("\n{}:\n{}", Heading,
-                      Text.substr (Text.size () - std::min (Text.size (), TAIL_SIZE)));
+  return fmt::format ("{}:\n{}{}", Heading,
+                      Text.substr (Text.size () - std::min (Text.size (), TAIL_SIZE)),
+                      Text.back () == '\n' ? "" : "\n");
 }
 
 UINTN
@@ -53,18 +54,6 @@ FileSize (const std::filesystem::path &File)
 }
 
 } // namespace
-
-/// Runs Body and adds to a failure at which step of the run it was, and what the logs say.
-template <typename Function>
-auto
-EmulatedMachine::Guard (const std::string &Step, Function &&Body)
-{
-  try {
-    return Body ();
-  } catch (const MachineError &Error) {
-    Fail (Step, Error.what ());
-  }
-}
 
 EmulatedMachine::EmulatedMachine (const MachineOptions &Given)
     : Options (Given), Files (FilesIn (Given.Directory))
@@ -169,11 +158,23 @@ void
 EmulatedMachine::Inject (const std::string &Line, const std::string &Expected)
 {
   Guard (Line, [&] {
-    const std::string Answer = Monitor.ExecuteHuman (Line);
+    std::string Answer = Monitor.ExecuteHuman (Line);
     if (Expected.empty () ? !Answer.empty () : !Answer.starts_with (Expected)) {
       throw MachineError (Answer);
     }
   });
+}
+
+nlohmann::json
+EmulatedMachine::Execute (const std::string &Command, const nlohmann::json &Arguments)
+{
+  return Guard (Command, [&] { return Monitor.Execute (Command, Arguments); });
+}
+
+std::string
+EmulatedMachine::ExecuteHuman (const std::string &Line)
+{
+  return Guard (Line, [&] { return Monitor.ExecuteHuman (Line); });
 }
 
 int
@@ -235,8 +236,22 @@ EmulatedMachine::Fail (const std::string &Step, const std::string &Reason)
   // A machine that ends closes its channels first. The moment tells the two failures apart.
   constexpr std::chrono::milliseconds Moment (200);
   const auto Status = Qemu->WaitForEnd (Deadline (Moment));
-  throw MachineError (fmt::format (
-      "{}: {}{}{}{}", Step, Reason,
-      Status ? fmt::format ("; QEMU has ended: {}", ChildStatusText (*Status)) : "",
-      TailText ("QEMU says", Files.Errors), TailText ("the debug log ends with", Files.DebugLog)));
+  const CodeMap Code = MachineCode (Options, DebugLog ());
+  std::string Processors;
+  if (Status) {
+    Processors = ExceptionLine (DebugLog (), Code);
+  } else {
+    try {
+      Processors = ProcessorLines (Monitor.ExecuteHuman ("info registers -a"), Code);
+    } catch (const MachineError &Error) {
+      Processors = fmt::format ("QEMU does not tell: {}\n", Error.what ());
+    }
+  }
+  throw MachineFailure (
+      fmt::format ("{}: {}{}", Step, Reason,
+                   Status ? fmt::format ("; QEMU has ended: {}", ChildStatusText (*Status)) : ""),
+      Processors,
+      TailText ("QEMU says", Files.Errors) + TailText ("the debug log ends with", Files.DebugLog) +
+          TailText ("the RAS log ends with", Files.RasLog) +
+          fmt::format ("the directory of the run: {}\n", Options.Directory.string ()));
 }

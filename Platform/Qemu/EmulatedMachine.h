@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ChildProcess.h"
+#include "MachineError.h"
 #include "MachineOptions.h"
 #include "QmpClient.h"
 
@@ -21,9 +22,21 @@ struct MachineState {
   std::vector<SmiTimes> Processors;
 };
 
+/// What went wrong once QEMU had been started. The whole text has the processors, the tails of all
+/// logs and the directory of the run too.
+struct MachineFailure : MachineError {
+  MachineFailure (std::string Summary, std::string Places, const std::string &Logs)
+      : MachineError (Summary + "\nprocessors:\n" + Places + Logs), Reason (std::move (Summary)),
+        Processors (std::move (Places))
+  {
+  }
+
+  std::string Reason;     ///< The step, and why it failed.
+  std::string Processors; ///< A line for each: where it was, and whether in SMM.
+};
+
 /// One run. No step of it is waited for longer than the options allow; what goes wrong is a
-/// MachineError, which ends with the tail of the debug log once QEMU has been started. QEMU ends
-/// with the object.
+/// MachineFailure, or another MachineError if QEMU could not be started. QEMU ends with the object.
 class EmulatedMachine {
 public:
   /// Starts QEMU and connects to it. The machine then boots by itself.
@@ -78,17 +91,37 @@ public:
     return Qemu->Id ();
   }
 
-  QmpClient &
-  Qmp ()
+  /// Becomes readable when QEMU ends.
+  [[nodiscard]] int
+  EndDescriptor () const
   {
-    return Monitor;
+    return Qemu->EndDescriptor ();
+  }
+
+  /// Run a command of QEMU's control protocol, or of its human monitor, and return the answer.
+  nlohmann::json Execute (const std::string &Command,
+                          const nlohmann::json &Arguments = nlohmann::json::object ());
+  std::string ExecuteHuman (const std::string &Line);
+
+  /// Runs Body, which waits for something that the machine has to do, such as to send an event, and
+  /// makes a MachineFailure of a MachineError. All waits for the machine go this way.
+  template <typename Function>
+  auto
+  Guard (const std::string &Step, Function &&Body)
+  {
+    try {
+      return Body ();
+    } catch (const MachineFailure &) {
+      throw;
+    } catch (const MachineError &Error) {
+      Fail (Step, Error.what ());
+    }
   }
 
 private:
   FileDescriptor Accept (const FileDescriptor &Listener);
   void Inject (const std::string &Line, const std::string &Expected);
   [[noreturn]] void Fail (const std::string &Step, const std::string &Reason);
-  template <typename Function> auto Guard (const std::string &Step, Function &&Body);
 
   MachineOptions Options;
   MachineFiles Files;

@@ -26,10 +26,16 @@ constexpr UINTN MEMORY_BANK = 7;
 /// Where in the memory of its socket an error is.
 constexpr UINT64 ERROR_OFFSET = 0x1000;
 
+/// Devices behind root ports, by their slots.
+constexpr ErrorTarget DeviceTarget = {
+    "DEVICE", "nv", 1, [] (const MachineOptions &Options) { return Options.PortCount; }};
+constexpr ErrorTarget ProcessorTarget = {
+    "CPU", "", 0, [] (const MachineOptions &Options) { return Options.ProcessorCount; }};
+
 std::string
 DeviceName (UINTN Slot)
 {
-  return fmt::format ("nv{}", Slot);
+  return fmt::format ("{}{}", DeviceTarget.Prefix, Slot);
 }
 
 void
@@ -46,39 +52,38 @@ InjectMemoryError (EmulatedMachine &Machine,
 }
 
 constexpr ErrorKind Kinds[] = {
-    {"pcie-uncorrected", ErrorTarget::Device, ErrorNotice::Interrupt,
+    {"pcie-uncorrected", DeviceTarget, ErrorNotice::Interrupt,
      "malformed TLP at a device behind a root port, fatal",
      [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Slot) {
        Machine.InjectPcieError (DeviceName (Slot), "MALF_TLP", false);
      }},
-    {"pcie-nonfatal", ErrorTarget::Device, ErrorNotice::Interrupt,
+    {"pcie-nonfatal", DeviceTarget, ErrorNotice::Interrupt,
      "completion time-out at a device behind a root port",
      [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Slot) {
        Machine.InjectPcieError (DeviceName (Slot), "COMP_TIME", false);
      }},
-    {"pcie-corrected", ErrorTarget::Device, ErrorNotice::None,
-     "bad TLP at a device behind a root port",
+    {"pcie-corrected", DeviceTarget, ErrorNotice::None, "bad TLP at a device behind a root port",
      [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Slot) {
        Machine.InjectPcieError (DeviceName (Slot), "BAD_TLP", true);
      }},
-    {"memory-uncorrected", ErrorTarget::Processor, ErrorNotice::Interrupt,
+    {"memory-uncorrected", ProcessorTarget, ErrorNotice::Interrupt,
      "#MC of a read from the memory of the processor's socket",
      [] (EmulatedMachine &Machine, const MachineOptions &Options, UINTN Processor) {
        InjectMemoryError (Machine, Options, Processor, EXCEPTION_STATUS, EXCEPTION_GLOBAL_STATUS);
      }},
-    {"memory-corrected", ErrorTarget::Processor, ErrorNotice::None,
+    {"memory-corrected", ProcessorTarget, ErrorNotice::None,
      "corrected read from the memory of the processor's socket",
      [] (EmulatedMachine &Machine, const MachineOptions &Options, UINTN Processor) {
        InjectMemoryError (Machine, Options, Processor, 0, 0);
      }},
-    {"processor-fatal", ErrorTarget::Processor, ErrorNotice::Interrupt,
+    {"processor-fatal", ProcessorTarget, ErrorNotice::Interrupt,
      "#MC of a cache error after which the processor cannot go on",
      [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Processor) {
        Machine.InjectMachineCheck (Processor, CACHE_BANK,
                                    CACHE_STATUS | EXCEPTION_STATUS | MC_STATUS_CONTEXT_CORRUPT,
                                    EXCEPTION_GLOBAL_STATUS, 0, 0);
      }},
-    {"processor-corrected", ErrorTarget::Processor, ErrorNotice::None, "corrected cache error",
+    {"processor-corrected", ProcessorTarget, ErrorNotice::None, "corrected cache error",
      [] (EmulatedMachine &Machine, const MachineOptions &, UINTN Processor) {
        Machine.InjectMachineCheck (Processor, CACHE_BANK, CACHE_STATUS, 0, 0, 0);
      }},

@@ -5,9 +5,12 @@
 
 #include "EmulatedMachine.h"
 
-enum class ErrorTarget {
-  Device,   ///< A device behind a root port: nv1, nv2, ...
-  Processor ///< A processor by its number, from 0 on.
+/// What a kind of errors can be injected into: so many of its sort, numbered in a row.
+struct ErrorTarget {
+  const char *Name;   ///< What it is, as the help has it.
+  const char *Prefix; ///< Stands ahead of the number.
+  UINTN First;
+  UINTN (*Count) (const MachineOptions &Options);
 };
 
 /// How the machine comes to know of an error.
@@ -18,12 +21,11 @@ enum class ErrorNotice {
 
 struct ErrorKind {
   const char *Name;
-  ErrorTarget Target;
+  const ErrorTarget &Target;
   ErrorNotice Notice;
   const char *Help;
 
-  /// Injects the error into the target, which the machine must have: the number of a processor, or
-  /// that of the device's slot.
+  /// Injects the error into the target of that number, which the machine must have.
   void (*Inject) (EmulatedMachine &Machine, const MachineOptions &Options, UINTN Number);
 };
 

@@ -31,15 +31,19 @@ QmpClient::QmpClient (LineChannel Connection) : Channel (std::move (Connection))
 nlohmann::json
 QmpClient::Execute (const std::string &Command, const nlohmann::json &Arguments)
 {
-  Channel.WriteLine (nlohmann::json{{"execute", Command}, {"arguments", Arguments}}.dump ());
+  // The answer to an earlier command, of which we got tired, may come first.
+  ++Number;
+  Channel.WriteLine (
+      nlohmann::json{{"execute", Command}, {"arguments", Arguments}, {"id", Number}}.dump ());
   for (;;) {
     nlohmann::json Answer = ReadObject (Channel);
-    if (Answer.contains ("return")) {
-      return Answer["return"];
+    if (Answer.value ("id", 0) != Number) {
+      continue; // An event has none.
     }
-    if (!Answer.contains ("event")) {
+    if (!Answer.contains ("return")) {
       throw MachineError (fmt::format ("QMP: {}: {}", Command, Answer.dump ()));
     }
+    return Answer["return"];
   }
 }
 

@@ -23,4 +23,5 @@ public:
 
 private:
   LineChannel Channel;
+  int Number = 0; ///< Of the last command.
 };

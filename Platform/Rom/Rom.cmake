@@ -3,7 +3,7 @@
 
 # qsm_add_machine_image (TARGET LAYOUT SOURCES s... LIBRARIES l...)
 # TARGET.bin in the build directory: the bytes of an image with the layout of that linker script,
-# which may use MemoryMap.h.
+# which may use MemoryMap.h. The linker's map, TARGET.map, goes where the ROM is.
 function (qsm_add_machine_image TARGET LAYOUT)
   cmake_parse_arguments (ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
   set (Layout ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}.ld)
@@ -20,8 +20,9 @@ function (qsm_add_machine_image TARGET LAYOUT)
                                                 ../Firmware/Services)
   target_link_libraries (${TARGET} PRIVATE qsm_include qsm_driver_options ${ARG_LIBRARIES}
                                            BasePrintLib BaseLibX64 CompilerIntrinsics)
-  target_link_options (${TARGET} PRIVATE -T ${Layout} -nostdlib -static --gc-sections
-                       --orphan-handling=error -z max-page-size=0x1000 --fatal-warnings)
+  target_link_options (${TARGET} PRIVATE -T ${Layout} -Map=${PROJECT_BINARY_DIR}/${TARGET}.map -nostdlib
+                       -static --gc-sections --orphan-handling=error -z max-page-size=0x1000
+                       --fatal-warnings)
   set_target_properties (${TARGET} PROPERTIES LINKER_LANGUAGE CXX LINK_DEPENDS ${Layout})
   add_custom_command (
     OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}.bin

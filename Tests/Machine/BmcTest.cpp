@@ -64,8 +64,6 @@ TEST (MachineBmc, IsNotWaitedForForEver)
       {"garbage long", Answer ("Success", "0xC6"), true},
       {"garbage foreign", Tired, true},
       {"garbage checksum", Tired, true, true},
-      {"garbage short", Tired, true, true},
-      {"garbage noise", Tired, true, true},
       {"late", Tired, true},
       {"mute", Tired, true},
   };

@@ -26,7 +26,7 @@ ExpectEnd (MachineOptions Options, int Number, const std::string &Line)
   Options.IsStopped = true;
   TestMachine Run (Options);
   try {
-    Run.Machine.Qmp ().Execute ("cont");
+    Run.Machine.Execute ("cont");
   } catch (const MachineError &) {
   }
   EXPECT_EQ (Run.Machine.WaitForEnd (), Number);

@@ -26,7 +26,8 @@ TEST (MachineSeries, ArrivesInOrderAndLeavesNothing)
   for (UINTN Series = 0; Series < SeriesCount (); ++Series) {
     // A fatal error of the cache and a corrected one of the memory in turn, on the second socket.
     Run.Machine.Command ("repeat 100 2 4 b200000000000135 0 0 9400000000000090 8001000 0");
-    const std::vector<BmcEvent> Events = Run.Bmc->TakeEvents ();
+    const std::vector<BmcEvent> Events =
+        Run.Machine.Guard ("events", [&] { return Run.Bmc->TakeEvents (); });
     ASSERT_EQ (Events.size (), 100U);
     for (const BmcEvent &Event : Events) {
       ASSERT_EQ (Event.Sequence, ++Sequence);

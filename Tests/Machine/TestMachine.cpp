@@ -1,8 +1,12 @@
 #include "TestMachine.h"
 
+#include <exception>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <sstream>
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -63,17 +67,32 @@ TestMachine::TestMachine (const MachineOptions &Given)
 {
 }
 
+TestMachine::RunDirectory::~RunDirectory ()
+{
+  if (FailureCount () != FailuresBefore || std::uncaught_exceptions () != 0) {
+    Keep ();
+    std::cerr << "the directory of the run is kept: " << Path ().string () << std::endl;
+  }
+}
+
+int
+TestMachine::FailureCount ()
+{
+  return testing::UnitTest::GetInstance ()->current_test_info ()->result ()->total_part_count ();
+}
+
 std::string
 TestMachine::WaitForEvent ()
 {
-  return EventText (Bmc->WaitForEvent ());
+  return Machine.Guard ("event",
+                        [&] { return EventText (Bmc->WaitForEvent (Machine.EndDescriptor ())); });
 }
 
 std::vector<std::string>
 TestMachine::TakeEvents ()
 {
   std::vector<std::string> Texts;
-  for (const BmcEvent &Event : Bmc->TakeEvents ()) {
+  for (const BmcEvent &Event : Machine.Guard ("events", [&] { return Bmc->TakeEvents (); })) {
     Texts.push_back (EventText (Event));
   }
   return Texts;
@@ -87,12 +106,12 @@ TestMachine::StopInSmm ()
   Bmc->SetMode ("late");
   for (int Attempt = 0; Attempt < AttemptsMax; ++Attempt) {
     Machine.InjectPcieError ("nv1", "MALF_TLP", false);
-    Bmc->WaitForEvent ();
-    Machine.Qmp ().Execute ("stop");
-    if (Machine.Qmp ().ExecuteHuman ("info registers").find ("SMM=1") != std::string::npos) {
+    WaitForEvent ();
+    Machine.Execute ("stop");
+    if (Machine.ExecuteHuman ("info registers").find ("SMM=1") != std::string::npos) {
       return;
     }
-    Machine.Qmp ().Execute ("cont");
+    Machine.Execute ("cont");
     Bmc->ReleaseAnswer ();
   }
   FAIL () << "the processor was never found in SMM";
@@ -114,10 +133,17 @@ std::vector<UINT8>
 TestMachine::Save (const char *Command, UINT64 Address, UINT64 Size)
 {
   const std::filesystem::path Path = Directory.Path () / "memory";
-  Machine.Qmp ().Execute (Command,
-                          {{"val", Address}, {"size", Size}, {"filename", Path.string ()}});
+  Machine.Execute (Command, {{"val", Address}, {"size", Size}, {"filename", Path.string ()}});
   std::ifstream File (Path, std::ios::binary);
   return {std::istreambuf_iterator<char> (File), {}};
+}
+
+CodeMap
+DriverCode (UINT64 Base)
+{
+  CodeMap Code;
+  Code.Add (QSM_IMAGE_MAP, "driver", Base);
+  return Code;
 }
 
 std::vector<std::string>

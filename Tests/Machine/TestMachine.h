@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "BmcProcess.h"
+#include "CodeMap.h"
 #include "EmulatedMachine.h"
 #include "TemporaryDirectory.h"
 
@@ -15,9 +16,14 @@ MachineOptions UsualMachine ();
 /// One with a third root port, behind which is a switch, and behind that the device nv3.
 MachineOptions MachineWithSwitch ();
 
-/// Both processes, in a directory of the run's own.
+/// Both processes, in a directory of the run's own, which stays if the test fails meanwhile.
 class TestMachine {
-  TemporaryDirectory Directory;
+  struct RunDirectory : TemporaryDirectory {
+    ~RunDirectory ();
+    int FailuresBefore = FailureCount ();
+  };
+
+  RunDirectory Directory; // Outlives the processes, which write to it.
 
 public:
   /// Fills in the directory, the BMC's socket, and the inventory of all devices if there is none.
@@ -40,8 +46,12 @@ public:
   EmulatedMachine Machine;
 
 private:
+  static int FailureCount ();
   std::vector<UINT8> Save (const char *Command, UINT64 Address, UINT64 Size);
 };
+
+/// Symbols of the driver whose image lies at Base.
+CodeMap DriverCode (UINT64 Base);
 
 /// Lines of a text that have Part in them, without what stands ahead of it.
 std::vector<std::string> LinesWith (const std::string &Text, const std::string &Part);

@@ -24,7 +24,7 @@ TEST (MachineTime, OfAnErrorIsBounded)
       if (Error[0] == 'b') {
         Run.Machine.Command (Error);
       } else {
-        Run.Machine.Qmp ().ExecuteHuman (Error);
+        Run.Machine.ExecuteHuman (Error);
       }
       const UINT64 Last = Run.Machine.State ().Processors[0].Last;
       EXPECT_GT (Last, 15000U) << "an SMI without an error";

@@ -1,6 +1,7 @@
 #include "Qsmmachine.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -69,19 +70,17 @@ ReadError (const std::string &Text, const MachineOptions &Options)
   if (Kind == Kinds.end ()) {
     RefuseOption ("--inject", "one of the kinds that --help lists", Text.substr (0, Place));
   }
-  const bool IsDevice = Kind->Target == ErrorTarget::Device;
+  const auto &[Name, Prefix, First, Count] = Kind->Target;
   if (Place == Text.size ()) {
-    return {&*Kind, IsDevice ? 1U : 0U};
+    return {&*Kind, First};
   }
-  std::string Target = Text.substr (Place + 1);
-  if (!IsDevice) {
-    return {&*Kind, NumberOption ("--inject " + Text.substr (0, Place), Target, 0,
-                                  Options.ProcessorCount - 1)};
-  }
-  const auto Number = ParseNumber (Target.starts_with ("nv") ? Target.substr (2) : "");
-  if (!Number || *Number < 1 || *Number > Options.PortCount) {
+  const std::string Target = Text.substr (Place + 1);
+  const auto Number =
+      ParseNumber (Target.starts_with (Prefix) ? Target.substr (std::strlen (Prefix)) : "");
+  const UINTN Last = First + Count (Options) - 1;
+  if (!Number || *Number < First || *Number > Last) {
     RefuseOption ("--inject " + Text.substr (0, Place),
-                  fmt::format ("a device from nv1 to nv{}", Options.PortCount), Target);
+                  fmt::format ("a target from {0}{1} to {0}{2}", Prefix, First, Last), Target);
   }
   return {&*Kind, *Number};
 }
@@ -134,10 +133,9 @@ KindsText ()
 {
   std::string Text = "Kinds of errors:\n";
   for (const ErrorKind &Kind : ErrorKinds ()) {
-    const bool IsDevice = Kind.Target == ErrorTarget::Device;
-    Text += fmt::format ("  {:<27}{}; {} unless given\n",
-                         fmt::format ("{}@{}", Kind.Name, IsDevice ? "DEVICE" : "CPU"), Kind.Help,
-                         IsDevice ? "nv1" : "0");
+    const auto &[Name, Prefix, First, Count] = Kind.Target;
+    Text += fmt::format ("  {:<27}{}; {}{} unless given\n", fmt::format ("{}@{}", Kind.Name, Name),
+                         Kind.Help, Prefix, First);
   }
   return Text;
 }

@@ -26,18 +26,6 @@ LogText (const std::filesystem::path &File)
   return std::filesystem::exists (File, Ignored) ? ReadInputFile (File, LOG_SIZE_MAX) : "";
 }
 
-/// Waits for the event of an error that the machine hears of by itself.
-BmcEvent
-WaitForEvent (BmcProcess &Bmc, const Injection &Error)
-{
-  try {
-    return Bmc.WaitForEvent ();
-  } catch (const MachineError &Failure) {
-    throw MachineError (
-        fmt::format ("{}@{}: no event: {}", Error.Kind->Name, TargetText (Error), Failure.what ()));
-  }
-}
-
 void
 Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
 {
@@ -58,7 +46,9 @@ Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
     Error.Kind->Inject (Machine, Options, Error.Number);
     // Nobody may look before the interrupt has brought the error to the BMC.
     if (Bmc && Error.Kind->Notice == ErrorNotice::Interrupt) {
-      Events.push_back (WaitForEvent (*Bmc, Error));
+      Events.push_back (
+          Machine.Guard (fmt::format ("{}@{}: no event", Error.Kind->Name, TargetText (Error)),
+                         [&] { return Bmc->WaitForEvent (Machine.EndDescriptor ()); }));
     }
     // Here the other errors are seen, and when it is done all processors are at rest.
     Machine.Command ("poll all");
@@ -90,16 +80,17 @@ RunMachine (const RunPlan &Plan)
   Options.Bmc = BmcConnection::External;
   Options.BmcSocket = Directory.Path () / "bmc";
   RunReport Report;
-  if (Plan.IsKept) {
-    Directory.Keep ();
-    Report.Directory = Directory.Path ().string ();
-  }
   try {
     Run (Plan, Options, Report);
+  } catch (const MachineFailure &Failure) {
+    Report.Fault = Failure.Reason;
+    Report.Processors = Failure.Processors;
   } catch (const MachineError &Error) {
-    // The logs that stand below the first line are part of the report anyhow.
-    const std::string Text = Error.what ();
-    Report.Fault = Text.substr (0, Text.find ('\n'));
+    Report.Fault = Error.what ();
+  }
+  if (Plan.IsKept || !Report.Processors.empty ()) {
+    Directory.Keep ();
+    Report.Directory = Directory.Path ().string ();
   }
   const MachineFiles Files = FilesIn (Directory.Path ());
   Report.RasLog = LogText (Files.RasLog);
@@ -111,5 +102,5 @@ RunMachine (const RunPlan &Plan)
 std::string
 TargetText (const Injection &Error)
 {
-  return fmt::format ("{}{}", Error.Kind->Target == ErrorTarget::Device ? "nv" : "", Error.Number);
+  return fmt::format ("{}{}", Error.Kind->Target.Prefix, Error.Number);
 }

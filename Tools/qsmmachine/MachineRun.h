@@ -19,7 +19,7 @@ struct RunPlan {
   MachineOptions Machine;
   std::filesystem::path BmcProgram;
   std::vector<Injection> Injections;
-  bool IsKept = false; ///< The directory stays.
+  bool IsKept = false; ///< The directory stays even if all goes well.
 };
 
 /// What came of a run, as far as it came.
@@ -33,11 +33,13 @@ struct RunReport {
   std::vector<Step> Steps; ///< None if the BMC is not the run's own.
   std::vector<std::string> State;
   std::string RasLog, DebugLog, QemuLog;
-  std::string Fault; ///< What went wrong; one line.
+  std::string Fault;      ///< What went wrong.
+  std::string Processors; ///< Where they were then; empty if QEMU had not been started.
 };
 
 /// Runs the machine. A failure and an interruption by SIGINT or SIGTERM are faults of the report.
-/// Nothing of the run stays but the directory that is kept. Throws InputError if it cannot be made.
+/// Nothing of the run stays but the directory, if it is to be kept or QEMU was there when something
+/// went wrong. Throws InputError if it cannot be made.
 RunReport RunMachine (const RunPlan &Plan);
 
 /// The target as it is written behind "@": "nv1" or "0".

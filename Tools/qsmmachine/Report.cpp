@@ -43,6 +43,7 @@ PrintReport (const RunReport &Report, Console &Console)
                   fmt::format ("{}@{}:", Step.Error.Kind->Name, TargetText (Step.Error)).c_str (),
                   Events.empty () ? "no event" : Events);
   }
+  PrintSection (Console, "processors:", Report.Processors);
   if (!Report.Directory.empty ()) {
     Console.Out << "kept: " << Report.Directory << "\n";
   }
@@ -71,10 +72,13 @@ PrintReportJson (const RunReport &Report, Console &Console)
   const auto TextOrNull = [] (const std::string &Text) {
     return Text.empty () ? Json () : Json (Text);
   };
-  const Json Document = {
-      {"rasLog", Report.RasLog},           {"debugLog", Report.DebugLog},
-      {"qemuLog", Report.QemuLog},         {"state", Report.State},
-      {"injections", Injections},          {"kept", TextOrNull (Report.Directory)},
-      {"fault", TextOrNull (Report.Fault)}};
+  const Json Document = {{"rasLog", Report.RasLog},
+                         {"debugLog", Report.DebugLog},
+                         {"qemuLog", Report.QemuLog},
+                         {"state", Report.State},
+                         {"injections", Injections},
+                         {"processors", TextOrNull (Report.Processors)},
+                         {"kept", TextOrNull (Report.Directory)},
+                         {"fault", TextOrNull (Report.Fault)}};
   Console.Out << Document.dump (2, ' ', false, Json::error_handler_t::replace) << "\n";
 }

@@ -103,24 +103,6 @@ TEST_F (BmcProcessTest, GoesOnAfterEachEnd)
   EXPECT_EQ (Bmc.WaitForEvent (), Event (4, "A4", "34"));
 }
 
-TEST_F (BmcProcessTest, ChangesItsModeWhileItRuns)
-{
-  IpmiClient Client (Directory.Path () / "bmc");
-  Bmc.SetMode ("mute");
-  Client.SendEvent ('1');
-  EXPECT_EQ (Bmc.WaitForEvent ().Id, "A1");
-  Bmc.SetMode ("late");
-  Client.SendEvent ('2');
-  EXPECT_EQ (Bmc.WaitForEvent ().Id, "A2");
-  EXPECT_TRUE (Bmc.ReleaseAnswer ());
-  EXPECT_FALSE (Bmc.ReleaseAnswer ());
-  EXPECT_EQ (Client.Answer (), std::pair (UINT8{'2'}, UINT8{0}));
-  Bmc.SetMode ("refuse 0xC0");
-  Client.SendEvent ('3');
-  EXPECT_EQ (Client.Answer (), std::pair (UINT8{'3'}, UINT8{0xC0}));
-  EXPECT_EQ (Bmc.TakeEvents (), std::vector<BmcEvent>{});
-}
-
 TEST_F (BmcProcessTest, LetsASecondMachineWait)
 {
   auto First = std::make_unique<IpmiClient> (Directory.Path () / "bmc");

@@ -77,7 +77,8 @@ Assign (UINTN Processor, ProcessorJob Job, VOID *Argument)
   LocalApicWake (HandOverRecord ().Found.Processors[Processor].ApicId);
 }
 
-/// A job may take its time: whatever waits in it is bounded.
+/// A job may take its time, and may never end: the driver runs in its SMI. Only who waits for the
+/// machine from outside gets tired.
 VOID
 AwaitEnd (UINTN Processor)
 {

@@ -33,11 +33,11 @@ TEST_F (Qsmmachine, RefusesBadInputWithOneLine)
       {F + "--inject fire",
        "--inject: expected one of the kinds that --help lists, found \"fire\""},
       {F + "--inject pcie-corrected@nv3",
-       "--inject pcie-corrected: expected a device from nv1 to nv2, found \"nv3\""},
+       "--inject pcie-corrected: expected a target from nv1 to nv2, found \"nv3\""},
       {F + "--inject pcie-corrected@1",
-       "--inject pcie-corrected: expected a device from nv1 to nv2, found \"1\""},
+       "--inject pcie-corrected: expected a target from nv1 to nv2, found \"1\""},
       {F + "--smp 2 --inject memory-corrected@2",
-       "--inject memory-corrected: expected a number from 0 to 1, found \"2\""},
+       "--inject memory-corrected: expected a target from 0 to 1, found \"2\""},
       {F + "--inject memory-corrected pcie-corrected",
        "There is no \"pcie-corrected\" here (see --help)"},
   };
@@ -46,8 +46,13 @@ TEST_F (Qsmmachine, RefusesBadInputWithOneLine)
 
 TEST_F (Qsmmachine, ReportsARunThatDoesNotStart)
 {
+  // QEMU has been started, so the directory of the run stays.
+  std::filesystem::create_directory ("runs");
+  setenv ("TMPDIR", "runs", 1);
   const ToolResult Text = Run ("--rom rom --image image");
+  unsetenv ("TMPDIR");
   EXPECT_EQ (Text.ExitCode, 1);
+  EXPECT_FALSE (std::filesystem::is_empty ("runs"));
   EXPECT_NE (Text.Out.find ("QEMU:\n  qemu: could not load PC BIOS"), std::string::npos)
       << Text.Out;
   EXPECT_NE (Text.Out.find ("fault: start: "), std::string::npos) << Text.Out;

@@ -1,0 +1,69 @@
+#include "MachineReport.h"
+
+#include <cstdio>
+#include <sstream>
+
+#include <fmt/format.h>
+
+CodeMap
+MachineCode (const MachineOptions &Options, const std::string &DebugLog)
+{
+  CodeMap Code;
+  for (const char *Image : {"MachineBoot", "MachineSmm"}) {
+    Code.Add (Options.Rom.parent_path () / fmt::format ("{}.map", Image), Image, 0);
+  }
+  std::filesystem::path Map = Options.Driver;
+  Map.replace_extension (".map");
+  std::istringstream Lines (DebugLog);
+  for (std::string Line; std::getline (Lines, Line);) {
+    UINTN Number = 0;
+    UINT64 Base = 0;
+    if (std::sscanf (Line.c_str (), "smm: driver %llu at %llx", &Number, &Base) == 2) {
+      Code.Add (Map, fmt::format ("driver {}", Number), Base);
+    }
+  }
+  return Code;
+}
+
+std::string
+ProcessorLines (const std::string &Registers, const CodeMap &Code)
+{
+  std::string Text;
+  std::string Number;
+  std::string Pointers; // The line that begins with RIP or, of a processor in 32 bits, EIP.
+  std::istringstream Lines (Registers);
+  for (std::string Line; std::getline (Lines, Line);) {
+    const auto Has = [&Pointers] (const char *Part) {
+      return Pointers.find (Part) != std::string::npos;
+    };
+    UINT64 SegmentBase = 0;
+    if (Line.starts_with ("CPU#")) {
+      Number = Line.substr (4, Line.find_first_not_of ("0123456789", 4) - 4);
+    } else if (Line.starts_with ("RIP=") || Line.starts_with ("EIP=")) {
+      Pointers = Line;
+    } else if (std::sscanf (Line.c_str (), "CS =%*x %llx", &SegmentBase) == 1 &&
+               !Pointers.empty ()) {
+      const UINT64 Address = SegmentBase + std::stoull (Pointers.substr (4), nullptr, 16);
+      Text += fmt::format ("processor {}: RIP 0x{:X}, {}{}, {}\n", Number, Address,
+                           Has (" SMM=1") ? "in SMM" : "outside SMM",
+                           Has (" HLT=1") ? ", halts" : "", Code.NameOf (Address));
+    }
+  }
+  return Text;
+}
+
+std::string
+ExceptionLine (const std::string &DebugLog, const CodeMap &Code)
+{
+  // The last line, as the ROM writes it.
+  const std::size_t Start = DebugLog.rfind ("processor ");
+  unsigned Processor = 0;
+  UINT64 Address = 0;
+  if (Start == std::string::npos ||
+      std::sscanf (DebugLog.c_str () + Start,
+                   "processor %u: exception %*u, error code %*x, RIP %llx", &Processor,
+                   &Address) != 2) {
+    return "none any more\n";
+  }
+  return fmt::format ("processor {}: RIP 0x{:X}, {}\n", Processor, Address, Code.NameOf (Address));
+}

@@ -1,0 +1,16 @@
+/// What a machine was doing when a run went wrong.
+#pragma once
+
+#include "CodeMap.h"
+#include "MachineOptions.h"
+
+/// The code of a run, as far as it is known: that of the ROM, and of the drivers that the debug log
+/// names. The maps are looked for beside the files of the options.
+CodeMap MachineCode (const MachineOptions &Options, const std::string &DebugLog);
+
+/// A line for each processor of what QEMU's "info registers -a" prints: where it is, whether in
+/// SMM, and whether it halts.
+std::string ProcessorLines (const std::string &Registers, const CodeMap &Code);
+
+/// Where the exception was that has ended the machine; "none any more" if it was not one.
+std::string ExceptionLine (const std::string &DebugLog, const CodeMap &Code);

@@ -1,0 +1,88 @@
+/// What a failure tells of a machine that hangs, or that has ended while somebody waits for it.
+#include "TestMachine.h"
+
+#include <fstream>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "BuiltImage.h"
+#include "ImageLoader.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using Bytes = std::vector<UINT8>;
+
+/// A machine with a driver that has other instructions at a symbol.
+class MachineHang : public testing::Test {
+public:
+  void
+  Patch (const std::string &Symbol, const Bytes &Instructions)
+  {
+    Bytes File = ReadBuiltFile (ImageName);
+    ImageFile Image;
+    ASSERT_EQ (OpenImage (File.data (), File.size (), Image), nullptr);
+    const SectionHeader &Code = Image.Sections[0];
+    const UINT64 Place = DriverCode (0).Find (Symbol) - Code.Address + Code.FileOffset;
+    std::ranges::copy (Instructions, File.begin () + static_cast<std::ptrdiff_t> (Place));
+    Options.Driver = Directory.Path () / "Driver.efi";
+    std::ofstream (Options.Driver, std::ios::binary)
+        .write (reinterpret_cast<const char *> (File.data ()),
+                static_cast<std::streamsize> (File.size ()));
+    const Bytes Map = ReadBuiltFile ("VelmoraQsmErrorHandler.map");
+    std::ofstream (Directory.Path () / "Driver.map")
+        .write (reinterpret_cast<const char *> (Map.data ()),
+                static_cast<std::streamsize> (Map.size ()));
+  }
+
+  TemporaryDirectory Directory;
+  MachineOptions Options = UsualMachine ();
+};
+
+TEST_F (MachineHang, TellsWhereEachProcessorIs)
+{
+  Patch ("_ModuleEntryPoint", {0xEB, 0xFE});   // jmp .
+  Options.Patience = std::chrono::seconds (3); // Enough to start on a busy host.
+  Options.LogLevels = 0xFFFFFFFF;
+  TestMachine Run (Options);
+  while (LinesWith (Run.Machine.DebugLog (), "smm: driver 0 at").empty ()) {
+    std::this_thread::sleep_for (std::chrono::milliseconds (20));
+  }
+  try {
+    Run.Machine.WaitUntilReady ();
+    FAIL () << "it is ready";
+  } catch (const MachineFailure &Failure) {
+    EXPECT_EQ (Failure.Reason, "boot: no line came for 3000 ms");
+    EXPECT_THAT (Failure.Processors,
+                 MatchesRegex ("processor 0: RIP 0xFC0[0-9A-F]*, in SMM, driver 0: "
+                               "_ModuleEntryPoint\\+0x0\n"
+                               "(processor [1-3]: RIP 0x10[0-9A-F]*, outside SMM, halts, "
+                               "MachineBoot: gSleepHalt\\+0x1\n){3}"));
+    EXPECT_THAT (Failure.what (), HasSubstr ("the debug log ends with:\nboot: "));
+    EXPECT_THAT (Failure.what (), testing::EndsWith ("the directory of the run: " +
+                                                     Run.Options.Directory.string () + "\n"));
+  }
+}
+
+TEST_F (MachineHang, TellsAtOnceThatTheMachineHasEnded)
+{
+  Patch ("QsmLogErrorWrapper", {0x31, 0xC0, 0x89, 0x00}); // xor %eax, %eax; mov %eax, (%rax)
+  Options.LogLevels = 0xFFFFFFFF;
+  TestMachine Run (Options);
+  Run.Machine.WaitUntilReady ();
+  Run.Machine.InjectPcieError ("nv1", "MALF_TLP", false);
+  try {
+    Run.WaitForEvent ();
+    FAIL () << "there is an event";
+  } catch (const MachineFailure &Failure) {
+    EXPECT_EQ (Failure.Reason, "event: BMC: sequence: no line can come any more; "
+                               "QEMU has ended: exit code 5");
+    EXPECT_THAT (Failure.Processors, MatchesRegex ("processor 0: RIP 0xFC0[0-9A-F]*, driver 0: "
+                                                   "QsmLogErrorWrapper\\+0x2\n"));
+    EXPECT_THAT (Failure.what (), HasSubstr ("\nRegisterErrorLogListener, Success\r\n"));
+  }
+}
+
+} // namespace
