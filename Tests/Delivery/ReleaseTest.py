@@ -51,7 +51,7 @@ class Release(unittest.TestCase):
                  if path.is_file()}
         documents = {f'docs/{path.name}' for path in (ROOT / 'docs').glob('*.md')}
         self.assertLessEqual(
-            {f'{NAME}.{form}' for form in ('efi', 'ffs', 'depex', 'map')} |
+            {f'{NAME}.{form}' for form in ('efi', 'ffs', 'depex', 'map', 'debug.efi')} |
             {'LICENSE', 'README.md', 'CHANGELOG.md', 'size.txt', 'sbom.cdx.json'} | documents,
             files)
         run('sha256sum', '--check', '--strict', 'SHA256SUMS', cwd=self.path)
