@@ -52,20 +52,6 @@ TEST_F (SmmDebugServiceLib, LetsThroughTheLevelsOfBothFilters)
                                                  "400040 open\n", "80000000 open\n"}));
 }
 
-TEST_F (SmmDebugServiceLib, ReportsAStatusAheadOfItsAssertion)
-{
-  static constexpr SourceSite StatusSite = {"Some/Module", 7};
-  const std::string Stop = "Some/Module:7 !(((INTN)(RETURN_STATUS)(Status)) < 0)";
-  InstallDebugService ();
-  ASSERT_EFI_ERROR (EFI_SUCCESS, StatusSite);
-  ASSERT_RETURN_ERROR (5, StatusSite); // a warning
-  EXPECT_EQ (StoppedAt ([] { ASSERT_EFI_ERROR (EFI_NOT_FOUND, StatusSite); }), Stop);
-  EXPECT_EQ (StoppedAt ([] { ASSERT_RETURN_ERROR (EFI_NOT_FOUND, StatusSite); }), Stop);
-  EXPECT_EQ (Messages,
-             (std::vector<std::string>{"80000000 \nASSERT_EFI_ERROR (Status = %r)\n",
-                                       "80000000 \nASSERT_RETURN_ERROR (Status = %r)\n"}));
-}
-
 TEST_F (SmmDebugServiceLib, SearchesAgainAfterAFailedSearchAndKeepsWhatItFound)
 {
   static UINTN Searches = 0;

@@ -12,9 +12,13 @@
 #include "BaseLib.h"
 #include "SteppedProcessor.h"
 
+// The image's constant under another name, so that one that changes can take its place.
+#define PcdControlFlowEnforcementPropertyMask ImagePropertyMask
+#include "X64/ControlFlowEnforcement.cpp"
+#undef PcdControlFlowEnforcementPropertyMask
+
 extern "C" {
-/// Takes the place of the image's constant.
-UINT32 PcdControlFlowEnforcementPropertyMask = 1;
+UINT32 PcdControlFlowEnforcementPropertyMask = 0;
 }
 
 namespace {
@@ -159,7 +163,7 @@ TEST (SetJump, BringsBackThePreservedRegistersAndMovesTheShadowStack)
     bool MovesShadowStack;
   } Rows[] = {
       {0, CetOn, "", "", false},
-      {1, ~CetOn, "mov cr4; ", "mov cr4; ", false},
+      {ImagePropertyMask, ~CetOn, "mov cr4; ", "mov cr4; ", false},
       {0x80000000, CetOn, "mov cr4; incssp 1; rdssp; ", "mov cr4; rdssp; incssp 3; ", true},
   };
   constexpr UINT64 CallersShadowStack = 0x7000;

@@ -1,6 +1,17 @@
 #include "BaseSynchronizationLib.h"
 
+#include <atomic>
+#include <thread>
+
+#include "Machine.h"
 #include "ModuleTestBench.h"
+#include "SmmDebugServiceLib.h"
+
+// The module without a time-out: what a namespace declares hides the build's own.
+namespace NoTimeout {
+constexpr UINT32 PcdSpinLockTimeout = 0;
+#include "SynchronizationMsc.cpp"
+} // namespace NoTimeout
 
 namespace {
 
@@ -110,6 +121,37 @@ TEST_F (SpinLock, AssertsInThePassInWhichItsTimeIsUpAndIsNeverForced)
     }
     InstallDebugService ();
   }
+}
+
+TEST_F (SpinLock, KeepsTwoProcessorsApartWithoutACounter)
+{
+  constexpr UINT64 Rounds = 500000;
+  struct : HostMachine {
+    void
+    Pause () override
+    {
+    }
+  } UntimedMachine;
+  UseMachine (UntimedMachine);
+  SPIN_LOCK Lock;
+  InitializeSpinLock (&Lock);
+  UINT64 Count = 0;
+  std::atomic<int> Missing = 2;
+  const auto Processor = [&] {
+    for (--Missing; Missing != 0;) {
+    }
+    for (UINT64 Round = 0; Round < Rounds; ++Round) {
+      NoTimeout::AcquireSpinLock (&Lock);
+      const UINT64 Before = Count;
+      __builtin_ia32_pause (); // time for the other to come in
+      Count = Before + 1;
+      NoTimeout::ReleaseSpinLock (&Lock);
+    }
+  };
+  std::thread Other (Processor);
+  Processor ();
+  Other.join ();
+  EXPECT_EQ (Count, 2 * Rounds);
 }
 
 } // namespace

@@ -60,6 +60,8 @@ TEST_F (SmmMemoryAllocationLib, AllocatesFromTheSmmPoolAlone)
   const auto *Zeros = static_cast<UINT8 *> (AllocateZeroPool (5));
   EXPECT_EQ (std::count (Zeros, Zeros + 5, 0), 5);
   EXPECT_EQ (gPools[PoolSmm].LiveBytes, 13U);
+  (void)AllocateZeroPool (0);
+  EXPECT_EQ (gFaultPlan.Calls[ServiceSmmAllocatePool], 3U) << "the firmware's affair";
   FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
   EXPECT_EQ (AllocatePool (8), nullptr);
   FaultPlanFail (ServiceSmmAllocatePool, 1, EFI_OUT_OF_RESOURCES);
@@ -68,12 +70,33 @@ TEST_F (SmmMemoryAllocationLib, AllocatesFromTheSmmPoolAlone)
   EXPECT_EQ (AllocatePool (8), nullptr);
 }
 
+/// The answer of a map that has shrunk to its first range between the two questions.
+EFI_STATUS EFIAPI
+Shrinks (const EFI_SMM_ACCESS2_PROTOCOL *, UINTN *Size, EFI_SMRAM_DESCRIPTOR *Map)
+{
+  *Size = Map == nullptr ? sizeof gSmramMap : sizeof gSmramMap[0];
+  if (Map != nullptr) {
+    std::ranges::copy (gSmramMap, Map);
+  }
+  return Map == nullptr ? EFI_BUFFER_TOO_SMALL : EFI_SUCCESS;
+}
+
+TEST_F (SmmMemoryAllocationLib, CountsTheRangesOfTheMapThatItGot)
+{
+  gSmmAccess.GetCapabilities = Shrinks;
+  Construct ();
+  EXPECT_EQ (FreedBy (gSmramMap[0].CpuStart), "smm");
+  EXPECT_EQ (FreedBy (gSmramMap[1].CpuStart), "boot");
+}
+
 TEST_F (SmmMemoryAllocationLib, StartsWithoutRangesWhenTheMapHasNoSize)
 {
   gSmmAccess.GetCapabilities = KnowsNoSize;
   Construct ();
   EXPECT_EQ (gPools[PoolSmm].LiveBlocks, 0U);
   EXPECT_EQ (FreedBy (gSmramMap[1].CpuStart), "boot");
+  EXPECT_EQ (SmmMemoryAllocationLibDestructor (nullptr, nullptr), EFI_SUCCESS);
+  EXPECT_EQ (gFaultPlan.Calls[ServiceBootFreePool], 1U) << "nothing to give back";
   InstallDebugService ();
   EXPECT_EQ (StoppedAt (Construct),
              Source + "72 Status == ((RETURN_STATUS)(0x8000000000000000ULL | (5)))");

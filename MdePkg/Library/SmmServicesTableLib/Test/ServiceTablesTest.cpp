@@ -52,7 +52,6 @@ TEST_F (ServiceTables, AreNullAndAssertedWhereTheyAreMissing)
   constexpr auto Smm = SmmServicesTableLibConstructor;
   constexpr auto Mm = MmServicesTableLibConstructor;
   const auto Nothing = [] {};
-  const auto NotFound = [] { FaultPlanFail (ServiceBootLocateProtocol, 1, EFI_NOT_FOUND); };
   const auto NoInterface = [] { PublishBase (nullptr); };
   const auto NoTable = [] { FaultPlanFail (ServiceGetSmstLocation, 1, EFI_DEVICE_ERROR); };
   const std::string OnStatus = " !(((INTN)(RETURN_STATUS)(Status)) < 0)";
@@ -70,12 +69,9 @@ TEST_F (ServiceTables, AreNullAndAssertedWhereTheyAreMissing)
        "41 gRT != ((void *) 0)"},
       {Smm, this, &Empty, Nothing, "Smm", "46" + OnStatus},
       {Mm, this, nullptr, Nothing, "Mm", "47" + OnStatus},
-      {Mm, this, Full, NotFound, "Mm", "47" + OnStatus},
       {Smm, this, Full, NoInterface, "Smm", "47 InternalSmmBase2 != ((void *) 0)"},
-      {Mm, this, Full, NoInterface, "Mm", "48 InternalMmBase != ((void *) 0)"},
       // The debug service was found through the table of an earlier row, and is kept.
       {Smm, this, Full, NoTable, "Smm", "53 gSmst != ((void *) 0)"},
-      {Mm, this, Full, NoTable, "Mm", "54 gMmst != ((void *) 0)"},
   };
   for (const bool Stops : {false, true}) {
     for (const auto &Row : Rows) {

@@ -21,12 +21,20 @@ EFI_LOADED_IMAGE_PROTOCOL mLoadedImage = {};
 VOID *mInterface = &mLoadedImage;
 std::string mTranscript;
 
+/// Notes a call that the image's handle is to reach, and the table that came with it.
+void
+Note (const char *Call, EFI_HANDLE ImageHandle, const EFI_SYSTEM_TABLE *SystemTable = gST)
+{
+  EXPECT_EQ (ImageHandle, &mTranscript);
+  EXPECT_EQ (SystemTable, gST);
+  mTranscript += Call;
+}
+
 EFI_STATUS EFIAPI
 HandleProtocol (EFI_HANDLE ImageHandle, const EFI_GUID *Guid, VOID **Interface)
 {
-  EXPECT_EQ (ImageHandle, &mTranscript);
   EXPECT_EQ (std::memcmp (Guid, &gEfiLoadedImageProtocolGuid, sizeof *Guid), 0);
-  mTranscript += "loaded image, ";
+  Note ("loaded image, ", ImageHandle);
   *Interface = mInterface;
   return mLoadedImageStatus;
 }
@@ -56,29 +64,28 @@ public:
 } // namespace
 
 VOID EFIAPI
-ProcessLibraryConstructorList (EFI_HANDLE, EFI_SYSTEM_TABLE *)
+ProcessLibraryConstructorList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable)
 {
-  mTranscript += "constructors, ";
+  Note ("constructors, ", ImageHandle, SystemTable);
 }
 
 VOID EFIAPI
-ProcessLibraryDestructorList (EFI_HANDLE, EFI_SYSTEM_TABLE *SystemTable)
+ProcessLibraryDestructorList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable)
 {
-  EXPECT_EQ (SystemTable, gST);
-  mTranscript += "destructors, ";
+  Note ("destructors, ", ImageHandle, SystemTable);
 }
 
 EFI_STATUS EFIAPI
-ProcessModuleEntryPointList (EFI_HANDLE, EFI_SYSTEM_TABLE *)
+ProcessModuleEntryPointList (EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable)
 {
-  mTranscript += "entry, ";
+  Note ("entry, ", ImageHandle, SystemTable);
   return mEntryStatus;
 }
 
 EFI_STATUS EFIAPI
-ProcessModuleUnloadList (EFI_HANDLE)
+ProcessModuleUnloadList (EFI_HANDLE ImageHandle)
 {
-  mTranscript += "unload list, ";
+  Note ("unload list, ", ImageHandle);
   return mEntryStatus;
 }
 
@@ -110,9 +117,9 @@ TEST_F (DriverEntryPoint, HooksTheUnloadHandlerIfThereIsOne)
   ExpectEntry (EFI_SUCCESS, "constructors, loaded image, entry, ");
   ASSERT_EQ (mLoadedImage.Unload, _DriverUnloadHandler);
   mTranscript.clear ();
-  EXPECT_EQ (CallDriver (mLoadedImage.Unload, EFI_HANDLE{this}), EFI_SUCCESS);
+  EXPECT_EQ (CallDriver (mLoadedImage.Unload, EFI_HANDLE{&mTranscript}), EFI_SUCCESS);
   mEntryStatus = EFI_UNSUPPORTED;
-  EXPECT_EQ (CallDriver (mLoadedImage.Unload, EFI_HANDLE{this}), EFI_UNSUPPORTED);
+  EXPECT_EQ (CallDriver (mLoadedImage.Unload, EFI_HANDLE{&mTranscript}), EFI_UNSUPPORTED);
   EXPECT_EQ (mTranscript, "unload list, destructors, unload list, ");
 }
 
