@@ -106,7 +106,7 @@ TEST (EventSeverity, FollowsTheClassAndTheRecordHeader)
 
 TEST (DeviceMatching, TakesTheFirstDeviceThatEqualsInAllFields)
 {
-  PlatformDescription::Device UnknownType = MemoryDevice ("type 0", 1, 2, 3);
+  DescribedDevice UnknownType = MemoryDevice ("type 0", 1, 2, 3);
   UnknownType.Type = 0;
   LoadedPlatform Platform (TwoSockets ({
       UnknownType,
@@ -186,7 +186,7 @@ TEST (Inventory, IsLookedAtAnewForEachError)
 TEST (RedfishId, IsCutToItsBuffer)
 {
   const std::string Long (400, 'x');
-  std::vector<PlatformDescription::Device> Devices;
+  std::vector<DescribedDevice> Devices;
   const UINTN Lengths[] = {0, 1, 148, 149, 150, 400};
   for (const UINTN Length : Lengths) {
     Devices.push_back (

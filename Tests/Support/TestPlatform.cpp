@@ -14,7 +14,7 @@
 #include "SmmAccess.h"
 
 PlatformDescription
-TwoSockets (std::vector<PlatformDescription::Device> Devices)
+TwoSockets (std::vector<DescribedDevice> Devices)
 {
   return {
       .Name = "two sockets",
@@ -28,30 +28,24 @@ FourSockets ()
   return LoadPlatformDescription (QSM_PLATFORM_DATA "/FourSocket.json");
 }
 
-PlatformDescription::Device
+DescribedDevice
 ProcessorDevice (std::optional<std::string> Id, UINT64 Socket)
 {
-  return {.Type = ErrorClassProcessor, .Id = std::move (Id), .Socket = Socket};
+  return {{.Type = ErrorClassProcessor, .Socket = Socket}, std::move (Id)};
 }
 
-PlatformDescription::Device
+DescribedDevice
 MemoryDevice (std::optional<std::string> Id, UINT8 Socket, UINT8 Channel, UINT8 Dimm)
 {
-  return {.Type = ErrorClassMemory,
-          .Id = std::move (Id),
-          .Socket = Socket,
-          .Channel = Channel,
-          .Dimm = Dimm};
+  return {{.Type = ErrorClassMemory, .Socket = Socket, .Channel = Channel, .Dimm = Dimm},
+          std::move (Id)};
 }
 
-PlatformDescription::Device
+DescribedDevice
 PcieDevice (std::optional<std::string> Id, UINT8 Bus, UINT8 Device, UINT8 Function)
 {
-  return {.Type = ErrorClassPcie,
-          .Id = std::move (Id),
-          .Bus = Bus,
-          .Device = Device,
-          .Function = Function};
+  return {{.Type = ErrorClassPcie, .Bus = Bus, .Device = Device, .Function = Function},
+          std::move (Id)};
 }
 
 std::string

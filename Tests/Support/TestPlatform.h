@@ -10,17 +10,16 @@
 #include "Transcript.h"
 
 /// A platform of two sockets with one processor each, and the given devices.
-PlatformDescription TwoSockets (std::vector<PlatformDescription::Device> Devices);
+PlatformDescription TwoSockets (std::vector<DescribedDevice> Devices);
 
 /// The platform of Platform/Data/FourSocket.json.
 PlatformDescription FourSockets ();
 
 /// Devices with the fields of their type.
-PlatformDescription::Device ProcessorDevice (std::optional<std::string> Id, UINT64 Socket);
-PlatformDescription::Device
+DescribedDevice ProcessorDevice (std::optional<std::string> Id, UINT64 Socket);
+DescribedDevice
 MemoryDevice (std::optional<std::string> Id, UINT8 Socket, UINT8 Channel, UINT8 Dimm);
-PlatformDescription::Device
-PcieDevice (std::optional<std::string> Id, UINT8 Bus, UINT8 Device, UINT8 Function);
+DescribedDevice PcieDevice (std::optional<std::string> Id, UINT8 Bus, UINT8 Device, UINT8 Function);
 
 /// The events of a call: "NETFN LUN CMD: bytes" each, in hexadecimal, a line each.
 std::string EventText (const CallResult &Result);

@@ -2,7 +2,7 @@
 /// machine.
 #pragma once
 
-#include "Base.h"
+#include "ProcessorPlace.h"
 
 /// The memory that an allocation service gives out of.
 enum PoolKind : UINT8 {
@@ -49,14 +49,6 @@ struct DebugEntry {
   const CHAR8 *FileName; ///< Of an assertion.
   UINTN LineNumber;
   const CHAR8 *Description;
-};
-
-/// Where a processor stands, each number counted from 0 within the one before.
-struct ProcessorPlace {
-  UINT64 ProcessorId; ///< The APIC id.
-  UINT32 Package;
-  UINT32 Core;
-  UINT32 Thread;
 };
 
 /// The functions that each world fills. Context goes back to each of them as it is. They may be

@@ -24,7 +24,7 @@ SystemInventoryReset ()
 }
 
 VOID
-SystemInventoryAdd (const InventoryRow *Row)
+SystemInventoryAdd (const InventoryRow *Row, const CHAR8 *Id)
 {
   const UINTN Index = gInventory.DeviceCount;
   if (Index >= InventoryDeviceMax) {
@@ -36,18 +36,18 @@ SystemInventoryAdd (const InventoryRow *Row)
   switch (Row->Type) {
   case ErrorClassProcessor:
     Device->ProcessorSocket = Row->Socket;
-    Device->ProcessorRedfishId = Row->Id;
+    Device->ProcessorRedfishId = Id;
     break;
   case ErrorClassMemory:
     Device->MemorySocket = static_cast<UINT8> (Row->Socket);
     Device->MemoryChannel = Row->Channel;
     Device->MemoryDimm = Row->Dimm;
-    Device->MemoryRedfishId = Row->Id;
+    Device->MemoryRedfishId = Id;
     break;
   case ErrorClassPcie:
     Device->PciBus = Row->Bus;
     Device->PciDevFunc = static_cast<UINT8> (Row->Device << 3 | Row->Function);
-    Device->PcieRedfishId = Row->Id;
+    Device->PcieRedfishId = Id;
     break;
   default:
     break;

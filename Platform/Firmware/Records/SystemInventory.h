@@ -9,12 +9,10 @@ inline constexpr UINTN InventoryDeviceMax = 512;
 /// One device. Only the fields of its type are looked at; all other bytes of its record hold
 /// garbage, as other publishers' fields would.
 struct InventoryRow {
-  UINT8 Type;          ///< An enum ErrorClass, or any other value.
-  const CHAR8 *Id;     ///< Redfish id, ASCII with a NUL, or null. Stays the caller's for the boot.
-  UINT64 Socket;       ///< Of a processor; the low 8 bits, of a memory device.
-  UINT8 Channel, Dimm; ///< Of a memory device.
-  UINT8 Bus;           ///< Of a PCIe device, as the two below.
-  UINT8 Device, Function;
+  UINT8 Type = 0;                          ///< An enum ErrorClass, or any other value.
+  UINT64 Socket = 0;                       ///< Of a processor; the low 8 bits, of a memory device.
+  UINT8 Channel = 0, Dimm = 0;             ///< Of a memory device.
+  UINT8 Bus = 0, Device = 0, Function = 0; ///< Of a PCIe device.
 };
 
 extern "C" {
@@ -25,6 +23,7 @@ extern InventoryInfo gInventory;
 /// Empty and ready, installed.
 VOID SystemInventoryReset ();
 
-/// Appends a device to the list.
-VOID SystemInventoryAdd (const InventoryRow *Row);
+/// Appends a device to the list. Id is its Redfish id, ASCII with a NUL, or null; it stays the
+/// caller's for the boot.
+VOID SystemInventoryAdd (const InventoryRow *Row, const CHAR8 *Id);
 }

@@ -32,7 +32,8 @@ const CHAR8 *
 ReadProcessorLine (TextReader &Words, InventoryEntry &Entry)
 {
   Entry.Type = ErrorClassProcessor;
-  return ReadByte (Words, Entry.Socket) && ReadWord (Words, Entry.Name, sizeof Entry.Name)
+  return ReadNumber (Words, 10, ByteMax, Entry.Socket) &&
+                 ReadWord (Words, Entry.Name, sizeof Entry.Name)
              ? nullptr
              : "expected processor SOCKET NAME";
 }
@@ -57,7 +58,7 @@ const CHAR8 *
 ReadMemoryLine (TextReader &Words, InventoryEntry &Entry)
 {
   Entry.Type = ErrorClassMemory;
-  bool Known = ReadByte (Words, Entry.Socket) && ReadByte (Words, Entry.Channel) &&
+  bool Known = ReadNumber (Words, 10, ByteMax, Entry.Socket) && ReadByte (Words, Entry.Channel) &&
                ReadByte (Words, Entry.Dimm) && ReadWord (Words, Entry.Name, sizeof Entry.Name);
   if (Known && !TextEnds (Words)) {
     Known = ReadNumber (Words, 16, AddressMax, Entry.Base) &&

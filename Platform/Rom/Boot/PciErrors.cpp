@@ -34,9 +34,10 @@ RouteToSmi (const PciAddress &Port, UINT16 Aer)
       AerRootMessageShift;
   const UINTN Entry =
       UINTN{Bar & ~PciBarMemoryFlags} + (Table & ~MsiXTableBarMask) + Number * sizeof (MsiXEntry);
-  MmioStore32 (Entry + offsetof (MsiXEntry, AddressLow),
-               LOCAL_APIC_BASE | HandOverRecord ().Found.Processors[0].ApicId
-                                     << MessageApicIdShift);
+  MmioStore32 (
+      Entry + offsetof (MsiXEntry, AddressLow),
+      static_cast<UINT32> (LOCAL_APIC_BASE | HandOverRecord ().Found.Processors[0].ProcessorId
+                                                 << MessageApicIdShift));
   MmioStore32 (Entry + offsetof (MsiXEntry, AddressHigh), 0);
   MmioStore32 (Entry + offsetof (MsiXEntry, Data), MessageDataSmi);
   MmioStore32 (Entry + offsetof (MsiXEntry, Control), 0);

@@ -43,10 +43,11 @@ constinit UINTN mAtBarrier = 0;
 VOID
 SortByApicId ()
 {
-  MachineProcessor *Rows = HandOverRecord ().Found.Processors;
+  ProcessorPlace *Rows = HandOverRecord ().Found.Processors;
   for (UINTN Index = 1; Index < HandOverRecord ().Found.ProcessorCount; ++Index) {
-    for (UINTN Place = Index; Place > 0 && Rows[Place].ApicId < Rows[Place - 1].ApicId; --Place) {
-      const MachineProcessor Lower = Rows[Place];
+    for (UINTN Place = Index; Place > 0 && Rows[Place].ProcessorId < Rows[Place - 1].ProcessorId;
+         --Place) {
+      const ProcessorPlace Lower = Rows[Place];
       Rows[Place] = Rows[Place - 1];
       Rows[Place - 1] = Lower;
     }
@@ -74,7 +75,7 @@ Assign (UINTN Processor, ProcessorJob Job, VOID *Argument)
   To.Function = Job;
   To.Argument = Argument;
   __atomic_store_n (&To.Pending, true, __ATOMIC_RELEASE);
-  LocalApicWake (HandOverRecord ().Found.Processors[Processor].ApicId);
+  LocalApicWake (static_cast<UINT32> (HandOverRecord ().Found.Processors[Processor].ProcessorId));
 }
 
 /// A job may take its time, and may never end: the driver runs in its SMI. Only who waits for the
@@ -124,14 +125,14 @@ StartProcessors ()
     AwaitArrivals (&mArrived, "start");
     SortByApicId ();
   }
-  if (Found.Processors[0].ApicId != LocalApicId ()) {
+  if (Found.Processors[0].ProcessorId != LocalApicId ()) {
     EndRun (EndMachine, "boot: the first processor has not the lowest APIC id\n");
   }
   __atomic_store_n (&mInOrder, true, __ATOMIC_RELEASE);
   for (UINTN Index = 0; Index < Count; ++Index) {
-    const MachineProcessor &Row = Found.Processors[Index];
-    LogPrint ("boot: processor %ld: APIC id %d, package %d, core %d, thread %d\n", Index,
-              Row.ApicId, Row.Package, Row.Core, Row.Thread);
+    const ProcessorPlace &Row = Found.Processors[Index];
+    LogPrint ("boot: processor %ld: APIC id %ld, package %d, core %d, thread %d\n", Index,
+              Row.ProcessorId, Row.Package, Row.Core, Row.Thread);
   }
 }
 
@@ -141,7 +142,7 @@ ExecutingProcessorNumber ()
   const HandOver &Found = HandOverRecord ().Found;
   const UINT32 ApicId = LocalApicId ();
   UINTN Index = 0;
-  while (Index + 1 < Found.ProcessorCount && Found.Processors[Index].ApicId != ApicId) {
+  while (Index + 1 < Found.ProcessorCount && Found.Processors[Index].ProcessorId != ApicId) {
     ++Index;
   }
   return Index;

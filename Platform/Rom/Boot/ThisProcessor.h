@@ -6,5 +6,5 @@
 extern "C" {
 
 /// Of the executing processor.
-MachineProcessor PlaceOfThisProcessor ();
+ProcessorPlace PlaceOfThisProcessor ();
 }

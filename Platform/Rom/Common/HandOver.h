@@ -5,22 +5,17 @@
 /// from then on.
 #pragma once
 
+#include "FirmwareWorld.h"
 #include "HostInterface.h"
 #include "MemoryMap.h"
-#include "Record/ErrorClass.h"
 #include "Record/RequestData.h"
 #include "SmmTileOffsets.h"
+#include "SystemInventory.h"
 
 static_assert (SMM_TILES_BASE + ProcessorMax * SMM_TILE_SIZE <= SMM_IMAGE_BASE);
 inline constexpr UINTN PciFunctionMax = 64;
 inline constexpr UINTN InventoryEntryMax = 64;
 inline constexpr UINTN InventoryNameMax = REDFISH_ID_SIZE_MAX;
-
-/// Processors are counted in the order of their APIC ids, so the first one, which boots, is 0.
-struct MachineProcessor {
-  UINT32 ApicId;
-  UINT32 Package, Core, Thread; ///< Fields of the APIC id, whose values may have gaps.
-};
 
 /// One PCI function. A capability is where it starts in configuration space, 0 without it.
 struct PciFunction {
@@ -34,11 +29,8 @@ struct PciFunction {
   UINT16 Slot; ///< Physical slot number behind a port that has a slot.
 };
 
-/// One device of the inventory, with the fields of its type.
-struct InventoryEntry {
-  UINT8 Type; ///< An enum ErrorClass.
-  UINT8 Socket, Channel, Dimm;
-  UINT8 Bus, Device, Function;
+/// One device of the inventory.
+struct InventoryEntry : InventoryRow {
   UINT64 Base, Size; ///< Addresses that lie on a memory device, as far as they are known.
   CHAR8 Name[InventoryNameMax]; ///< Ends with a NUL.
 };
@@ -73,7 +65,10 @@ struct HandOver {
   UINT32 DriverCount;
   UINT32 Quiet;          ///< Not 0 if the driver's messages are to be left out of the log.
   UINT64 DriverFileSize; ///< Bytes of the file at DRIVER_FILE_BASE.
-  MachineProcessor Processors[ProcessorMax];
+
+  /// In the order of their APIC ids, so the first one, which boots, is 0.
+  ProcessorPlace Processors[ProcessorMax];
+
   PciFunction PciFunctions[PciFunctionMax];
   InventoryEntry Inventory[InventoryEntryMax];
 };

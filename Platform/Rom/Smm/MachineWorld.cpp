@@ -59,9 +59,7 @@ ExecutingProcessor (VOID *)
 ProcessorPlace
 PlaceOfProcessor (VOID *, UINTN Index)
 {
-  const MachineProcessor &Row = gFound.Processors[Index];
-  return {
-      .ProcessorId = Row.ApicId, .Package = Row.Package, .Core = Row.Core, .Thread = Row.Thread};
+  return gFound.Processors[Index];
 }
 
 VOID
@@ -75,15 +73,7 @@ AddInventory ()
 {
   for (UINTN Index = 0; Index < gFound.InventoryEntryCount; ++Index) {
     const InventoryEntry &Entry = gFound.Inventory[Index];
-    const InventoryRow Row = {.Type = Entry.Type,
-                              .Id = Entry.Name,
-                              .Socket = Entry.Socket,
-                              .Channel = Entry.Channel,
-                              .Dimm = Entry.Dimm,
-                              .Bus = Entry.Bus,
-                              .Device = Entry.Device,
-                              .Function = Entry.Function};
-    SystemInventoryAdd (&Row);
+    SystemInventoryAdd (&Entry, Entry.Name);
   }
 }
 

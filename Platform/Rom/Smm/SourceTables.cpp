@@ -35,7 +35,7 @@ ErrorSourcesStart ()
     if (Each.Type == ErrorClassMemory && Each.Size != 0) {
       mDimms[mSources.DimmCount++] = {.Base = Each.Base,
                                       .Size = Each.Size,
-                                      .Socket = Each.Socket,
+                                      .Socket = static_cast<UINT8> (Each.Socket),
                                       .Channel = Each.Channel,
                                       .Dimm = Each.Dimm};
     }

@@ -10,7 +10,6 @@
 #include "DescriptionValue.h"
 #include "InputFile.h"
 #include "Record/ErrorClass.h"
-#include "SystemInventory.h"
 #include "TopologyDescription.h"
 
 namespace {
@@ -91,10 +90,10 @@ ReadDeviceType (const DescriptionValue &Type)
   return static_cast<uint8_t> (*Number);
 }
 
-PlatformDescription::Device
+DescribedDevice
 ReadDevice (const DescriptionValue &Source)
 {
-  PlatformDescription::Device Device;
+  DescribedDevice Device;
   Device.Type = ReadDeviceType (Source["type"]);
   if (const DescriptionValue Id = Source["id"]; !Id.IsNull ()) {
     Device.Id = Id.Text ();

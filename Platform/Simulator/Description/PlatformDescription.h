@@ -10,7 +10,13 @@
 #include <string_view>
 #include <vector>
 
+#include "SystemInventory.h"
 #include "TopologyRows.h"
+
+/// One device of the inventory. Fields that do not belong to its type are 0.
+struct DescribedDevice : InventoryRow {
+  std::optional<std::string> Id; ///< Redfish id; without a value its record has a null pointer.
+};
 
 struct PlatformDescription {
   std::string Name;
@@ -23,15 +29,7 @@ struct PlatformDescription {
   };
   std::vector<Processor> Processors; ///< At least one; the first loads the driver.
 
-  /// One device of the inventory. Fields that do not belong to its type are 0.
-  struct Device {
-    uint8_t Type = 0;              ///< An enum ErrorClass, or a type that never has errors.
-    std::optional<std::string> Id; ///< Redfish id; without a value its record has a null pointer.
-    uint64_t Socket = 0;           ///< Of a processor; of a memory device its low 8 bits.
-    uint8_t Channel = 0, Dimm = 0; ///< Of a memory device.
-    uint8_t Bus = 0, Device = 0, Function = 0; ///< Of a PCIe device.
-  };
-  std::vector<Device> Devices; ///< In the order of the inventory's device list.
+  std::vector<DescribedDevice> Devices; ///< In the order of the inventory's device list.
 
   bool InventoryReady = true;
 

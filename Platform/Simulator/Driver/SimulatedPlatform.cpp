@@ -9,7 +9,6 @@
 #include "HandOffRecords.h"
 #include "HobList.h"
 #include "Record/RasLevelMask.h"
-#include "SystemInventory.h"
 
 namespace {
 
@@ -19,27 +18,14 @@ constexpr std::size_t StatusCodeDataSizeMax = 0xFFFF;
 /// Whether a platform exists: the firmware has one state.
 bool PlatformExists = false;
 
-/// The CPUID leaf that tells how an APIC id divides: its first sub-leaf the bits of the thread, its
-/// second the bits of all below the package (Intel SDM, volume 2, CPUID).
-constexpr UINT32 TopologyLeaf = 0xB;
-constexpr UINT32 ShiftMask = 0x1F;
-
-/// Where a processor stands by its APIC id. One that has no topology leaf stands in a package of
-/// its own.
 ProcessorPlace
 PlaceOf (const SimulatedProcessor &Processor, UINT32 ApicId)
 {
-  const auto ShiftOf = [&] (UINT32 SubLeaf) {
+  const auto TopologyEax = [&] (UINT32 SubLeaf) {
     const auto Found = Processor.CpuidAnswers.find ({TopologyLeaf, SubLeaf});
-    return Found == Processor.CpuidAnswers.end () ? 0 : Found->second.Eax & ShiftMask;
+    return Found == Processor.CpuidAnswers.end () ? 0 : Found->second.Eax;
   };
-  const UINT32 ThreadBits = ShiftOf (0);
-  const UINT32 PackageShift = std::max (ShiftOf (1), ThreadBits);
-  const UINT32 InPackage = ApicId & ((1U << PackageShift) - 1);
-  return {.ProcessorId = ApicId,
-          .Package = ApicId >> PackageShift,
-          .Core = InPackage >> ThreadBits,
-          .Thread = InPackage & ((1U << ThreadBits) - 1)};
+  return PlaceOfApicId (ApicId, TopologyEax (0), TopologyEax (1));
 }
 
 /// A record with its header, as the listener is handed it.
@@ -100,16 +86,8 @@ SimulatedPlatform::SimulatedPlatform (const PlatformDescription &Plan)
     HandOffRecordsFill ();
   }
   Machine.Pci.Populate (gTopology);
-  for (const PlatformDescription::Device &Device : Description.Devices) {
-    const InventoryRow Row = {.Type = Device.Type,
-                              .Id = Device.Id ? Device.Id->c_str () : nullptr,
-                              .Socket = Device.Socket,
-                              .Channel = Device.Channel,
-                              .Dimm = Device.Dimm,
-                              .Bus = Device.Bus,
-                              .Device = Device.Device,
-                              .Function = Device.Function};
-    SystemInventoryAdd (&Row);
+  for (const DescribedDevice &Device : Description.Devices) {
+    SystemInventoryAdd (&Device, Device.Id ? Device.Id->c_str () : nullptr);
   }
   gInventory.DataReady = Description.InventoryReady ? TRUE : FALSE;
   for (const auto &[Offset, Byte] : Description.Cmos) {

@@ -10,7 +10,7 @@
 namespace {
 
 std::string
-LocationText (const PlatformDescription::Device &Device)
+LocationText (const DescribedDevice &Device)
 {
   switch (Device.Type) {
   case ErrorClassProcessor:
@@ -27,7 +27,7 @@ LocationText (const PlatformDescription::Device &Device)
 
 /// The device with the keys of a platform description.
 nlohmann::ordered_json
-DeviceJson (const PlatformDescription::Device &Device)
+DeviceJson (const DescribedDevice &Device)
 {
   nlohmann::ordered_json Json;
   Json["type"] = ErrorClassText (Device.Type);
@@ -65,7 +65,7 @@ RunShowInventory (const ShowArguments &Arguments, Console &Console)
     nlohmann::ordered_json Json = {{"platform", Platform.Name},
                                    {"inventoryReady", Platform.InventoryReady},
                                    {"devices", nlohmann::ordered_json::array ()}};
-    for (const PlatformDescription::Device &Device : Platform.Devices) {
+    for (const DescribedDevice &Device : Platform.Devices) {
       Json["devices"].push_back (DeviceJson (Device));
     }
     Console.Out << Json.dump (2) << "\n";
@@ -75,7 +75,7 @@ RunShowInventory (const ShowArguments &Arguments, Console &Console)
       "{}: {} devices, inventory {}\n", Coloured (Console, Colour::Bold, Platform.Name),
       Platform.Devices.size (), Platform.InventoryReady ? "ready" : "not ready");
   for (UINTN Index = 0; Index < Platform.Devices.size (); ++Index) {
-    const PlatformDescription::Device &Device = Platform.Devices[Index];
+    const DescribedDevice &Device = Platform.Devices[Index];
     Console.Out << fmt::format ("{:>5}  {:<9}  {:<27}  {}\n", Index, ErrorClassText (Device.Type),
                                 LocationText (Device), Device.Id.value_or ("(null)"));
   }
