@@ -6,35 +6,9 @@
 #pragma once
 
 #include <csignal>
-#include <functional>
 #include <initializer_list>
-#include <string>
 
-#include "Base.h"
-
-/// Numbers of the general registers in instruction encodings.
-enum GeneralRegister : UINTN {
-  RAX,
-  RCX,
-  RDX,
-  RBX,
-  RSP,
-  RBP,
-  RSI,
-  RDI,
-  R8,
-  R9,
-  R10,
-  R11,
-  R12,
-  R13,
-  R14,
-  R15,
-  GENERAL_REGISTER_COUNT
-};
-
-/// Indexed by GeneralRegister.
-using GeneralRegisters = UINT64[GENERAL_REGISTER_COUNT];
+#include "InstructionPlayer.h"
 
 /// The registers of a process, RSP left out. Floating point is as FXSAVE has it (Intel SDM,
 /// volume 1, 10.5.1).
@@ -56,8 +30,6 @@ struct alignas (16) RegisterFile {
 /// Whether the registers that the Microsoft x64 convention preserves are the same in both.
 bool HaveSamePreservedRegisters (const RegisterFile &Left, const RegisterFile &Right);
 
-enum SteppedInstruction : UINTN;
-
 /// What has been seen of one stretch of code. Begin and End are set by who watches it.
 struct CodeWatch {
   UINTN Begin = 0; ///< Address of the first byte.
@@ -67,11 +39,12 @@ struct CodeWatch {
   UINTN LowestStackPointer = 0; ///< Ahead of any of them.
 };
 
-/// There may be one at a time, since it takes the traps of the process.
-class SteppedProcessor {
+/// There may be one at a time, since it takes the traps of the process. It is its own machine,
+/// which gives the answers that a test has chosen.
+class SteppedProcessor : private HostMachine, public InstructionPlayer {
 public:
   SteppedProcessor ();
-  ~SteppedProcessor ();
+  ~SteppedProcessor () override;
   SteppedProcessor (const SteppedProcessor &) = delete;
   SteppedProcessor &operator= (const SteppedProcessor &) = delete;
 
@@ -91,12 +64,7 @@ public:
 
   /// What RDMSR, RDTSC and IN read.
   UINT64 Answer = 0;
-  /// What CPUID leaves in EAX, EBX, ECX and EDX.
-  UINT32 CpuidAnswer[4] = {};
-  UINT64 Cr4 = 0;
-  UINT64 ShadowStackPointer = 0;
-  /// The host of a TDX guest: sees the registers at TDCALL and changes them.
-  std::function<void (GeneralRegisters &)> VmCallHost;
+  CpuidRegisters CpuidAnswer;
 
   CodeWatch Watch;
 
@@ -104,28 +72,51 @@ public:
   /// whose traps somebody else handles.
   bool OnlyWatches = false;
 
-  /// The played instructions since the last call, and each MFENCE and MOVNTDQ, with their operands
-  /// in hexadecimal: "mov cr4; incssp 1; ". Further ones than fit Steps are left out.
-  std::string TakeTranscript ();
-
   /// For the trap: whether the code at an address is watched.
   [[nodiscard]] bool IsWatched (UINTN Address) const;
 
-  /// For the trap: plays the instruction at Code. Returns its length, or 0 for one that is to run
-  /// for real. Allocates nothing.
-  UINTN Play (const UINT8 *Code, GeneralRegisters &General);
+  /// For the trap: notes an instruction of the watched code.
+  void Count (UINTN StackPointer);
 
 private:
-  struct Step {
-    const char *Name;
-    UINTN OperandCount;
-    UINT64 Operands[2];
-  };
+  CpuidRegisters
+  Cpuid (UINT32, UINT32) override
+  {
+    return CpuidAnswer;
+  }
 
-  /// Carries out an instruction; Operand is its register operand, if it has one.
-  Step Perform (SteppedInstruction Instruction, GeneralRegisters &General, UINT64 &Operand);
+  UINT64
+  ReadMsr (UINT32) override
+  {
+    return Answer;
+  }
 
-  Step Steps[32];
-  UINTN StepCount = 0;
+  UINT64
+  ReadTsc () override
+  {
+    return Answer;
+  }
+
+  UINT8
+  IoRead8 (UINT16) override
+  {
+    return static_cast<UINT8> (Answer);
+  }
+
+  void
+  IoWrite8 (UINT16, UINT8) override
+  {
+  }
+
+  void
+  Pause () override
+  {
+  }
+
+  void
+  Breakpoint () override
+  {
+  }
+
   struct sigaction PreviousAction = {};
 };

@@ -61,7 +61,7 @@ TEST (MachineOperations, StoreTheCpuidRegistersThatAreAskedFor)
 {
   SteppedProcessor Processor;
   constexpr std::array<UINT32, 4> Answer = {0xA1A1A1A1, 0xB2B2B2B2, 0xC3C3C3C3, 0xD4D4D4D4};
-  std::copy_n (Answer.begin (), 4, Processor.CpuidAnswer);
+  Processor.CpuidAnswer = {Answer[0], Answer[1], Answer[2], Answer[3]};
   for (UINT32 Asked = 0; Asked < 16; ++Asked) {
     SCOPED_TRACE (Asked);
     std::array<UINT32, 4> Stored = {}, Expected = {};
