@@ -17,11 +17,11 @@ SetBits16 (UINTN Register, UINT16 Bits)
 
 /// Makes the interrupt with which a root port tells of errors an SMI.
 VOID
-RouteToSmi (const PciAddress &Port, UINT16 Aer)
+RouteToSmi (const PciPlace &Port, UINT16 Aer)
 {
   const UINT16 MsiX = FindPciCapability (RegisterOf (Port, 0), PciCapabilityMsiX);
   if (MsiX == 0) {
-    EndRun (EndMachine, "boot: root port %02lx:%02lx.%ld has no MSI-X\n", Port.Bus, Port.Device,
+    EndRun (EndMachine, "boot: root port %02x:%02x.%d has no MSI-X\n", Port.Bus, Port.Device,
             Port.Function);
   }
   const UINT32 Table = MmioLoad32 (RegisterOf (Port, MsiX + MsiXTable));
@@ -48,15 +48,13 @@ RouteToSmi (const PciAddress &Port, UINT16 Aer)
 VOID
 EnablePciErrors (const PciFunction &Of)
 {
-  const PciAddress Address = {Of.Bus, Of.Device, Of.Function};
-  SetBits16 (RegisterOf (Address, offsetof (PcieHeader, Command)), PciCommandEnable);
+  SetBits16 (RegisterOf (Of, offsetof (PcieHeader, Command)), PciCommandEnable);
   if (Of.IsBridge != 0) {
-    SetBits16 (RegisterOf (Address, offsetof (PcieHeader, BridgeControl)), PciBridgeControlSerr);
+    SetBits16 (RegisterOf (Of, offsetof (PcieHeader, BridgeControl)), PciBridgeControlSerr);
   }
   if (Of.ExpressCapability != 0) {
-    SetBits16 (
-        RegisterOf (Address, Of.ExpressCapability + offsetof (PcieCapability, DeviceControl)),
-        PcieReportAllErrors);
+    SetBits16 (RegisterOf (Of, Of.ExpressCapability + offsetof (PcieCapability, DeviceControl)),
+               PcieReportAllErrors);
   }
 }
 
@@ -67,10 +65,9 @@ RoutePciErrors ()
   for (UINTN Index = 0; Index < Found.PciFunctionCount; ++Index) {
     const PciFunction &Each = Found.PciFunctions[Index];
     if (Each.IsRootPort != 0 && Each.AerCapability != 0) {
-      const PciAddress Address = {Each.Bus, Each.Device, Each.Function};
-      RouteToSmi (Address, Each.AerCapability);
+      RouteToSmi (Each, Each.AerCapability);
       MmioStore32 (
-          RegisterOf (Address, Each.AerCapability + offsetof (AerCapability, RootErrorCommand)),
+          RegisterOf (Each, Each.AerCapability + offsetof (AerCapability, RootErrorCommand)),
           AerRootReportAllErrors);
     }
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "PciCapabilities.h"
+#include "PciPlace.h"
 #include "PciWindow.h"
 #include "Record/PciBridgeHeader.h"
 #include "Record/PcieRegisters.h"
@@ -35,14 +36,9 @@ struct MsiXEntry {
 };
 LAYOUT_SIZE (MsiXEntry, 16);
 
-/// Place of a function in segment 0.
-struct PciAddress {
-  UINTN Bus, Device, Function;
-};
-
-/// Address of a register of a function; Offset is below 4096.
+/// Address of a register of a function in segment 0; Offset is below 4096.
 inline UINTN
-RegisterOf (const PciAddress &Of, UINTN Offset)
+RegisterOf (const PciPlace &Of, UINTN Offset)
 {
   return PciRegister (Of.Bus, Of.Device, Of.Function, Offset);
 }

@@ -66,7 +66,7 @@ AssignBar (UINTN Register, UINTN Left, PciSpace *Space)
 } // namespace
 
 VOID
-AssignPciBars (const PciAddress &Of, UINTN BarCount, PciSpace *Space)
+AssignPciBars (const PciPlace &Of, UINTN BarCount, PciSpace *Space)
 {
   UINTN Index = 0;
   while (Index < BarCount) {
@@ -82,7 +82,7 @@ AlignPciWindow (PciSpace *Space)
 }
 
 VOID
-SetPciWindow (const PciAddress &Bridge, const PciSpace &Start, const PciSpace &End)
+SetPciWindow (const PciPlace &Bridge, const PciSpace &Start, const PciSpace &End)
 {
   // Each register has the top bits of the first address in its lower half, and in its upper half
   // those of the last one. The last address of an empty memory window lies ahead of its first; that

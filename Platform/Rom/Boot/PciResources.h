@@ -17,11 +17,11 @@ extern "C" {
 
 /// Gives each of the first BarCount base address registers that exists its addresses. All go below
 /// 4 GiB. Running out of them ends the run.
-VOID AssignPciBars (const PciAddress &Of, UINTN BarCount, PciSpace *Space);
+VOID AssignPciBars (const PciPlace &Of, UINTN BarCount, PciSpace *Space);
 
 /// Moves Space to where a window of a bridge can begin, or end.
 VOID AlignPciWindow (PciSpace *Space);
 
 /// Opens a bridge's windows from Start to End, both aligned. An empty window stays closed.
-VOID SetPciWindow (const PciAddress &Bridge, const PciSpace &Start, const PciSpace &End);
+VOID SetPciWindow (const PciPlace &Bridge, const PciSpace &Start, const PciSpace &End);
 }

@@ -9,8 +9,8 @@
 namespace {
 
 constexpr UINT16 NoFunction = 0xFFFF;
-constexpr UINTN DevicesPerBus = 32;
-constexpr UINTN FunctionsPerDevice = 8;
+constexpr UINT8 DevicesPerBus = 32;
+constexpr UINT8 FunctionsPerDevice = 8;
 
 /// Bridges behind each other.
 constexpr UINTN DepthMax = 8;
@@ -22,10 +22,10 @@ constexpr UINT32 SlotNumberShift = 19;
 constinit PciSpace mSpace = {};
 constinit UINT8 mLastBus = 0;
 
-VOID ScanBus (UINTN Bus, UINTN Depth);
+VOID ScanBus (UINT8 Bus, UINTN Depth);
 
 PciFunction &
-AddFunction (const PciAddress &Address)
+AddFunction (const PciPlace &Address)
 {
   HandOver &Found = HandOverRecord ().Found;
   if (Found.PciFunctionCount == PciFunctionMax) {
@@ -33,9 +33,7 @@ AddFunction (const PciAddress &Address)
   }
   PciFunction &Row = Found.PciFunctions[Found.PciFunctionCount++];
   Row = {};
-  Row.Bus = static_cast<UINT8> (Address.Bus);
-  Row.Device = static_cast<UINT8> (Address.Device);
-  Row.Function = static_cast<UINT8> (Address.Function);
+  static_cast<PciPlace &> (Row) = Address;
   const UINTN Registers = RegisterOf (Address, 0);
   Row.ExpressCapability = FindPciCapability (Registers, PCI_CAPABILITY_ID_EXPRESS);
   if (Row.ExpressCapability != 0) {
@@ -54,15 +52,15 @@ AddFunction (const PciAddress &Address)
 }
 
 VOID
-SetBuses (const PciAddress &Bridge, UINT32 Secondary, UINT32 Subordinate)
+SetBuses (const PciPlace &Bridge, UINT32 Secondary, UINT32 Subordinate)
 {
   MmioStore32 (RegisterOf (Bridge, PciBusNumbers),
-               static_cast<UINT32> (Bridge.Bus) | Secondary << 8 | Subordinate << 16);
+               UINT32{Bridge.Bus} | Secondary << 8 | Subordinate << 16);
 }
 
 /// Configures all that lies behind a bridge, whose windows then enclose it.
 VOID
-ScanBehind (const PciAddress &Bridge, PciFunction &Row, UINTN Depth)
+ScanBehind (const PciPlace &Bridge, PciFunction &Row, UINTN Depth)
 {
   if (Depth == DepthMax) {
     EndRun (EndMachine, "boot: there are more than %ld PCI bridges behind each other\n", DepthMax);
@@ -80,7 +78,7 @@ ScanBehind (const PciAddress &Bridge, PciFunction &Row, UINTN Depth)
 }
 
 VOID
-ScanFunction (const PciAddress &Address, UINT8 HeaderType, UINTN Depth)
+ScanFunction (const PciPlace &Address, UINT8 HeaderType, UINTN Depth)
 {
   PciFunction &Row = AddFunction (Address);
   const bool IsBridge = (HeaderType & ~PCI_HEADER_MULTI_FUNCTION) == PCI_HEADER_LAYOUT_BRIDGE;
@@ -99,12 +97,12 @@ ScanFunction (const PciAddress &Address, UINT8 HeaderType, UINTN Depth)
 }
 
 VOID
-ScanBus (UINTN Bus, UINTN Depth)
+ScanBus (UINT8 Bus, UINTN Depth)
 {
-  for (UINTN Device = 0; Device < DevicesPerBus; ++Device) {
-    UINTN Functions = 1;
-    for (UINTN Function = 0; Function < Functions; ++Function) {
-      const PciAddress Address = {Bus, Device, Function};
+  for (UINT8 Device = 0; Device < DevicesPerBus; ++Device) {
+    UINT8 Functions = 1;
+    for (UINT8 Function = 0; Function < Functions; ++Function) {
+      const PciPlace Address = {0, Bus, Device, Function};
       if (MmioLoad16 (RegisterOf (Address, offsetof (PcieHeader, VendorId))) == NoFunction) {
         continue;
       }

@@ -8,6 +8,7 @@
 #include "FirmwareWorld.h"
 #include "HostInterface.h"
 #include "MemoryMap.h"
+#include "PciPlace.h"
 #include "Record/RequestData.h"
 #include "SmmTileOffsets.h"
 #include "SystemInventory.h"
@@ -18,8 +19,7 @@ inline constexpr UINTN InventoryEntryMax = 64;
 inline constexpr UINTN InventoryNameMax = REDFISH_ID_SIZE_MAX;
 
 /// One PCI function. A capability is where it starts in configuration space, 0 without it.
-struct PciFunction {
-  UINT8 Bus, Device, Function;
+struct PciFunction : PciPlace {
   UINT8 IsBridge;
   UINT8 IsRootPort;
   UINT8 SecondaryBus, SubordinateBus; ///< Of a bridge.

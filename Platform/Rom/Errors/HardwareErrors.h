@@ -5,18 +5,14 @@
 /// cleared even if no listener takes it up, or it would be found for ever.
 #pragma once
 
-#include "Base.h"
+#include "PciPlace.h"
 
 /// One PCI Express function to look at. A root port must be among the sources for its own errors,
 /// and so that what it has noted of the devices behind it is cleared.
 ///
-/// FindPcieErrorRegisters fills in what stands behind Function.
-struct PcieErrorSource {
-  UINT64 WindowBase; ///< Where the configuration space of its segment is mapped.
-  UINT16 Segment;
-  UINT8 Bus;
-  UINT8 Device;
-  UINT8 Function;
+/// FindPcieErrorRegisters fills in what stands behind WindowBase.
+struct PcieErrorSource : PciPlace {
+  UINT64 WindowBase;     ///< Where the configuration space of its segment is mapped.
   bool HasRootRegisters; ///< As root ports and event collectors have.
   UINT16 Express;        ///< Offsets of the two capabilities.
   UINT16 Aer;

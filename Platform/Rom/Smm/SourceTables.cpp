@@ -18,16 +18,8 @@ ErrorSourcesStart ()
   mSources = {
       .Pcie = mPcie, .PcieCount = 0, .Dimms = mDimms, .DimmCount = 0, .WriteMsr = WriteMsr64};
   for (UINTN Index = 0; Index < gFound.PciFunctionCount; ++Index) {
-    const PciFunction &Each = gFound.PciFunctions[Index];
     PcieErrorSource &Next = mPcie[mSources.PcieCount];
-    Next = {.WindowBase = PCI_WINDOW_BASE,
-            .Segment = 0,
-            .Bus = Each.Bus,
-            .Device = Each.Device,
-            .Function = Each.Function,
-            .HasRootRegisters = false,
-            .Express = 0,
-            .Aer = 0};
+    Next = {gFound.PciFunctions[Index], PCI_WINDOW_BASE, false, 0, 0};
     mSources.PcieCount += FindPcieErrorRegisters (&Next) ? 1 : 0;
   }
   for (UINTN Index = 0; Index < gFound.InventoryEntryCount; ++Index) {

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "DeviceBus.h"
+#include "PciPlace.h"
 
 struct TopologyRows;
 
@@ -13,14 +14,6 @@ struct TopologyRows;
 /// other.
 inline constexpr UINTN SimulatedPciSegmentCount = 4;
 inline constexpr UINT64 SimulatedPciBase = 0x80000000;
-
-/// Place of a function.
-struct PciPlace {
-  UINTN Segment;
-  UINT8 Bus;
-  UINT8 Device;
-  UINT8 Function;
-};
 
 class SimulatedPci : public BusDevice {
 public:

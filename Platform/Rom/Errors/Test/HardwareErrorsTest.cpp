@@ -36,7 +36,7 @@ constexpr UINT32 BadTlp = 0x40;
 constexpr PcieErrorSource
 Source (UINT8 Bus, UINT8 Device, UINT8 Function)
 {
-  return {SimulatedPciBase + PciSegmentSize, 1, Bus, Device, Function, false, 0, 0};
+  return {{1, Bus, Device, Function}, SimulatedPciBase + PciSegmentSize, false, 0, 0};
 }
 
 SimulatedMachine *mMachine = nullptr;
@@ -90,8 +90,7 @@ public:
   SimulatedPci::Registers &
   AddFunction (const PcieErrorSource &At, UINT8 PortType)
   {
-    return Platform.Machine.Pci.AddExpressFunction ({At.Segment, At.Bus, At.Device, At.Function},
-                                                    PortType);
+    return Platform.Machine.Pci.AddExpressFunction (At, PortType);
   }
 
   static void
