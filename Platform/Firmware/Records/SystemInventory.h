@@ -13,6 +13,8 @@ struct InventoryRow {
   UINT64 Socket = 0;                       ///< Of a processor; the low 8 bits, of a memory device.
   UINT8 Channel = 0, Dimm = 0;             ///< Of a memory device.
   UINT8 Bus = 0, Device = 0, Function = 0; ///< Of a PCIe device.
+
+  bool operator== (const InventoryRow &) const = default;
 };
 
 extern "C" {

@@ -16,6 +16,8 @@
 /// One device of the inventory. Fields that do not belong to its type are 0.
 struct DescribedDevice : InventoryRow {
   std::optional<std::string> Id; ///< Redfish id; without a value its record has a null pointer.
+
+  bool operator== (const DescribedDevice &) const = default;
 };
 
 struct PlatformDescription {

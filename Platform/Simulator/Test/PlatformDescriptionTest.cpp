@@ -33,15 +33,12 @@ TEST (PlatformDescription, HasWhatTheTextSays)
   }
   EXPECT_EQ (ApicIds, (std::vector<uint32_t>{256, 257, 7, 0xFFFFFFFF}));
 
-  const auto &Devices = Platform.Devices;
-  ASSERT_EQ (Devices.size (), 4U);
-  EXPECT_EQ (Devices[0].Socket, UINT64_MAX);
-  EXPECT_EQ (Devices[1].Id, std::nullopt);
-  EXPECT_EQ (std::tuple (Devices[1].Socket, Devices[1].Channel, Devices[1].Dimm),
-             std::tuple (1, 255, 3));
-  EXPECT_EQ (std::tuple (Devices[2].Bus, Devices[2].Device, Devices[2].Function),
-             std::tuple (255, 31, 7));
-  EXPECT_EQ (std::tuple (Devices[3].Type, *Devices[3].Id), std::tuple (4, "Fan"));
+  EXPECT_EQ (Platform.Devices,
+             (std::vector<DescribedDevice>{
+                 {{.Type = ErrorClassProcessor, .Socket = UINT64_MAX}, "CPU1"},
+                 {{.Type = ErrorClassMemory, .Socket = 1, .Channel = 255, .Dimm = 3}, std::nullopt},
+                 {{.Type = ErrorClassPcie, .Bus = 255, .Device = 31, .Function = 7}, "Slot"},
+                 {{.Type = 4}, "Fan"}}));
 }
 
 TEST (PlatformDescription, RefusesEachFaultWithOneLine)
