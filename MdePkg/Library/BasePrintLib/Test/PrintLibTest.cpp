@@ -187,18 +187,13 @@ TEST (Print, KnowsTheWordsOfEachStatus)
              "Reserved (30)|End of File|Invalid Language|Compromised Data|00000022|");
 }
 
-TEST (Print, ReadsAnArgumentThatLiesInTheOutputOneCharacterAtATime)
+TEST (Print, ReadsAnArgumentOneCharacterAtATimeAndOnlyIfThereIsRoom)
 {
   CHAR8 Buffer[40] = "0123456789";
   EXPECT_EQ (AsciiSPrint (Buffer, sizeof Buffer, "ab%a", Buffer), 12U);
   EXPECT_STREQ (Buffer, "abababababab");
   CHAR8 Wide[40] = "0123";
   EXPECT_EQ (BasePrintLibSPrint (Wide, 20, OUTPUT_UNICODE, "%a", Wide), 1U);
-}
-
-TEST (Print, LooksAtNoArgumentForWhichThereIsNoRoom)
-{
-  CHAR8 Buffer[4];
   EXPECT_EQ (AsciiSPrint (Buffer, 4, "abc%a", reinterpret_cast<const CHAR8 *> (1)), 3U);
 }
 
@@ -238,7 +233,7 @@ TEST_F (BasePrintLib, AssertsItsPreconditionsInOrder)
       {nullptr, 0, 0, Long.data (),
        "629 (AsciiStrnLenS (Format, " + Ascii + " + 1) <= " + Ascii + ")"},
       {nullptr, 0, 0, nullptr, ""},
-      {nullptr, 9, Count, "abc", "", 3},
+      {nullptr, Limit, Count | OUTPUT_UNICODE, "abc", "", 3},
       {nullptr, 0, Count, Long.data () + 1, "", Limit},
       {nullptr, Limit, Count | FORMAT_UNICODE, WideLong + 2, "", Limit},
   };
