@@ -70,6 +70,7 @@ TEST_F (ServiceTables, AreNullAndAssertedWhereTheyAreMissing)
       {Smm, this, &Empty, Nothing, "Smm", "46" + OnStatus},
       {Mm, this, nullptr, Nothing, "Mm", "47" + OnStatus},
       {Smm, this, Full, NoInterface, "Smm", "47 InternalSmmBase2 != ((void *) 0)"},
+      {Mm, this, Full, NoInterface, "Mm", "48 InternalMmBase != ((void *) 0)"},
       // The debug service was found through the table of an earlier row, and is kept.
       {Smm, this, Full, NoTable, "Smm", "53 gSmst != ((void *) 0)"},
   };
