@@ -75,10 +75,13 @@ set_source_files_properties (
   Boot/SmmBlob.S PROPERTIES OBJECT_DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/MachineSmm.bin
                             COMPILE_OPTIONS -I${CMAKE_CURRENT_BINARY_DIR})
 
+# The ROM, and beside it the SMM image with what a debugger reads of it.
 set (Rom ${PROJECT_BINARY_DIR}/VelmoraMachine.rom)
 add_custom_command (
   OUTPUT ${Rom}
   COMMAND ${CMAKE_COMMAND} -E copy ${CMAKE_CURRENT_BINARY_DIR}/MachineBoot.bin ${Rom}
+  COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:MachineSmm>
+          ${PROJECT_BINARY_DIR}/VelmoraMachine.debug.elf
   DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/MachineBoot.bin
   VERBATIM)
 add_custom_target (MachineRom ALL DEPENDS ${Rom})

@@ -118,11 +118,8 @@ ReadPlan (const RunArguments &Arguments)
 int
 Run (const RunArguments &Arguments, Console &Console)
 {
-  const RunPlan Plan = ReadPlan (Arguments);
-  if (Plan.Machine.IsStopped) {
-    Console.Err << "qsmmachine: waiting for gdb: target remote 127.0.0.1:" << Arguments.GdbPort
-                << std::endl;
-  }
+  RunPlan Plan = ReadPlan (Arguments);
+  Plan.Tell = [&] (const std::string &Text) { Console.Err << Text << std::flush; };
   const RunReport Report = RunMachine (Plan);
   Arguments.Json ? PrintReportJson (Report, Console) : PrintReport (Report, Console);
   return Report.Fault.empty () ? EXIT_DONE : EXIT_FAULT;

@@ -5,7 +5,10 @@
 #include <optional>
 
 #include <fmt/format.h>
+#include <unistd.h>
 
+#include "ChildProcess.h"
+#include "Debugging.h"
 #include "InputFile.h"
 #include "Interruption.h"
 #include "MachineError.h"
@@ -29,6 +32,7 @@ LogText (const std::filesystem::path &File)
 void
 Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
 {
+  const std::string Lines = Options.IsStopped ? DebuggerLines (Options) : "";
   std::optional<BmcProcess> Bmc;
   if (Options.BmcPort == 0) {
     Bmc.emplace (BmcProcessOptions{.Program = Plan.BmcProgram,
@@ -37,6 +41,16 @@ Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
                                    .Patience = Options.Patience});
   }
   EmulatedMachine Machine (Options);
+  std::optional<ChildProcess> Follower;
+  if (Options.IsStopped) {
+    const MachineFiles Files = FilesIn (Options.Directory);
+    Plan.Tell (fmt::format ("qsmmachine: waiting for gdb; type there:\n{}"
+                            "qsmmachine: following {} and {}\n",
+                            Lines, Files.DebugLog.string (), Files.RasLog.string ()));
+    Follower.emplace (
+        std::vector<std::string>{"tail", "-n", "+1", "-f", Files.DebugLog, Files.RasLog},
+        ChildStreams{.Output = STDERR_FILENO});
+  }
   Machine.WaitUntilReady ();
   for (const Injection &Error : Plan.Injections) {
     std::vector<BmcEvent> Events;

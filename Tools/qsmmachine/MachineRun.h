@@ -1,6 +1,7 @@
 /// One run of the emulated machine: boot, errors, closing state.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,8 @@ struct RunPlan {
   std::filesystem::path BmcProgram;
   std::vector<Injection> Injections;
   bool IsKept = false; ///< The directory stays even if all goes well.
+  /// Is told what to do when the machine waits for a debugger.
+  std::function<void (const std::string &Text)> Tell = {};
 };
 
 /// What came of a run, as far as it came.

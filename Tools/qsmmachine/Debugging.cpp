@@ -1,0 +1,82 @@
+#include "Debugging.h"
+
+#include <array>
+#include <sstream>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "EmulatedMachine.h"
+#include "Interruption.h"
+#include "MachineError.h"
+#include "TemporaryDirectory.h"
+
+namespace {
+
+/// The file with the symbols of File: "NAME.debug.EXTENSION" beside it.
+std::filesystem::path
+SymbolsOf (std::filesystem::path File, const char *Extension)
+{
+  return std::filesystem::absolute (File.replace_extension (Extension));
+}
+
+/// The debug log of a boot that nobody stops.
+std::string
+BootLog (MachineOptions Options)
+{
+  const TemporaryDirectory Directory;
+  Options.Directory = Directory.Path ();
+  Options.Bmc = BmcConnection::None;
+  Options.GdbServer.clear ();
+  Options.IsStopped = false;
+  Options.Patience = MachineOptions ().Patience;
+  EmulatedMachine Machine (Options);
+  try {
+    Machine.WaitUntilReady ();
+  } catch (const MachineError &) {
+    // A driver that does not start is one to debug, and the log has its place already.
+    Interruption::Check ();
+  }
+  return Machine.DebugLog ();
+}
+
+/// Where the log says that the driver lies, once for each time that it was loaded: "smm: driver 0
+/// at 0xFC00000, 45056 bytes". Behind a colon stands a module's title; others have other titles.
+std::vector<std::string>
+DriverAddresses (const std::string &Log)
+{
+  std::vector<std::string> Addresses;
+  std::istringstream Lines (Log);
+  for (std::string Line; std::getline (Lines, Line);) {
+    std::istringstream Stream (Line);
+    std::array<std::string, 8> Words;
+    for (std::string &Word : Words) {
+      Stream >> Word;
+    }
+    const auto &[Smm, Kind, Number, At, Address, Size, Bytes, Title] = Words;
+    if (Smm == "smm:" && At == "at" && (Bytes == "bytes" || Title == "VelmoraQsmErrorHandler")) {
+      Addresses.push_back (Address.substr (0, Address.find (',')));
+    }
+  }
+  return Addresses;
+}
+
+} // namespace
+
+std::string
+DebuggerLines (const MachineOptions &Options)
+{
+  std::string Lines = fmt::format ("  directory {}\n", QSM_SOURCES);
+  if (const auto File = SymbolsOf (Options.Rom, ".debug.elf"); std::filesystem::exists (File)) {
+    Lines += fmt::format ("  add-symbol-file {}\n", File.string ());
+  }
+  if (const auto File = SymbolsOf (Options.Driver, ".debug.efi"); std::filesystem::exists (File)) {
+    for (const std::string &Address : DriverAddresses (BootLog (Options))) {
+      Lines += fmt::format ("  add-symbol-file {} -o {}\n", File.string (), Address);
+    }
+  }
+  return Lines + fmt::format ("  target remote {}\n"
+                              "  hbreak SendRedfishEvent\n"
+                              "  continue\n",
+                              Options.GdbServer.substr (Options.GdbServer.find (':') + 1));
+}
