@@ -1,7 +1,7 @@
 /// Counts what one SMI of the emulated machine takes, from SMM entry to RSM, in which one error is
 /// reported: instructions, bytes to the debug console, accesses to the ports of the BMC.
 ///
-///     SmiTime ROM IMAGE
+///     SmiTime ROM MODULE...
 #include <fstream>
 #include <iostream>
 
@@ -71,8 +71,8 @@ AccessCount (const std::filesystem::path &Trace, const std::string &Device)
 int
 main (int ArgumentCount, char **Arguments)
 {
-  if (ArgumentCount != 3) {
-    std::cerr << "usage: SmiTime ROM IMAGE\n";
+  if (ArgumentCount < 3) {
+    std::cerr << "usage: SmiTime ROM MODULE...\n";
     return 2;
   }
   std::cout << "equipment cause instructions log_bytes bmc_accesses\n";
@@ -80,12 +80,14 @@ main (int ArgumentCount, char **Arguments)
     const TemporaryDirectory Directory;
     MachineOptions Options = {.Directory = Directory.Path (),
                               .Rom = Arguments[1],
-                              .Driver = Each.HasDriver ? Arguments[2] : "",
                               .IsQuiet = Each.IsQuiet,
                               .Bmc = Each.Bmc,
                               .CountsInstructions = true,
                               .Extra = {"-trace", "memory_region_ops_*"}};
     Options.Inventory = MachineInventory (Options);
+    if (Each.HasDriver) {
+      Options.Modules.assign (Arguments + 2, Arguments + ArgumentCount);
+    }
     EmulatedMachine Machine (Options);
     Machine.WaitUntilReady ();
     const std::filesystem::path &Trace = Machine.ErrorFile ();

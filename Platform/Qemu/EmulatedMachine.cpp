@@ -42,15 +42,12 @@ TailText (const char *Heading, const std::filesystem::path &File)
                       Text.back () == '\n' ? "" : "\n");
 }
 
-UINTN
-FileSize (const std::filesystem::path &File)
+void
+WriteFile (const std::filesystem::path &File, std::string_view Content)
 {
-  std::error_code Error;
-  const auto Size = File.empty () ? 0 : std::filesystem::file_size (File, Error);
-  if (Error) {
-    throw MachineError (fmt::format ("{}: {}", File.string (), Error.message ()));
+  if (!(std::ofstream (File, std::ios::binary) << Content).flush ()) {
+    throw MachineError (fmt::format ("{}: cannot be written", File.string ()));
   }
-  return Size;
 }
 
 } // namespace
@@ -58,10 +55,10 @@ FileSize (const std::filesystem::path &File)
 EmulatedMachine::EmulatedMachine (const MachineOptions &Given)
     : Options (Given), Files (FilesIn (Given.Directory))
 {
-  if (!(std::ofstream (Files.Inventory) << Options.Inventory).flush ()) {
-    throw MachineError (fmt::format ("{}: cannot be written", Files.Inventory.string ()));
-  }
-  const auto Arguments = MachineArguments (Options, Files, FileSize (Options.Driver));
+  const std::vector<UINT8> Volume = MachineVolume (Options);
+  WriteFile (Files.Inventory, Options.Inventory);
+  WriteFile (Files.Volume, {reinterpret_cast<const char *> (Volume.data ()), Volume.size ()});
+  const auto Arguments = MachineArguments (Options, Files, Volume.size ());
   const FileDescriptor ControlListener = ListenAt (Files.Control);
   const FileDescriptor QmpListener = ListenAt (Files.Qmp);
   const FileDescriptor Errors (

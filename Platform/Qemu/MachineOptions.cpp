@@ -3,9 +3,13 @@
 #include <fmt/format.h>
 
 #include "HostInterface.h"
+#include "InputFile.h"
 #include "MemoryMap.h"
+#include "VolumeWriter.h"
 
 namespace {
+
+constexpr UINTN MODULE_SIZE_MAX = 16 << 20;
 
 using Words = std::vector<std::string>;
 
@@ -81,18 +85,15 @@ void
 AppendSettings (Words &Arguments,
                 const MachineOptions &Options,
                 const MachineFiles &Files,
-                UINTN DriverSize)
+                UINTN VolumeSize)
 {
   const auto Set = [&] (const char *Name, const std::string &Value) {
     Append (Arguments, {"-fw_cfg", fmt::format ("name={},{}", Name, Value)});
   };
-  if (Options.Driver.empty ()) {
-    Set (DriversFile, "string=0");
-  } else {
+  if (VolumeSize != 0) {
     Append (Arguments, {"-device", fmt::format ("loader,file={},addr=0x{:x},force-raw=on",
-                                                Escaped (Options.Driver), DRIVER_FILE_BASE)});
-    Set (ImageSizeFile, fmt::format ("string={}", DriverSize));
-    Set (DriversFile, fmt::format ("string={}", Options.DriverCount));
+                                                Escaped (Files.Volume), VOLUME_BASE)});
+    Set (VolumeSizeFile, fmt::format ("string={}", VolumeSize));
   }
   if (Options.LogLevels) {
     Set (LogLevelsFile, fmt::format ("string={:x}", *Options.LogLevels));
@@ -115,6 +116,7 @@ FilesIn (const std::filesystem::path &Directory)
           .Control = Directory / "control",
           .Qmp = Directory / "qmp",
           .Inventory = Directory / "inventory.txt",
+          .Volume = Directory / "modules.fv",
           .Errors = Directory / "qemu.log"};
 }
 
@@ -133,8 +135,31 @@ MachineInventory (const MachineOptions &Options)
   return Text;
 }
 
+std::vector<UINT8>
+MachineVolume (const MachineOptions &Options)
+{
+  std::vector<FirmwareBytes> Files;
+  for (const std::filesystem::path &Path : Options.Modules) {
+    const std::string Text = ReadInputFile (Path, MODULE_SIZE_MAX);
+    Files.emplace_back (Text.begin (), Text.end ());
+    if (Files.back ().size () < sizeof (EFI_FFS_FILE_HEADER)) {
+      throw InputError (Path.string () + ": expected a firmware file");
+    }
+  }
+  if (Files.empty ()) {
+    return {};
+  }
+  for (UINTN Number = 1; Number < Options.DriverCount; ++Number) {
+    EFI_GUID Name = reinterpret_cast<const EFI_FFS_FILE_HEADER *> (Files.front ().data ())->Name;
+    Name.Data1 += static_cast<UINT32> (Number);
+    Files.push_back (Files.front ());
+    RenameFile (Files.back (), Name);
+  }
+  return MakeVolume (Files);
+}
+
 std::vector<std::string>
-MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINTN DriverSize)
+MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINTN VolumeSize)
 {
   Words Arguments = {"qemu-system-x86_64", "-nodefaults", "-no-user-config",
                      "-display",           "none",        "-no-reboot"};
@@ -148,7 +173,7 @@ MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINT
   AppendChannels (Arguments, Files);
   AppendPorts (Arguments, Options.PortCount);
   AppendBmc (Arguments, Options);
-  AppendSettings (Arguments, Options, Files, DriverSize);
+  AppendSettings (Arguments, Options, Files, VolumeSize);
   if (Options.CountsInstructions) {
     Append (Arguments, {"-icount", "shift=0,sleep=off"});
   }

@@ -18,8 +18,9 @@ enum class BmcConnection {
 struct MachineOptions {
   std::filesystem::path Directory = {}; ///< Of the run's files: one of its own, which is there.
   std::filesystem::path Rom = {};
-  std::filesystem::path Driver = {}; ///< The image, which the ROM finds in memory; none if empty.
-  UINTN DriverCount = 1;
+  /// Firmware files of the volume that the ROM finds in memory, the driver's first; none if empty.
+  std::vector<std::filesystem::path> Modules = {};
+  UINTN DriverCount = 1; ///< How often the volume has the first module, each time by another name.
   std::string Inventory = {}; ///< Text of the system inventory, as docs/machine.md has it.
   std::optional<UINT32> LogLevels = {}; ///< Mask of the RAS debug log.
   bool IsQuiet = false;                 ///< Leaves the messages of the driver out of the debug log.
@@ -49,6 +50,7 @@ struct MachineFiles {
   std::filesystem::path Control = {};   ///< Socket of the control channel, COM2.
   std::filesystem::path Qmp = {};       ///< Socket of QMP.
   std::filesystem::path Inventory = {}; ///< The text of the options.
+  std::filesystem::path Volume = {};    ///< Of the options' modules.
   std::filesystem::path Errors = {};    ///< What QEMU itself complains of.
 };
 
@@ -60,6 +62,10 @@ MachineFiles FilesIn (const std::filesystem::path &Directory);
 /// memory in equal parts.
 std::string MachineInventory (const MachineOptions &Options);
 
-/// The command line of QEMU. DriverSize is that of the image in bytes.
+/// The firmware volume of the options' modules; nothing without any. Throws InputError for a file
+/// that cannot be read or is none.
+std::vector<UINT8> MachineVolume (const MachineOptions &Options);
+
+/// The command line of QEMU. VolumeSize is that of the volume in bytes.
 std::vector<std::string>
-MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINTN DriverSize);
+MachineArguments (const MachineOptions &Options, const MachineFiles &Files, UINTN VolumeSize);

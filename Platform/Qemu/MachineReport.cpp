@@ -12,14 +12,17 @@ MachineCode (const MachineOptions &Options, const std::string &DebugLog)
   for (const char *Image : {"MachineBoot", "MachineSmm"}) {
     Code.Add (Options.Rom.parent_path () / fmt::format ("{}.map", Image), Image, 0);
   }
-  std::filesystem::path Map = Options.Driver;
-  Map.replace_extension (".map");
   std::istringstream Lines (DebugLog);
   for (std::string Line; std::getline (Lines, Line);) {
     UINTN Number = 0;
     UINT64 Base = 0;
-    if (std::sscanf (Line.c_str (), "smm: driver %llu at %llx", &Number, &Base) == 2) {
-      Code.Add (Map, fmt::format ("driver {}", Number), Base);
+    int Title = 0;
+    if (std::sscanf (Line.c_str (), "smm: module %llu at %llx, %*u bytes: %n", &Number, &Base,
+                     &Title) == 2 &&
+        Title != 0) {
+      const std::string Name = Line.substr (static_cast<std::size_t> (Title));
+      Code.Add (Options.Modules.front ().parent_path () / (Name + ".map"),
+                fmt::format ("module {}, {}", Number, Name), Base);
     }
   }
   return Code;

@@ -17,7 +17,7 @@ function (qsm_add_machine_image TARGET LAYOUT)
     ${TARGET} ${Layout} ${ARG_SOURCES} Common/ExceptionEntry.S Common/ExceptionFrame.cpp
               Common/MachineLog.cpp)
   target_include_directories (${TARGET} PRIVATE Common Errors ../Firmware/Core ../Firmware/Records
-                                                ../Firmware/Services)
+                                                ../Firmware/Services ../Modules)
   target_link_libraries (${TARGET} PRIVATE qsm_include qsm_driver_options ${ARG_LIBRARIES}
                                            BasePrintLib BaseLibX64 CompilerIntrinsics)
   target_link_options (${TARGET} PRIVATE -T ${Layout} -Map=${PROJECT_BINARY_DIR}/${TARGET}.map -nostdlib
@@ -34,16 +34,16 @@ endfunction ()
 
 qsm_add_machine_image (
   MachineSmm Smm/SmmLayout.ld
-  SOURCES Smm/DriverLoading.cpp
-          Smm/FoundRecord.cpp
+  SOURCES Smm/FoundRecord.cpp
           Smm/FoundTopology.cpp
           Smm/MachineWorld.cpp
+          Smm/ModuleLoading.cpp
           Smm/SmmEntry.S
           Smm/SmmMain.cpp
           Smm/SmmPaging.cpp
           Smm/SmmTile.cpp
           Smm/SourceTables.cpp
-  LIBRARIES Firmware HardwareErrors ImageLoader Kcs)
+  LIBRARIES Firmware FirmwareVolume HardwareErrors ImageLoader Kcs)
 
 qsm_add_machine_image (
   MachineBoot Boot/BootLayout.ld

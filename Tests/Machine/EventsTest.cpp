@@ -144,7 +144,7 @@ TEST (MachineEvents, ComeFromEachDriver)
     TestMachine Run (Options);
     Run.Machine.WaitUntilReady ();
     const MachineState Before = Run.Machine.State ();
-    EXPECT_THAT (LinesWith (Run.Machine.DebugLog (), "resident"), SizeIs (Drivers));
+    EXPECT_THAT (LinesWith (Run.Machine.DebugLog (), "resident"), SizeIs (Drivers + 1));
     Run.Machine.InjectPcieError ("nv1", "MALF_TLP", false);
     Run.Machine.Command (fmt::format ("bank 3 4 {:x} 0 0", CacheFatal));
     auto Events = Run.TakeEvents ();

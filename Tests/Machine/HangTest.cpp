@@ -8,6 +8,8 @@
 
 #include "BuiltImage.h"
 #include "ImageLoader.h"
+#include "Record/Inventory.h"
+#include "VolumeWriter.h"
 
 namespace {
 
@@ -27,8 +29,14 @@ public:
     const SectionHeader &Code = Image.Sections[0];
     const UINT64 Place = DriverCode (0).Find (Symbol) - Code.Address + Code.FileOffset;
     std::ranges::copy (Instructions, File.begin () + static_cast<std::ptrdiff_t> (Place));
-    Options.Driver = Directory.Path () / "Driver.efi";
-    std::ofstream (Options.Driver, std::ios::binary)
+    const EFI_GUID *const Inventory = &gOrvSmmSystemInventoryInfoProtocolGuid;
+    File = MakeModuleFile ({.Name = {},
+                            .Title = "Driver",
+                            .Version = "",
+                            .Dependency = DependencyOnAll ({&Inventory, 1}),
+                            .Image = File});
+    Options.Modules.front () = Directory.Path () / "Driver.ffs";
+    std::ofstream (Options.Modules.front (), std::ios::binary)
         .write (reinterpret_cast<const char *> (File.data ()),
                 static_cast<std::streamsize> (File.size ()));
     const Bytes Map = ReadBuiltFile ("VelmoraQsmErrorHandler.map");
@@ -47,7 +55,7 @@ TEST_F (MachineHang, TellsWhereEachProcessorIs)
   Options.Patience = std::chrono::seconds (3); // Enough to start on a busy host.
   Options.LogLevels = 0xFFFFFFFF;
   TestMachine Run (Options);
-  while (LinesWith (Run.Machine.DebugLog (), "smm: driver 0 at").empty ()) {
+  while (LinesWith (Run.Machine.DebugLog (), "smm: module 1 at").empty ()) {
     std::this_thread::sleep_for (std::chrono::milliseconds (20));
   }
   try {
@@ -56,7 +64,7 @@ TEST_F (MachineHang, TellsWhereEachProcessorIs)
   } catch (const MachineFailure &Failure) {
     EXPECT_EQ (Failure.Reason, "boot: no line came for 3000 ms");
     EXPECT_THAT (Failure.Processors,
-                 MatchesRegex ("processor 0: RIP 0xFC0[0-9A-F]*, in SMM, driver 0: "
+                 MatchesRegex ("processor 0: RIP 0xFC0[0-9A-F]*, in SMM, module 1, Driver: "
                                "_ModuleEntryPoint\\+0x0\n"
                                "(processor [1-3]: RIP 0x10[0-9A-F]*, outside SMM, halts, "
                                "MachineBoot: gSleepHalt\\+0x1\n){3}"));
@@ -79,8 +87,9 @@ TEST_F (MachineHang, TellsAtOnceThatTheMachineHasEnded)
   } catch (const MachineFailure &Failure) {
     EXPECT_EQ (Failure.Reason, "event: BMC: sequence: no line can come any more; "
                                "QEMU has ended: exit code 5");
-    EXPECT_THAT (Failure.Processors, MatchesRegex ("processor 0: RIP 0xFC0[0-9A-F]*, driver 0: "
-                                                   "QsmLogErrorWrapper\\+0x2\n"));
+    EXPECT_THAT (Failure.Processors,
+                 MatchesRegex ("processor 0: RIP 0xFC0[0-9A-F]*, module 1, Driver: "
+                               "QsmLogErrorWrapper\\+0x2\n"));
     EXPECT_THAT (Failure.what (), HasSubstr ("\nRegisterErrorLogListener, Success\r\n"));
   }
 }

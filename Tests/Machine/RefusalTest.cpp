@@ -1,21 +1,17 @@
 /// How a boot ends that was given what it cannot use.
 #include "TestMachine.h"
 
-#include <algorithm>
 #include <fstream>
 
 #include <gtest/gtest.h>
 
 #include "BuiltImage.h"
-#include "ImageLoader.h"
-#include "LocalSocket.h"
 #include "MachineError.h"
 #include "MachineLog.h"
-#include "Record/Inventory.h"
+#include "Uefi/PeImage.h"
+#include "VolumeWriter.h"
 
 namespace {
-
-using Bytes = std::vector<UINT8>;
 
 /// Boots and expects the end with its line, the last one of the debug log.
 void
@@ -72,10 +68,6 @@ TEST (MachineRefusal, OfInventoryLines)
 TEST (MachineRefusal, OfSettings)
 {
   MachineOptions Options = WithoutBmc ();
-  Options.DriverCount = 17;
-  ExpectEnd (Options, EndSettings,
-             "boot: opt/velmora/drivers: expected a number up to 16, found \"17\"");
-  Options = WithoutBmc ();
   Options.Extra = {"-fw_cfg", "name=opt/velmora/quiet,string=yes"};
   ExpectEnd (Options, EndSettings,
              "boot: opt/velmora/quiet: expected a number up to 1, found \"yes\"");
@@ -83,79 +75,64 @@ TEST (MachineRefusal, OfSettings)
   Options = WithoutBmc ();
   Options.Inventory = std::string ("processor 0 CPU0\0\ndisk", 22);
   ExpectEnd (Options, EndSettings, "boot: opt/velmora/inventory is no text: byte 16 is 0");
-
-  // The library always gives the file's size.
-  const TemporaryDirectory Directory;
-  Options = WithoutBmc ();
-  const MachineFiles Files = FilesIn (Directory.Path ());
-  std::vector<std::string> Arguments = MachineArguments (Options, Files, 1);
-  const auto Size = std::ranges::find (Arguments, "name=opt/velmora/image-size,string=1");
-  ASSERT_NE (Size, Arguments.end ());
-  Arguments.erase (Size - 1, Size + 1);
-  const FileDescriptor Channels[] = {ListenAt (Files.Control), ListenAt (Files.Qmp)};
-  ChildProcess Qemu (Arguments, {});
-  EXPECT_EQ (Qemu.WaitForEnd (Deadline (Options.Patience)).value_or (0), 3 << 8);
-  std::ostringstream Log;
-  Log << std::ifstream (Files.DebugLog).rdbuf ();
-  EXPECT_EQ (Log.str (), "boot: 64-bit mode\nboot: opt/velmora/image-size is missing\n");
 }
 
-TEST (MachineRefusal, OfDriverFiles)
+/// The driver's image without anything to wait for, with one byte changed, as a firmware file.
+FirmwareBytes
+DriverFile (UINTN Place, UINT8 Byte, const FirmwareBytes &Dependency)
 {
-  const Bytes Whole = ReadBuiltFile (ImageName);
-  ImageFile Image;
-  ASSERT_EQ (OpenImage (Whole.data (), Whole.size (), Image), nullptr);
-  const auto PlaceOf = [&] (const VOID *Field) {
-    return static_cast<UINTN> (static_cast<const UINT8 *> (Field) - Whole.data ());
-  };
-  const UINTN Pe = PlaceOf (Image.Headers);
-  const UINTN First = PlaceOf (Image.Sections);
-  const EFI_GUID Guid = gOrvSmmSystemInventoryInfoProtocolGuid;
-  const auto *GuidBytes = reinterpret_cast<const UINT8 *> (&Guid);
-  const UINTN Inventory = static_cast<UINTN> (
-      std::search (Whole.begin (), Whole.end (), GuidBytes, GuidBytes + sizeof (Guid)) -
-      Whole.begin ());
-  ASSERT_LT (Inventory, Whole.size ());
+  FirmwareBytes Image = ReadBuiltFile (ImageName);
+  Image[Place] = Byte;
+  return MakeModuleFile (
+      {.Name = {}, .Title = "Driver", .Version = "", .Dependency = Dependency, .Image = Image});
+}
+
+TEST (MachineRefusal, OfModules)
+{
+  const FirmwareBytes Image = ReadBuiltFile (ImageName);
+  const UINT8 First = Image[0];
+  const UINTN Pe = reinterpret_cast<const DosHeader *> (Image.data ())->PeOffset;
+  const UINTN Sections = Pe + sizeof (PeHeaders);
+  FirmwareBytes Damaged = DriverFile (0, First, {EFI_DEP_TRUE, EFI_DEP_END});
+  Damaged.back ()++;
   const struct {
-    UINTN Place;
-    UINT8 Byte; ///< What is there instead.
+    FirmwareBytes File;
     RunEnd End;
     const char *Line;
   } Rows[] = {
-      {0, 0, EndSettings, "smm: driver file: the file has no DOS header"},
-      {Pe, 0, EndSettings, "smm: driver file: the file has no PE header"},
-      {Pe + offsetof (PeHeaders, Machine), 0, EndSettings,
-       "smm: driver file: the image is not PE32+ for x86-64"},
-      {First + offsetof (SectionHeader, FileOffset) + 3, 1, EndSettings,
-       "smm: driver file: a section lies outside the file"},
-      {First + offsetof (SectionHeader, MemorySize) + 3, 1, EndSettings,
-       "smm: driver file: a section lies outside the image's memory"},
-      {First + offsetof (SectionHeader, Address), 1, EndSettings,
-       "smm: driver file: a section does not begin with a page"},
-      {Pe + offsetof (PeHeaders, EntryPoint) + 3, 1, EndSettings,
-       "smm: driver file: the entry point lies in no executable section"},
-      {Pe + offsetof (PeHeaders, EntryPoint) + 1, 0xA0, EndSettings,
-       "smm: driver file: the entry point lies in no executable section"},
-      {Pe + offsetof (PeHeaders, Characteristics), 0x22 | PE_RELOCATIONS_STRIPPED, EndSettings,
-       "smm: driver file: the relocations were stripped"},
-      {Pe + offsetof (PeHeaders, Directories[PE_DIRECTORY_RELOCATION].Size), 6, EndSettings,
-       "smm: driver file: the relocations end within the head of a block"},
-      // This driver asks for a protocol that nobody has.
-      {Inventory, 0, EndAssertion,
+      {Damaged, EndSettings, "smm: volume: byte 0x1000: a file's checksum is wrong"},
+      {DriverFile (0, First, {EFI_DEP_AND, EFI_DEP_END}), EndSettings,
+       "smm: Driver: dependency expression, byte 0x0: an operand is missing"},
+      {DriverFile (0, 0, {EFI_DEP_TRUE, EFI_DEP_END}), EndSettings,
+       "smm: Driver: the file has no DOS header"},
+      {DriverFile (Sections + offsetof (SectionHeader, Address), 1, {EFI_DEP_TRUE, EFI_DEP_END}),
+       EndSettings, "smm: Driver: a section does not begin with a page"},
+      // Nothing holds the driver back until the inventory is there.
+      {DriverFile (0, First, {EFI_DEP_TRUE, EFI_DEP_END}), EndAssertion,
        "smm 0: ASSERT VelmoraQsmErrorHandler/VelmoraQsmErrorHandler:377 "
        "!(((INTN)(RETURN_STATUS)(Status)) < 0)"},
   };
   const TemporaryDirectory Directory;
   MachineOptions Options = WithoutBmc ();
-  Options.Driver = Directory.Path () / "driver";
+  Options.Modules.front () = Directory.Path () / "driver.ffs";
   for (const auto &Row : Rows) {
-    Bytes File = Whole;
-    File[Row.Place] = Row.Byte;
-    std::ofstream (Options.Driver, std::ios::binary)
-        .write (reinterpret_cast<const char *> (File.data ()),
-                static_cast<std::streamsize> (File.size ()));
+    std::ofstream (Options.Modules.front (), std::ios::binary)
+        .write (reinterpret_cast<const char *> (Row.File.data ()),
+                static_cast<std::streamsize> (Row.File.size ()));
     ExpectEnd (Options, Row.End, Row.Line);
   }
+}
+
+TEST (MachineRefusal, OfAModuleThatWaitsForWhatDoesNotCome)
+{
+  MachineOptions Options = WithoutBmc ();
+  Options.Modules.pop_back ();
+  TestMachine Run (Options);
+  Run.Machine.WaitUntilReady ();
+  EXPECT_THAT (LinesWith (Run.Machine.DebugLog (), "smm: VelmoraQsmErrorHandler"),
+               testing::ElementsAre ("smm: VelmoraQsmErrorHandler waits for "
+                                     "710D487E-1A44-4B32-9D5B-4DB6A4A4430D"));
+  EXPECT_EQ (Run.Machine.Exit (21), 21);
 }
 
 } // namespace

@@ -19,7 +19,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::MatchesRegex;
-using testing::StartsWith;
 
 using Bytes = std::vector<UINT8>;
 
@@ -30,17 +29,23 @@ TEST (MachineStartup, TellsTheDebugLog)
   EXPECT_THAT (
       LinesWith (Run.Machine.DebugLog (), "smm"),
       ElementsAre ("smm: the first processor is in SMM",
-                   StartsWith ("smm: driver 0 at 0xFC00000, "),
+                   MatchesRegex ("smm: module 0 at 0xFC00000, [0-9]+ bytes: SystemInventory"),
+                   "smm: module 0 resident",
+                   MatchesRegex ("smm: module 1 at 0xFC03000, [0-9]+ bytes: "
+                                 "VelmoraQsmErrorHandler"),
                    "smm 0: 00000040 VelmoraQsmErrorHandler: Building data for SysHostPointerLib",
                    "smm 0: 00000040 Inside ORVQsmErrorHandler EntryPoint",
                    "smm 0: 00000040 RegisterErrorListener (QsmLogErrorWrapper ) Status: Success ",
-                   "smm: driver 0 resident",
+                   "smm: module 1 resident",
                    "smm 0: 00000040 VelmoraQsmErrorHandler: Sanitizing non-SMRAM pointers in "
                    "SysHostPointerLib",
                    "smm 0: 00000040 VelmoraQsmErrorHandler: Done sanitizing non-SMRAM pointers",
                    MatchesRegex ("smm: ready to lock; checksum [0-9A-F]{16}, 11 pool blocks")));
   EXPECT_EQ (Run.Machine.Exit (21), 21);
 }
+
+/// The driver's place behind the module that it waits for.
+constexpr UINT64 DriverBase = SMM_DRIVERS_BASE + 0x3000;
 
 TEST (MachineStartup, LocksTheVeryBytesOfTheFileIntoSmram)
 {
@@ -49,15 +54,17 @@ TEST (MachineStartup, LocksTheVeryBytesOfTheFileIntoSmram)
   ASSERT_EQ (OpenImage (File.data (), File.size (), Image), nullptr);
   const UINT64 Size = Image.Headers->ImageSize;
   Bytes Placed (Size);
-  ASSERT_EQ (PlaceImage (Image, Placed.data (), SMM_DRIVERS_BASE), nullptr);
+  ASSERT_EQ (PlaceImage (Image, Placed.data (), DriverBase), nullptr);
 
   TestMachine Run;
   Run.Machine.WaitUntilReady ();
-  EXPECT_EQ (Run.ReadMemory (DRIVER_FILE_BASE, File.size ()), File) << "what the machine was given";
+  const Bytes Volume = MachineVolume (Run.Options);
+  EXPECT_EQ (Run.ReadMemory (VOLUME_BASE, Volume.size ()), Volume) << "what the machine was given";
+  EXPECT_NE (std::ranges::search (Volume, File).begin (), Volume.end ()) << "what is delivered";
   EXPECT_EQ (Run.ReadMemory (TSEG_BASE, TSEG_SIZE), Bytes (TSEG_SIZE, 0xFF)) << "from outside";
   Run.StopInSmm ();
-  EXPECT_EQ (Run.ReadSmram (SMM_FILE_BASE, File.size ()), File) << "what was loaded";
-  const Bytes Driver = Run.ReadSmram (SMM_DRIVERS_BASE, Size);
+  EXPECT_EQ (Run.ReadSmram (SMM_VOLUME_BASE, Volume.size ()), Volume) << "what was loaded";
+  const Bytes Driver = Run.ReadSmram (DriverBase, Size);
   for (UINTN Index = 0; Index < Image.Headers->SectionCount; ++Index) {
     const SectionHeader &Section = Image.Sections[Index];
     if ((Section.Characteristics & PE_SECTION_WRITE) == 0) {
@@ -123,7 +130,7 @@ TEST (MachineStartup, LeavesTheBusNumbersOfTheBridgesInTheStore)
   EXPECT_THAT (Bridges, ElementsAre ("1 0 1 0 1 1", "1 0 2 0 2 2", "1 0 3 0 3 5"));
 
   Run.StopInSmm ();
-  const Bytes Pointer = Run.ReadSmram (DriverCode (SMM_DRIVERS_BASE).Find ("mIioTopology"), 8);
+  const Bytes Pointer = Run.ReadSmram (DriverCode (DriverBase).Find ("mIioTopology"), 8);
   UINT64 Address = 0;
   std::copy (Pointer.begin (), Pointer.end (), reinterpret_cast<UINT8 *> (&Address));
   const Bytes Store = Run.ReadSmram (Address, sizeof (IioTopologyStore));

@@ -48,7 +48,7 @@ EventText (const BmcEvent &Event)
 MachineOptions
 UsualMachine ()
 {
-  return {.Rom = QSM_ROM, .Driver = QSM_IMAGE, .Bmc = BmcConnection::External};
+  return {.Rom = QSM_ROM, .Modules = {QSM_DRIVER, QSM_INVENTORY}, .Bmc = BmcConnection::External};
 }
 
 MachineOptions

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <span>
 
+#include "EventJudge.h"
+
 extern "C" {
 #include <OpenIPMI/mcserv.h>
 
@@ -25,41 +27,24 @@ int ipmi_sim_module_init (sys_data_t *System, char *Options);
 
 namespace {
 
-using Byte = unsigned char;
-
 constexpr Byte NetFunction = 0x32;
 constexpr Byte Command = 0x2C;
-
-/// The request: a byte 0, class, severity, and an id of at most 150 bytes with its NUL.
-constexpr std::size_t ClassAt = 1, SeverityAt = 2, IdAt = 3;
-constexpr std::size_t SizeMin = IdAt + 1, SizeMax = IdAt + 150;
 
 /// The SEL record: OEM, without a time (IPMI 2.0, table 32-3). Its 13 bytes are class, severity and
 /// as much of the id as there is room for, filled up with NULs.
 constexpr Byte RecordType = 0xE0;
 constexpr std::size_t RecordSize = 13, RecordIdAt = 2;
 
-// IPMI 2.0, table 5-2.
-enum : Byte {
-  Completed = 0x00,
-  OutOfSpace = 0xC4,
-  LengthInvalid = 0xC7,
-  FieldInvalid = 0xCC,
-};
-
 Byte
 TakeEvent (lmc_data_t *Mc, std::span<const Byte> Request)
 {
-  if (Request.size () < SizeMin || Request.size () > SizeMax) {
-    return LengthInvalid;
+  if (const Byte Code = JudgeEvent (Request); Code != Completed) {
+    return Code;
   }
   const auto Id = Request.subspan (IdAt);
-  if (Request.front () != 0 || std::ranges::find (Id, Byte{0}) != Id.end () - 1) {
-    return FieldInvalid;
-  }
   std::array<Byte, RecordSize> Record = {Request[ClassAt], Request[SeverityAt]};
-  const std::size_t Size = std::min (Id.size (), RecordSize - RecordIdAt);
-  std::ranges::copy (Id.first (Size), Record.begin () + RecordIdAt);
+  std::ranges::copy (Id.first (std::min (Id.size (), RecordSize - RecordIdAt)),
+                     Record.begin () + RecordIdAt);
   unsigned int RecordId = 0;
   return ipmi_mc_add_to_sel (Mc, RecordType, Record.data (), &RecordId) == 0 ? Completed
                                                                              : OutOfSpace;

@@ -66,7 +66,7 @@ SpoiledFrame (IpmiMessage Answer, GarbageKind Kind)
 }
 
 /// Whether the data of an event command are one: CompletionNormal, or why not. They are 0, a class,
-/// a severity and the device's id, printable and not empty, with one NUL behind it.
+/// a severity and the device's id, printable if not empty, with one NUL behind it.
 CompletionCode
 CheckEvent (std::span<const UINT8> Data)
 {
@@ -79,7 +79,7 @@ CheckEvent (std::span<const UINT8> Data)
   const UINT8 Severity = Data[offsetof (RequestData, EventSeverity)];
   const bool IsGood = Data[0] == 0 && Class >= ErrorClassProcessor && Class <= ErrorClassPcie &&
                       Severity >= EventSeverityWarning && Severity <= EventSeverityCritical &&
-                      Id.back () == 0 && !Text.empty () && IsPrintableAscii (Text);
+                      Id.back () == 0 && IsPrintableAscii (Text);
   return IsGood ? CompletionNormal : CompletionDataFieldInvalid;
 }
 

@@ -19,7 +19,11 @@ constexpr const char *Description =
     "Runs the driver's image in the System Management Mode of an emulated server, injects hardware "
     "errors and prints what the BMC gets, both logs and the closing state.";
 
-/// The errors unless others are given.
+/// The modules of the firmware volume by their titles.
+constexpr const char *DRIVER_TITLE = "VelmoraQsmErrorHandler";
+constexpr const char *INVENTORY_TITLE = "SystemInventory";
+
+/// The errors unless others are given, or a module is withheld.
 const std::vector<std::string> UsualErrors = {"pcie-uncorrected", "pcie-corrected",
                                               "memory-corrected", "processor-corrected"};
 
@@ -29,10 +33,11 @@ constexpr UINTN FILE_SIZE_MAX = 16 << 20;
 constexpr std::chrono::hours DEBUGGER_PATIENCE (24);
 
 struct RunArguments {
-  std::string Rom = QSM_ROM, Image = QSM_IMAGE, Bmc = QSM_BMC;
+  std::string Rom = QSM_ROM, Driver = QSM_DRIVER, Bmc = QSM_BMC;
   std::string Processors = "4,sockets=2";
   std::string DriverCount = "1";
-  std::vector<std::string> Errors = UsualErrors;
+  std::vector<std::string> Errors;
+  std::vector<std::string> Withheld;
   std::string BmcPort, GdbPort;
   bool Json = false;
   bool Keep = false;
@@ -88,14 +93,19 @@ ReadError (const std::string &Text, const MachineOptions &Options)
 RunPlan
 ReadPlan (const RunArguments &Arguments)
 {
-  RunPlan Plan = {.Machine = {.Rom = Arguments.Rom, .Driver = Arguments.Image},
+  RunPlan Plan = {.Machine = {.Rom = Arguments.Rom},
                   .BmcProgram = Arguments.Bmc,
                   .Injections = {},
                   .IsKept = Arguments.Keep};
   MachineOptions &Machine = Plan.Machine;
-  for (const std::string &File : {Arguments.Rom, Arguments.Image}) {
-    ReadInputFile (File, FILE_SIZE_MAX);
+  ReadInputFile (Arguments.Rom, FILE_SIZE_MAX);
+  for (const auto &[Title, File] : {std::pair{DRIVER_TITLE, Arguments.Driver},
+                                    std::pair{INVENTORY_TITLE, std::string (QSM_INVENTORY)}}) {
+    if (std::ranges::find (Arguments.Withheld, Title) == Arguments.Withheld.end ()) {
+      Machine.Modules.emplace_back (File);
+    }
   }
+  (void)MachineVolume (Machine);
   ReadProcessors (Arguments.Processors, Machine);
   Machine.DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, DriverMax);
   Machine.Inventory = MachineInventory (Machine);
@@ -109,7 +119,8 @@ ReadPlan (const RunArguments &Arguments)
     Machine.IsStopped = true;
     Machine.Patience = DEBUGGER_PATIENCE;
   }
-  for (const std::string &Error : Arguments.Errors) {
+  const bool IsUsual = Arguments.Errors.empty () && Arguments.Withheld.empty ();
+  for (const std::string &Error : IsUsual ? UsualErrors : Arguments.Errors) {
     Plan.Injections.push_back (ReadError (Error, Machine));
   }
   return Plan;
@@ -161,7 +172,13 @@ QsmmachineMain (int ArgumentCount, const char *const *Arguments, Console &Consol
   App.add_flag ("--json", Parsed.Json, "Print one JSON document");
   App.add_flag ("--keep", Parsed.Keep, "Leave the directory of the run in place");
   Add ("--rom", Parsed.Rom, "The machine's firmware", "FILE");
-  Add ("--image", Parsed.Image, "The driver's image", "FILE");
+  Add ("--driver", Parsed.Driver, "The driver's firmware file", "FILE");
+  App.add_option ("--withhold", Parsed.Withheld,
+                  "Leave a module out of the firmware volume; then no error is injected unless "
+                  "given. May be given several times")
+      ->type_name ("NAME")
+      ->allow_extra_args (false)
+      ->check (CLI::IsMember ({DRIVER_TITLE, INVENTORY_TITLE}));
   Add ("--bmc", Parsed.Bmc, "The BMC's program", "FILE");
   Add ("--bmc-port", Parsed.BmcPort, "Start no BMC: one listens at this port of 127.0.0.1", "PORT")
       ->excludes ("--bmc");

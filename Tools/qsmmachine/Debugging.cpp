@@ -40,8 +40,8 @@ BootLog (MachineOptions Options)
   return Machine.DebugLog ();
 }
 
-/// Where the log says that the driver lies, once for each time that it was loaded: "smm: driver 0
-/// at 0xFC00000, 45056 bytes". Behind a colon stands a module's title; others have other titles.
+/// Where the log says that the driver lies, once for each time that it was loaded: "smm: module 1
+/// at 0xFC03000, 45056 bytes: VelmoraQsmErrorHandler".
 std::vector<std::string>
 DriverAddresses (const std::string &Log)
 {
@@ -54,7 +54,7 @@ DriverAddresses (const std::string &Log)
       Stream >> Word;
     }
     const auto &[Smm, Kind, Number, At, Address, Size, Bytes, Title] = Words;
-    if (Smm == "smm:" && At == "at" && (Bytes == "bytes" || Title == "VelmoraQsmErrorHandler")) {
+    if (Smm == "smm:" && At == "at" && Title == "VelmoraQsmErrorHandler") {
       Addresses.push_back (Address.substr (0, Address.find (',')));
     }
   }
@@ -70,7 +70,9 @@ DebuggerLines (const MachineOptions &Options)
   if (const auto File = SymbolsOf (Options.Rom, ".debug.elf"); std::filesystem::exists (File)) {
     Lines += fmt::format ("  add-symbol-file {}\n", File.string ());
   }
-  if (const auto File = SymbolsOf (Options.Driver, ".debug.efi"); std::filesystem::exists (File)) {
+  const auto File = Options.Modules.empty () ? std::filesystem::path ()
+                                             : SymbolsOf (Options.Modules.front (), ".debug.efi");
+  if (std::filesystem::exists (File)) {
     for (const std::string &Address : DriverAddresses (BootLog (Options))) {
       Lines += fmt::format ("  add-symbol-file {} -o {}\n", File.string (), Address);
     }

@@ -137,7 +137,7 @@ PrintAll (PrintWriter &Writer, PrintFormat &Format, VA_LIST &Marker)
     } else if (Character == '\n' || Character == '\r') {
       PrintLineEnd (Writer, {}, Character, Format);
     } else {
-      WriteFill (Writer, 1, Character);
+      WriteCharacter (Writer, Character);
     }
   }
 }

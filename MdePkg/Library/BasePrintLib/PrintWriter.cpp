@@ -2,11 +2,9 @@
 
 #include "PrintDirective.h"
 
-namespace {
-
-/// BasePrintLibFillBuffer without the cost of its calling convention.
-CHAR8 *
-Fill (CHAR8 *Buffer, const CHAR8 *EndBuffer, INTN Length, UINTN Character, INTN Increment)
+CHAR8 *EFIAPI
+BasePrintLibFillBuffer (
+    CHAR8 *Buffer, CHAR8 *EndBuffer, INTN Length, UINTN Character, INTN Increment)
 {
   for (; Length > 0 && Buffer < EndBuffer; --Length) {
     Buffer[0] = static_cast<CHAR8> (Character);
@@ -16,15 +14,6 @@ Fill (CHAR8 *Buffer, const CHAR8 *EndBuffer, INTN Length, UINTN Character, INTN 
     Buffer += Increment;
   }
   return Buffer;
-}
-
-} // namespace
-
-CHAR8 *EFIAPI
-BasePrintLibFillBuffer (
-    CHAR8 *Buffer, CHAR8 *EndBuffer, INTN Length, UINTN Character, INTN Increment)
-{
-  return Fill (Buffer, EndBuffer, Length, Character, Increment);
 }
 
 PrintWriter
@@ -48,7 +37,8 @@ VOID
 WriteFill (PrintWriter &Writer, INTN Length, CHAR16 Character)
 {
   if (!Writer.CountOnly) {
-    Writer.Position = Fill (Writer.Position, Writer.End, Length, Character, Writer.CharacterSize);
+    Writer.Position = BasePrintLibFillBuffer (Writer.Position, Writer.End, Length, Character,
+                                              Writer.CharacterSize);
   } else if (Length > 0) {
     Writer.Counted += static_cast<UINTN> (Length);
   }
@@ -64,7 +54,7 @@ WriteCharacters (PrintWriter &Writer, const CHAR8 *Text, UINTN Length, UINTN Fla
     if (Character == '\0') {
       break;
     }
-    WriteFill (Writer, 1, Character);
+    WriteCharacter (Writer, Character);
     Text += Step;
   }
   return Text;
@@ -76,7 +66,7 @@ CloseWriter (const PrintWriter &Writer)
   if (Writer.CountOnly) {
     return Writer.Counted;
   }
-  Fill (Writer.Position, Writer.End + Writer.CharacterSize, 1, '\0', Writer.CharacterSize);
+  __builtin_memset (Writer.Position, 0, static_cast<UINTN> (Writer.CharacterSize));
   return static_cast<UINTN> (Writer.Position - Writer.Start) /
          static_cast<UINTN> (Writer.CharacterSize);
 }

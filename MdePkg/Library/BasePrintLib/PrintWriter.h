@@ -20,6 +20,21 @@ PrintWriter OpenWriter (CHAR8 *Buffer, UINTN BufferSize, UINTN Flags);
 /// Whether all further text would be dropped.
 bool IsWriterFull (const PrintWriter &Writer);
 
+/// Writes one character.
+inline VOID
+WriteCharacter (PrintWriter &Writer, CHAR16 Character)
+{
+  if (Writer.CountOnly) {
+    ++Writer.Counted;
+  } else if (Writer.Position < Writer.End) {
+    Writer.Position[0] = static_cast<CHAR8> (Character);
+    if (Writer.CharacterSize != 1) {
+      Writer.Position[1] = static_cast<CHAR8> (Character >> 8);
+    }
+    Writer.Position += Writer.CharacterSize;
+  }
+}
+
 /// Writes Character Length times; a Length of 0 or less is nothing.
 VOID WriteFill (PrintWriter &Writer, INTN Length, CHAR16 Character);
 

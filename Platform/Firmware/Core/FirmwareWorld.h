@@ -76,6 +76,9 @@ struct FirmwareWorld {
   /// The block is gone. Returns whether nobody wrote to its guards, as far as that can be told.
   bool (*CloseBlock) (VOID *Context, UINT8 *Block, UINTN Size);
 
+  /// Messages go nowhere, and are not even composed.
+  bool IsQuiet = false;
+
   /// Receives each message and each assertion, in the order in which a processor makes them.
   VOID (*DebugOutput) (VOID *Context, const DebugEntry *Entry);
 

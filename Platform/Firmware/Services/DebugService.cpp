@@ -51,6 +51,9 @@ Output (DebugEntry Entry)
 EFI_STATUS
 RecordMessage (UINTN ErrorLevel, const CHAR8 *ModuleName, const CHAR8 *Format, VA_LIST Args)
 {
+  if (gWorld.IsQuiet) {
+    return EFI_SUCCESS;
+  }
   CHAR8 Text[DebugTextMax];
   ComposeText (Text, Format, Args);
   DebugEntry Entry = {};

@@ -3,7 +3,7 @@
 
 #include "Protocol/LoadedImage.h"
 
-inline constexpr UINTN ImageMax = 16;
+inline constexpr UINTN ImageMax = 32;
 
 extern "C" {
 

@@ -167,10 +167,8 @@ TEST_F (EmulatedMachineTest, TakesErrorsOfEachDeviceAndProcessor)
 
 TEST (MachineArguments, SayWhatTheOptionsSay)
 {
-  const MachineFiles Files = {.Inventory = "a,b/inventory"};
-  const std::vector<std::string> Arguments = MachineArguments ({.Driver = "a,b/driver",
-                                                                .DriverCount = 3,
-                                                                .Inventory = "text",
+  const MachineFiles Files = {.Inventory = "a,b/inventory", .Volume = "a,b/modules"};
+  const std::vector<std::string> Arguments = MachineArguments ({.Inventory = "text",
                                                                 .LogLevels = 0x0C000000,
                                                                 .IsQuiet = true,
                                                                 .PortCount = 17,
@@ -180,13 +178,13 @@ TEST (MachineArguments, SayWhatTheOptionsSay)
                                                                 .Extra = {"-extra"}},
                                                                Files, 1000);
   EXPECT_THAT (Arguments,
-               IsSupersetOf (
-                   {"loader,file=a,,b/driver,addr=0x2000000,force-raw=on",
-                    "name=opt/velmora/image-size,string=1000", "name=opt/velmora/drivers,string=3",
-                    "name=opt/velmora/inventory,file=a,,b/inventory",
-                    "name=opt/velmora/log-levels,string=c000000", "name=opt/velmora/quiet,string=1",
-                    "pcie-root-port,id=rp17,chassis=17,slot=17,addr=11.0", "shift=0,sleep=off",
-                    "tcp:127.0.0.1:1234", "-S", "-extra"}));
+               IsSupersetOf ({"loader,file=a,,b/modules,addr=0x2000000,force-raw=on",
+                              "name=opt/velmora/volume-size,string=1000",
+                              "name=opt/velmora/inventory,file=a,,b/inventory",
+                              "name=opt/velmora/log-levels,string=c000000",
+                              "name=opt/velmora/quiet,string=1",
+                              "pcie-root-port,id=rp17,chassis=17,slot=17,addr=11.0",
+                              "shift=0,sleep=off", "tcp:127.0.0.1:1234", "-S", "-extra"}));
   EXPECT_THAT (Arguments, testing::Not (testing::Contains (HasSubstr ("ipmi"))));
   EXPECT_THAT (MachineArguments ({.Bmc = BmcConnection::External, .BmcPort = 99}, {}, 0),
                testing::Contains ("socket,id=ipmi0,host=127.0.0.1,port=99,reconnect=1"));

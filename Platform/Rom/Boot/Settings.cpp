@@ -40,12 +40,8 @@ WriteLogLevels (UINT64 Levels)
 VOID
 ReadSettings ()
 {
-  UINT64 Drivers = 1;
-  (void)ReadSetting (DriversFile, 10, DriverMax, Drivers);
-  UINT64 FileSize = 0;
-  if (!ReadSetting (ImageSizeFile, 10, DRIVER_FILE_MAX, FileSize) && Drivers != 0) {
-    EndRun (EndSettings, "boot: %a is missing\n", ImageSizeFile);
-  }
+  UINT64 VolumeSize = 0;
+  (void)ReadSetting (VolumeSizeFile, 10, VOLUME_MAX, VolumeSize);
   UINT64 Quiet = 0;
   (void)ReadSetting (QuietFile, 10, 1, Quiet);
   UINT64 LogLevels;
@@ -53,7 +49,6 @@ ReadSettings ()
     WriteLogLevels (LogLevels);
   }
   HandOver &Found = HandOverRecord ().Found;
-  Found.DriverCount = static_cast<UINT32> (Drivers);
   Found.Quiet = static_cast<UINT32> (Quiet);
-  Found.DriverFileSize = FileSize;
+  Found.VolumeSize = VolumeSize;
 }

@@ -5,7 +5,7 @@
 
 extern "C" {
 
-/// Takes what is said of the drivers into the hand-over record, and writes the
-/// mask of the driver's log to CMOS. A setting that is not as it has to be ends the run.
+/// Takes what is said of the firmware volume and of the log into the hand-over record, and writes
+/// the mask of the driver's log to CMOS. A setting that is not as it has to be ends the run.
 VOID ReadSettings ();
 }

@@ -39,7 +39,7 @@ struct InventoryEntry : InventoryRow {
 enum SmmCommand : UINT32 {
   SmmNone,        ///< Any other SMI: serves the error sources, as those below do too.
   SmmServe,       ///< Nothing more.
-  SmmStart,       ///< Powers the firmware on and loads the drivers.
+  SmmStart,       ///< Powers the firmware on and starts the modules.
   SmmReadyToLock, ///< Signals it.
   SmmReadState,   ///< Fills State.
 };
@@ -62,9 +62,8 @@ struct HandOver {
   UINT32 ProcessorCount;
   UINT32 PciFunctionCount;
   UINT32 InventoryEntryCount;
-  UINT32 DriverCount;
-  UINT32 Quiet;          ///< Not 0 if the driver's messages are to be left out of the log.
-  UINT64 DriverFileSize; ///< Bytes of the file at DRIVER_FILE_BASE.
+  UINT32 Quiet;      ///< Not 0 if the driver's messages are to be left out of the log.
+  UINT64 VolumeSize; ///< Bytes of the firmware volume at VOLUME_BASE; 0 without one.
 
   /// In the order of their APIC ids, so the first one, which boots, is 0.
   ProcessorPlace Processors[ProcessorMax];

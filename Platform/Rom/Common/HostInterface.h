@@ -8,8 +8,7 @@ inline constexpr UINT16 DebugConsolePort = 0x402;
 inline constexpr UINT16 DebugExitPort = 0xF4;
 
 /// Files of the firmware configuration device.
-inline constexpr CHAR8 DriversFile[] = "opt/velmora/drivers";
-inline constexpr CHAR8 ImageSizeFile[] = "opt/velmora/image-size";
+inline constexpr CHAR8 VolumeSizeFile[] = "opt/velmora/volume-size";
 inline constexpr CHAR8 QuietFile[] = "opt/velmora/quiet";
 inline constexpr CHAR8 LogLevelsFile[] = "opt/velmora/log-levels";
 inline constexpr CHAR8 InventoryFile[] = "opt/velmora/inventory";
@@ -20,6 +19,6 @@ inline constexpr CHAR8 ControlReady[] = "ready";
 inline constexpr CHAR8 ControlDone[] = "done";
 inline constexpr CHAR8 ControlError[] = "error: ";
 
-/// The most that the ROM has tables for.
+/// The most that the ROM has tables for: processors, and drivers beside the other modules.
 inline constexpr UINTN ProcessorMax = 16;
 inline constexpr UINTN DriverMax = 16;

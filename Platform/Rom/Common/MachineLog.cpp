@@ -28,16 +28,26 @@ LockLog ()
 }
 
 VOID
-PrintMarker (const CHAR8 *Format, VA_LIST Args)
+Write (const CHAR8 *Text)
+{
+  while (*Text != '\0') {
+    const CHAR8 *End = Text;
+    while (*End != '\0' && *End != '\r') {
+      ++End;
+    }
+    IoWriteBytes (DebugConsolePort, Text, static_cast<UINTN> (End - Text));
+    Text = *End == '\r' ? End + 1 : End;
+  }
+}
+
+VOID
+PrintMarker (const CHAR8 *Format, VA_LIST Args, const CHAR8 *Behind)
 {
   CHAR8 Text[LogTextMax];
   BasePrintLibSPrintMarker (Text, sizeof Text, 0, Format, Args);
   const bool Locked = LockLog ();
-  for (const CHAR8 *Next = Text; *Next != '\0'; ++Next) {
-    if (*Next != '\r') {
-      IoWrite8 (DebugConsolePort, static_cast<UINT8> (*Next));
-    }
-  }
+  Write (Text);
+  Write (Behind);
   if (Locked) {
     GiveLock (mLock);
   }
@@ -50,7 +60,16 @@ LogPrint (const CHAR8 *Format, ...)
 {
   VA_LIST Args;
   VA_START (Args, Format);
-  PrintMarker (Format, Args);
+  PrintMarker (Format, Args, "");
+  VA_END (Args);
+}
+
+VOID EFIAPI
+LogText (const CHAR8 *Text, const CHAR8 *Format, ...)
+{
+  VA_LIST Args;
+  VA_START (Args, Format);
+  PrintMarker (Format, Args, Text);
   VA_END (Args);
 }
 
@@ -68,7 +87,7 @@ EndRun (RunEnd End, const CHAR8 *Format, ...)
 {
   VA_LIST Args;
   VA_START (Args, Format);
-  PrintMarker (Format, Args);
+  PrintMarker (Format, Args, "");
   VA_END (Args);
   ExitMachine (End);
 }

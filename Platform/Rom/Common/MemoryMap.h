@@ -11,16 +11,16 @@
 
 // Outside SMM. The processors that are started run from the first page of the trampoline, and each
 // takes its first SMI at the reset value of SMBASE.
-#define TRAMPOLINE_BASE  0x00008000
-#define RESET_SMBASE     0x00030000
-#define BOOT_IMAGE_BASE  0x00100000
-#define HAND_OVER_BASE   0x01000000
-#define DRIVER_FILE_BASE 0x02000000
-#define DRIVER_FILE_MAX  0x00100000
-#define BOOT_POOL_BASE   0x03000000
-#define BOOT_POOL_SIZE   0x00100000
+#define TRAMPOLINE_BASE 0x00008000
+#define RESET_SMBASE    0x00030000
+#define BOOT_IMAGE_BASE 0x00100000
+#define HAND_OVER_BASE  0x01000000
+#define VOLUME_BASE     0x02000000
+#define VOLUME_MAX      0x00100000
+#define BOOT_POOL_BASE  0x03000000
+#define BOOT_POOL_SIZE  0x00100000
 
-// TSEG: a tile for each processor, the SMM image, the drivers, the copy of their file, the pool.
+// TSEG: a tile for each processor, the SMM image, the modules, the copy of their volume, the pool.
 #define TSEG_BASE        0x0F800000
 #define TSEG_SIZE        0x00800000
 #define SMM_TILES_BASE   TSEG_BASE
@@ -28,7 +28,7 @@
 #define SMM_IMAGE_MAX    0x00300000
 #define SMM_DRIVERS_BASE (TSEG_BASE + 0x400000)
 #define SMM_DRIVERS_SIZE 0x00100000
-#define SMM_FILE_BASE    (TSEG_BASE + 0x500000)
+#define SMM_VOLUME_BASE  (TSEG_BASE + 0x500000)
 #define SMM_POOL_BASE    (TSEG_BASE + 0x600000)
 #define SMM_POOL_SIZE    0x00200000
 

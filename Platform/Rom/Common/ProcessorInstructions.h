@@ -16,6 +16,13 @@ IoWrite32 (UINT16 Port, UINT32 Value)
   asm volatile("outl %0, %1" ::"a"(Value), "Nd"(Port));
 }
 
+/// Writes Size bytes, one after the other.
+inline VOID
+IoWriteBytes (UINT16 Port, const CHAR8 *Bytes, UINTN Size)
+{
+  asm volatile("rep outsb" : "+S"(Bytes), "+c"(Size) : "d"(Port) : "memory");
+}
+
 inline UINT32
 IoRead32 (UINT16 Port)
 {

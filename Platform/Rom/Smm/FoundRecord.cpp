@@ -13,8 +13,7 @@ IsSound (const HandOver &Found)
 {
   bool Sound = Found.ProcessorCount != 0 && Found.ProcessorCount <= ProcessorMax &&
                Found.PciFunctionCount <= PciFunctionMax &&
-               Found.InventoryEntryCount <= InventoryEntryMax && Found.DriverCount <= DriverMax &&
-               Found.DriverFileSize <= DRIVER_FILE_MAX;
+               Found.InventoryEntryCount <= InventoryEntryMax && Found.VolumeSize <= VOLUME_MAX;
   for (UINTN Index = 0; Sound && Index < Found.InventoryEntryCount; ++Index) {
     Sound = Found.Inventory[Index].Name[InventoryNameMax - 1] == '\0';
   }

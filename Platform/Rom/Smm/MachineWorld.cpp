@@ -3,8 +3,10 @@
 #include "Firmware.h"
 #include "FoundRecord.h"
 #include "FoundTopology.h"
+#include "HeldInventory.h"
 #include "KcsTransport.h"
 #include "MachineLog.h"
+#include "ProtocolDatabase.h"
 #include "SmmTile.h"
 #include "SystemInventory.h"
 
@@ -44,10 +46,7 @@ DebugOutput (VOID *, const DebugEntry *Entry)
   if (Entry->Kind == DebugAssertion) {
     EndRun (EndAssertion, "smm %ld: %a", Entry->Processor, Entry->Text);
   }
-  if (gFound.Quiet == 0) {
-    LogPrint ("smm %ld: %08x %a", Entry->Processor, static_cast<UINT32> (Entry->Level),
-              Entry->Text);
-  }
+  LogText (Entry->Text, "smm %ld: %08x ", Entry->Processor, static_cast<UINT32> (Entry->Level));
 }
 
 UINTN
@@ -77,6 +76,14 @@ AddInventory ()
   }
 }
 
+/// Leaves it to a module to publish the inventory.
+VOID
+HoldInventoryBack ()
+{
+  ProtocolRemove (ProtocolSmm, &gOrvSmmSystemInventoryInfoProtocolGuid);
+  ProtocolPublish (ProtocolSmm, &gHeldInventoryProtocolGuid, &gInventory);
+}
+
 } // namespace
 
 VOID
@@ -94,6 +101,7 @@ MachineWorldStart ()
       .PciSegmentCount = 1,
       .OpenBlock = OpenBlock,
       .CloseBlock = CloseBlock,
+      .IsQuiet = gFound.Quiet != 0,
       .DebugOutput = DebugOutput,
       .SendToBmc = KcsSendToBmc,
       .ExecutingProcessor = ExecutingProcessor,
@@ -102,4 +110,5 @@ MachineWorldStart ()
   FirmwareReset (&World);
   UseFoundTopology ();
   AddInventory ();
+  HoldInventoryBack ();
 }

@@ -1,7 +1,6 @@
 /// What a processor does in SMM, between its entry and RSM.
 
 #include "ApmPort.h"
-#include "DriverLoading.h"
 #include "ExceptionFrame.h"
 #include "Firmware.h"
 #include "FoundRecord.h"
@@ -9,6 +8,7 @@
 #include "MachineCheckRegisters.h"
 #include "MachineLog.h"
 #include "MachineWorld.h"
+#include "ModuleLoading.h"
 #include "Pool.h"
 #include "ProcessorInstructions.h"
 #include "SmmPaging.h"
@@ -53,7 +53,7 @@ Start ()
   TakeFoundRecord ();
   MachineWorldStart ();
   ErrorSourcesStart ();
-  LoadDrivers ();
+  LoadModules ();
 }
 
 VOID

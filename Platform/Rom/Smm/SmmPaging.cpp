@@ -99,7 +99,7 @@ SmmPagingPrepare (UINTN ProcessorCount)
   SetBetween (reinterpret_cast<const VOID *> (SMM_IMAGE_BASE), gSmmConstantsStart, PageExecute);
   SetBetween (gSmmConstantsStart, gSmmSettledStart, PageRead);
   SetBetween (gSmmSettledStart, gSmmImageEnd, PageWrite);
-  SmmPagingSet (SMM_FILE_BASE, DRIVER_FILE_MAX, PageWrite);
+  SmmPagingSet (SMM_VOLUME_BASE, VOLUME_MAX, PageWrite);
   SmmPagingSet (SMM_POOL_BASE, SMM_POOL_SIZE, PageWrite);
 }
 
@@ -120,7 +120,7 @@ SmmPagingSettle ()
   LeaveOrdinaryRam ();
   SetBetween (gSmmSettledStart, gSmmWorkingStart, PageRead);
   SetBetween (gSmmWorkingEnd, gSmmImageEnd, PageRead);
-  SmmPagingSet (SMM_FILE_BASE, DRIVER_FILE_MAX, PageRead);
+  SmmPagingSet (SMM_VOLUME_BASE, VOLUME_MAX, PageRead);
   WriteControl0 (Control);
   ForgetTranslations ();
 }

@@ -8,17 +8,17 @@ public:
   Qsmmachine () : ToolTest ("qsmmachine", QsmmachineMain)
   {
     Write ("rom", "no ROM");
-    Write ("image", "no image");
+    Write ("driver", "no driver, but as long as one");
   }
 };
 
 TEST_F (Qsmmachine, RefusesBadInputWithOneLine)
 {
-  const std::string F = "--rom rom --image image ";
+  const std::string F = "--rom rom --driver driver ";
   const Refusal Rows[] = {
       {F + "--cpus 1", "There is no \"--cpus\" here (see --help)"},
       {"--rom nosuch", "nosuch: expected a readable file: No such file or directory"},
-      {"--rom rom --image nosuch", "nosuch: expected a readable file: No such file or directory"},
+      {"--rom rom --driver nosuch", "nosuch: expected a readable file: No such file or directory"},
       {F + "--smp 17", "--smp: expected a number from 1 to 16, found \"17\""},
       {F + "--smp 4,cores=2", "--smp: expected a number from 1 to 16, found \"4,cores=2\""},
       {F + "--smp 4,sockets=3",
@@ -49,14 +49,14 @@ TEST_F (Qsmmachine, ReportsARunThatDoesNotStart)
   // QEMU has been started, so the directory of the run stays.
   std::filesystem::create_directory ("runs");
   setenv ("TMPDIR", "runs", 1);
-  const ToolResult Text = Run ("--rom rom --image image");
+  const ToolResult Text = Run ("--rom rom --driver driver");
   unsetenv ("TMPDIR");
   EXPECT_EQ (Text.ExitCode, 1);
   EXPECT_FALSE (std::filesystem::is_empty ("runs"));
   EXPECT_NE (Text.Out.find ("QEMU:\n  qemu: could not load PC BIOS"), std::string::npos)
       << Text.Out;
   EXPECT_NE (Text.Out.find ("fault: start: "), std::string::npos) << Text.Out;
-  const ToolResult Json = Run ("--rom rom --image image --bmc rom --json");
+  const ToolResult Json = Run ("--rom rom --driver driver --bmc rom --json");
   EXPECT_EQ (Json.ExitCode, 1);
   EXPECT_NE (Json.Out.find ("\"fault\": \"rom: cannot be started: "), std::string::npos)
       << Json.Out;
@@ -66,7 +66,7 @@ TEST_F (Qsmmachine, ReportsABmcThatIsNone)
 {
   Write ("bmc", "#!/bin/sh\necho '{\"sequence\":\"1\"}'\nread line\n");
   std::filesystem::permissions ("bmc", std::filesystem::perms::owner_all);
-  const ToolResult Result = Run ("--rom rom --image image --bmc ./bmc");
+  const ToolResult Result = Run ("--rom rom --driver driver --bmc ./bmc");
   EXPECT_EQ (Result.ExitCode, 1);
   EXPECT_EQ (Result.Out, "fault: BMC: expected an event, found {\"sequence\":\"1\"}\n");
 }
@@ -78,7 +78,7 @@ TEST_F (Qsmmachine, LeavesNothingBehindWhenItIsInterrupted)
   std::filesystem::permissions ("bmc", std::filesystem::perms::owner_all);
   std::filesystem::create_directory ("runs");
   setenv ("TMPDIR", "runs", 1);
-  const ToolResult Result = Run ("--rom rom --image image --bmc ./bmc");
+  const ToolResult Result = Run ("--rom rom --driver driver --bmc ./bmc");
   unsetenv ("TMPDIR");
   EXPECT_EQ (Result.ExitCode, 1);
   EXPECT_EQ (Result.Out, "fault: BMC: listening: interrupted by signal 15\n");
@@ -88,7 +88,7 @@ TEST_F (Qsmmachine, LeavesNothingBehindWhenItIsInterrupted)
 TEST_F (Qsmmachine, NeedsADirectoryForItsRun)
 {
   setenv ("TMPDIR", "/nosuch", 1);
-  const ToolResult Result = Run ("--rom rom --image image");
+  const ToolResult Result = Run ("--rom rom --driver driver");
   unsetenv ("TMPDIR");
   EXPECT_EQ (Result.ExitCode, 2);
   EXPECT_EQ (Result.Err, "qsmmachine: TMPDIR: expected a directory to make one in: "
