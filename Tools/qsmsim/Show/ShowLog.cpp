@@ -24,7 +24,7 @@ LevelMaskText ()
         Block.Data.size () >= sizeof (RasLevelMask)) {
       RasLevelMask Mask;
       std::memcpy (&Mask, Block.Data.data (), sizeof Mask);
-      return fmt::format ("0x{:08X}", Mask.Levels);
+      return fmt::format ("0x{:08X}", UINT32{Mask.Levels});
     }
   }
   return std::nullopt;
