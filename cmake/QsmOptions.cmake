@@ -3,7 +3,10 @@
 add_library (qsm_include INTERFACE)
 target_include_directories (qsm_include INTERFACE ${PROJECT_SOURCE_DIR}/Include)
 
-set (QSM_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wundef -Werror)
+set (QSM_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wundef)
+if (QSM_WARNINGS_ARE_ERRORS)
+  list (APPEND QSM_WARNINGS -Werror)
+endif ()
 
 # Sources of the driver. On the host they carry unwind tables and position-independent code: a
 # simulated processor leaves a dead loop by an exception, and the driver is also a shared object.

@@ -9,6 +9,7 @@
 #include "HostInterface.h"
 #include "InputFile.h"
 #include "MachineRun.h"
+#include "ProductFile.h"
 #include "Record/PlatformLimits.h"
 #include "ToolOptions.h"
 #include "ToolRun.h"
@@ -33,7 +34,8 @@ constexpr UINTN FILE_SIZE_MAX = 16 << 20;
 constexpr std::chrono::hours DEBUGGER_PATIENCE (24);
 
 struct RunArguments {
-  std::string Rom = QSM_ROM, Driver = QSM_DRIVER, Bmc = QSM_BMC;
+  std::string Rom = ProductFile (QSM_ROM), Driver = ProductFile (QSM_DRIVER);
+  std::string Bmc = ProductTool (QSM_BMC);
   std::string Processors = "4,sockets=2";
   std::string DriverCount = "1";
   std::vector<std::string> Errors;
@@ -100,7 +102,7 @@ ReadPlan (const RunArguments &Arguments)
   MachineOptions &Machine = Plan.Machine;
   ReadInputFile (Arguments.Rom, FILE_SIZE_MAX);
   for (const auto &[Title, File] : {std::pair{DRIVER_TITLE, Arguments.Driver},
-                                    std::pair{INVENTORY_TITLE, std::string (QSM_INVENTORY)}}) {
+                                    std::pair{INVENTORY_TITLE, ProductFile (QSM_INVENTORY)}}) {
     if (std::ranges::find (Arguments.Withheld, Title) == Arguments.Withheld.end ()) {
       Machine.Modules.emplace_back (File);
     }

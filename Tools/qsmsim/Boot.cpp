@@ -7,6 +7,7 @@
 #include "InputFile.h"
 #include "LoadedImages.h"
 #include "Options.h"
+#include "ProductFile.h"
 #include "ToolOptions.h"
 
 namespace {
@@ -22,7 +23,7 @@ fs::path
 DriverOption (const std::string &File)
 {
   if (File.empty ()) {
-    return BuiltDriver ();
+    return ProductFile (BuiltDriver ());
   }
   std::error_code Error;
   if (!fs::is_regular_file (File, Error)) {

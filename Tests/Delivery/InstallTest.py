@@ -1,0 +1,93 @@
+#!/usr/bin/env python3
+"""What is installed works by itself: the kernel's word is that it looks at nothing of this tree.
+
+InstallTest.py PRESET: installs that build.
+"""
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+ROOT = Path(__file__).resolve().parent.parent.parent
+sys.path.insert(0, str(ROOT / 'scripts/lib'))
+from hosttests import version  # noqa: E402
+
+PRESET = sys.argv.pop()
+TOOLS = ('qsmsim', 'qsmmachine', 'qsmbmc')
+
+
+def run(*words, **options):
+    done = subprocess.run(words, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                          **options)
+    if done.returncode != 0:
+        raise AssertionError(f'{words} ended with {done.returncode}:\n{done.stdout}')
+    return done.stdout
+
+
+class Install(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        directory = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(directory.cleanup)
+        cls.directory = Path(directory.name)
+        # The prefix is relative to where the caller stands.
+        run(ROOT / 'scripts/install', 'prefix', PRESET, cwd=cls.directory)
+        cls.prefix = cls.directory / 'prefix'
+
+    def tool(self, *words):
+        """Runs an installed tool, which then is seen to have looked at itself but not at the tree."""
+        trace = self.directory / 'trace'
+        # A leak sanitizer cannot work in a traced process.
+        environment = dict(os.environ, ASAN_OPTIONS='detect_leaks=0')
+        output = run('strace', '--follow-forks', '--seccomp-bpf', '--trace=%file', '--output',
+                     trace, self.prefix / 'bin' / words[0], *words[1:], cwd=self.directory,
+                     env=environment)
+        looks = trace.read_text()
+        self.assertIn(f'"{self.prefix}/bin/{words[0]}"', looks)
+        self.assertEqual(re.findall(rf'.*"{ROOT}/.*', looks), [])
+        return output
+
+    def test_qsmsim_makes_and_reports_a_record(self):
+        self.tool('qsmsim', 'make', 'memory', '--socket', '1', '--channel', '2', '--dimm', '0',
+                  '--output', 'a.cper')
+        for platform in ((), ('--platform', self.prefix / 'share/VelmoraQsmErrorHandler/platforms'
+                              / 'TwoSocket.json')):
+            self.assertIn('event: memory, Warning, "CPU1_C2_D0"',
+                          self.tool('qsmsim', 'report', 'a.cper', *platform))
+
+    def test_qsmmachine_runs_the_machine_with_its_bmc(self):
+        self.assertIn('pcie, Critical, "Slot1"',
+                      self.tool('qsmmachine', '--inject', 'pcie-uncorrected@nv1'))
+
+    def test_each_tool_tells_its_version_and_has_a_manual(self):
+        for tool in TOOLS:
+            self.assertEqual(self.tool(tool, '--version'), f'{tool} {version()}\n')
+        for tool in (*TOOLS, 'qsmsim-report', 'qsmsim-make-memory'):
+            page = run('man', '--local-file', self.prefix / f'share/man/man1/{tool}.1')
+            self.assertRegex(page, rf'NAME\n +{tool} - \w')
+            self.assertRegex(page, r'\n +-h, ?--help')
+
+    def test_bash_completes_what_the_tools_take(self):
+        rows = [('qsmsim ', {'report', 'make', 'show'}, {'--help'}),
+                ('qsmsim make mem', {'memory'}, {'pcie'}),
+                ('qsmsim report a.cper --q', {'--quiet'}, {'--raw'}),
+                ('qsmmachine --', {'--smp', '--inject', '--version'}, {'qsmbmc'})]
+        for line, expected, unexpected in rows:
+            words = line.split(' ')
+            source = self.prefix / f'share/bash-completion/completions/{words[0]}'
+            found = set(run('bash', '-euc', '''
+                source "$1"; shift
+                COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+                _qsm_tool "$1" "${!#}"
+                printf '%s\\n' "${COMPREPLY[@]}"''', 'bash', source, *words,
+                env={'PATH': f'{self.prefix}/bin:/usr/bin:/bin'}).split())
+            self.assertLessEqual(expected, found, line)
+            self.assertFalse(unexpected & found, line)
+
+
+if __name__ == '__main__':
+    unittest.main()

@@ -1,0 +1,11 @@
+/// The files that the tools come with.
+#pragma once
+
+#include <string>
+
+/// The path of the file that the build has made at Built. Installed tools, which lie in a directory
+/// "bin", have it by its name in the directory of the product below "lib" beside that.
+std::string ProductFile (const std::string &Built);
+
+/// The path of another tool, at Built or beside this one.
+std::string ProductTool (const std::string &Built);
