@@ -82,6 +82,7 @@ TEST_F (RasDebugLib, WritesEachLineUnderTheLocksOfItsLevel)
     const char *Sent;
   } Rows[] = {
       {Plain, Released, Released, "text 7\r\n"},
+      {Plain, Released, Acquired, "text 7\r\n"}, // beside another processor's urgent line
       {RAS_DEBUG_LOCATED, Released, Released, "S1 C2 T3 text 7\r\n"},
       {RAS_DEBUG_URGENT, Released, Acquired, "S1 C2 T3 text 7\r\n"},
       {RAS_DEBUG_URGENT, Acquired, Acquired, "S1 C2 T3 text 7\r\n"},
@@ -92,11 +93,13 @@ TEST_F (RasDebugLib, WritesEachLineUnderTheLocksOfItsLevel)
   gHostMachine = &Watched;
   for (const auto &Row : Rows) {
     SCOPED_TRACE (&Row - Rows);
+    const UINTN SecondBefore = (Row.Level & RAS_DEBUG_URGENT) != 0 ? Released : Row.Second;
     Locks ()->FirstLock = Row.FirstBefore;
+    Locks ()->SecondLock = SecondBefore;
     Watched.OnWrite = [&] { ExpectLocks (Acquired, Row.Second); };
     RasDebugPrint (Row.Level, "text %d\n", 7);
     EXPECT_EQ (TakeSent (), Row.Sent);
-    ExpectLocks (Row.FirstBefore, Released);
+    ExpectLocks (Row.FirstBefore, SecondBefore);
   }
   gHostMachine = &Machine;
 }

@@ -90,6 +90,10 @@ TEST_F (StandaloneMmHobLib, WalksAListOfAllKindsOfBlocks)
   EXPECT_EQ (GetFirstGuidHob (&HalfAnEnd), nullptr) << "a block that ends within its name";
   Second->Header.HobLength = 4;
   EXPECT_EQ (GetFirstGuidHob (&Absent), nullptr) << "a block shorter than its header is the last";
+  Cpu->Header.HobLength = 8;
+  Cpu->SizeOfMemorySpace = EFI_HOB_TYPE_GUID_EXTENSION; // and the lower half of a type of 16 bits
+  Cpu->SizeOfIoSpace = 0;
+  EXPECT_EQ (GetNextHob (EFI_HOB_TYPE_GUID_EXTENSION, Cpu), &Cpu->SizeOfMemorySpace);
   Cpu->Header.HobLength = 4;
   Cpu->Header.Reserved = EFI_HOB_TYPE_GUID_EXTENSION; // what a step of 4 would lead to
   EXPECT_EQ (GetNextHob (EFI_HOB_TYPE_GUID_EXTENSION, Cpu), nullptr);
