@@ -5,8 +5,6 @@
 
 #include <sys/mman.h>
 
-#include <sstream>
-
 #include "FaultPlan.h"
 #include "HandOffRecords.h"
 #include "Pool.h"
@@ -72,13 +70,7 @@ TEST (TwoDrivers, ShareOneTopologyThatIsFinalAfterReadyToLock)
     EXPECT_EQ (Bound<VOID> (First, Name), Bound<VOID> (*Platform.Drivers[1], Name)) << Name;
   }
   EXPECT_EQ (IioStore (First), ExpectedStore (Platform, false));
-  std::ostringstream Transcript;
-  Transcript << "VelmoraQsmErrorHandler: Sanitizing non-SMRAM pointers in SysHostPointerLib\n"
-                "  Setting entry SptMemMapHost (7) to NULL; was 0x"
-             << std::hex << std::uppercase
-             << static_cast<UINT32> (HandOffStaticPointers ()->Pointers[SptMemMapHost])
-             << "\nVelmoraQsmErrorHandler: Done sanitizing non-SMRAM pointers\n";
-  EXPECT_EQ (Platform.SignalReadyToLock ().Transcript (), Transcript.str ());
+  EXPECT_EQ (Platform.SignalReadyToLock ().Stopped, "");
   EXPECT_EQ (IioStore (First), ExpectedStore (Platform, true));
 
   const auto *Table = Bound<StaticPointerTable> (First, "mPrivate");
