@@ -80,13 +80,13 @@ TEST_F (MachineHang, TellsAtOnceThatTheMachineHasEnded)
   Options.LogLevels = 0xFFFFFFFF;
   TestMachine Run (Options);
   Run.Machine.WaitUntilReady ();
-  Run.Machine.InjectPcieError ("nv1", "MALF_TLP", false);
   try {
+    // The machine may end ahead of its answer to this.
+    Run.Machine.InjectPcieError ("nv1", "MALF_TLP", false);
     Run.WaitForEvent ();
     FAIL () << "there is an event";
   } catch (const MachineFailure &Failure) {
-    EXPECT_EQ (Failure.Reason, "event: BMC: sequence: no line can come any more; "
-                               "QEMU has ended: exit code 5");
+    EXPECT_THAT (Failure.Reason, testing::EndsWith ("; QEMU has ended: exit code 5"));
     EXPECT_THAT (Failure.Processors,
                  MatchesRegex ("processor 0: RIP 0xFC0[0-9A-F]*, module 1, Driver: "
                                "QsmLogErrorWrapper\\+0x2\n"));

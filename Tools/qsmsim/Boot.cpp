@@ -5,9 +5,9 @@
 #include <fmt/format.h>
 
 #include "InputFile.h"
-#include "LoadedImages.h"
 #include "Options.h"
 #include "ProductFile.h"
+#include "StatusCodeRouter.h"
 #include "ToolOptions.h"
 
 namespace {
@@ -39,7 +39,7 @@ ReadBootPlan (const BootArguments &Arguments)
 {
   BootPlan Plan = {.Platform = PlatformOption (Arguments.PlatformFile),
                    .Driver = DriverOption (Arguments.Driver),
-                   .DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, ImageMax),
+                   .DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, ListenerMax),
                    .Stage = NamedOption<BootStage> ("--stage", Arguments.Stage, Stages)};
   for (const std::string &Assignment : Arguments.Cmos) {
     const auto [Offset, Byte] = CmosOption ("--cmos", Assignment);
