@@ -1,11 +1,11 @@
-/// Error records in files: reading, checking and describing them.
+/// Error records in files: reading and checking them.
 #pragma once
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include "CperLayout.h"
+#include "Base.h"
 
 /// A record's bytes and the file that they are from.
 struct CperFile {
@@ -20,21 +20,3 @@ CperFile ReadCperFile (const std::filesystem::path &File);
 
 /// The same without looking at the bytes; only the size is checked.
 CperFile ReadRawFile (const std::filesystem::path &File);
-
-/// What a record says, bytes beyond its end read as zeros.
-struct CperDescription {
-  /// One field that is declared valid, or by which the driver finds the device.
-  struct FieldValue {
-    const CperField *Field;
-    UINT64 Value;
-  };
-
-  UINT32 Severity;
-  EFI_GUID SectionType;
-  const CperSection *Section; ///< Null for a type that the driver does not know.
-  std::vector<FieldValue> Fields;
-  std::string FruText;            ///< Empty unless it is declared valid.
-  std::vector<std::string> Notes; ///< Where the driver reads something else than the record says.
-};
-
-CperDescription DescribeCper (const std::vector<UINT8> &Bytes);

@@ -98,9 +98,9 @@ RunReport (const ReportArguments &Arguments, Console &Console)
   Options.CodeType = EFI_ERROR_CODE | EFI_ERROR_MINOR;
 
   Summary Summary = {.Given = Records.size ()};
-  const auto Writer =
-      Arguments.Json ? JsonReport (Console, !Arguments.Quiet, Plan.Platform.Name, Options.Processor)
-                     : TextReport (Console, !Arguments.Quiet);
+  const RecordDecoder Decoder (Plan.Platform, Options.Processor);
+  const auto Writer = Arguments.Json ? JsonReport (Console, Decoder, !Arguments.Quiet)
+                                     : TextReport (Console, Decoder, !Arguments.Quiet);
   {
     Progress Progress (Console, "reporting", Records.size (), !Arguments.Json);
     Run (Plan, Records, Options, [&] (const Outcome &Outcome) {

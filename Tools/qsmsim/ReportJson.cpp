@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Event.h"
-#include "Guid.h"
+#include "RecordJson.h"
 
 namespace {
 
@@ -30,30 +30,12 @@ RequestJson (const BmcRequest &Request)
 }
 
 Json
-RecordJson (const CperFile &File)
+OutcomeJson (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
 {
-  const CperDescription Description = DescribeCper (File.Bytes);
-  Json Result;
-  Result["file"] = File.Name;
-  Result["class"] = nullptr;
-  if (Description.Section != nullptr) {
-    Result["class"] = Description.Section->Name;
+  Json Result = Json::object ();
+  if (Outcome.File != nullptr) {
+    Result = RecordJson (Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
   }
-  Result["sectionType"] = GuidText (Description.SectionType);
-  Result["severity"] = CperSeverityText (Description.Severity);
-  Result["fields"] = Json::object ();
-  for (const auto &[Field, Value] : Description.Fields) {
-    Result["fields"][Field->Name] = Value;
-  }
-  Result["fruText"] = Description.FruText;
-  Result["notes"] = Description.Notes;
-  return Result;
-}
-
-Json
-OutcomeJson (const Outcome &Outcome, bool WithLog)
-{
-  Json Result = Outcome.File != nullptr ? RecordJson (*Outcome.File) : Json::object ();
   if (WithLog) {
     Result["log"] = Outcome.Log;
   }
@@ -68,9 +50,11 @@ OutcomeJson (const Outcome &Outcome, bool WithLog)
 
 class JsonWriter : public ReportWriter {
 public:
-  JsonWriter (Console &Console, bool LogWanted, const std::string &Platform, UINTN Processor)
-      : Target (Console), WithLog (LogWanted),
-        Document ({{"platform", Platform}, {"cpu", Processor}, {"records", Json::array ()}})
+  JsonWriter (Console &Console, const RecordDecoder &OfRecords, bool LogWanted)
+      : Target (Console), Decoder (OfRecords), WithLog (LogWanted),
+        Document ({{"platform", OfRecords.PlatformName ()},
+                   {"cpu", OfRecords.ReportingProcessor ()},
+                   {"records", Json::array ()}})
   {
   }
 
@@ -78,9 +62,9 @@ public:
   Take (const Outcome &Outcome) override
   {
     if (Outcome.File == nullptr) {
-      Document["boot"] = OutcomeJson (Outcome, WithLog);
+      Document["boot"] = OutcomeJson (Outcome, Decoder, WithLog);
     } else {
-      Document["records"].push_back (OutcomeJson (Outcome, WithLog));
+      Document["records"].push_back (OutcomeJson (Outcome, Decoder, WithLog));
     }
   }
 
@@ -97,6 +81,7 @@ public:
 
 private:
   Console &Target;
+  const RecordDecoder &Decoder;
   bool WithLog;
   Json Document;
 };
@@ -104,7 +89,7 @@ private:
 } // namespace
 
 std::unique_ptr<ReportWriter>
-JsonReport (Console &Console, bool WithLog, const std::string &Platform, UINTN Processor)
+JsonReport (Console &Console, const RecordDecoder &Decoder, bool WithLog)
 {
-  return std::make_unique<JsonWriter> (Console, WithLog, Platform, Processor);
+  return std::make_unique<JsonWriter> (Console, Decoder, WithLog);
 }

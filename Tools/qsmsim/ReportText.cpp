@@ -3,48 +3,9 @@
 #include <fmt/format.h>
 
 #include "Event.h"
-#include "Guid.h"
+#include "RecordText.h"
 
 namespace {
-
-std::string
-KindText (const CperDescription &Description)
-{
-  const std::string Kind =
-      Description.Section != nullptr
-          ? fmt::format ("{} error", Description.Section->Name)
-          : fmt::format ("section of unknown type {}", GuidText (Description.SectionType));
-  return fmt::format ("{}, {}", Kind, CperSeverityText (Description.Severity));
-}
-
-std::string
-FieldsText (const CperDescription &Description)
-{
-  std::string Text;
-  for (const auto &[Field, Value] : Description.Fields) {
-    const std::string Number = Field->Shown == Notation::Decimal ? fmt::format ("{}", Value)
-                                                                 : fmt::format ("0x{:X}", Value);
-    Text += fmt::format ("{}{} {}", Text.empty () ? "" : ", ", Field->Name, Number);
-  }
-  return Text;
-}
-
-void
-PrintRecord (Console &Console, const CperFile &File)
-{
-  const CperDescription Description = DescribeCper (File.Bytes);
-  Console.Out << Coloured (Console, Colour::Bold, File.Name) << ": " << KindText (Description)
-              << "\n";
-  if (!Description.Fields.empty ()) {
-    Console.Out << "  " << FieldsText (Description) << "\n";
-  }
-  if (!Description.FruText.empty ()) {
-    Console.Out << "  FRU \"" << Description.FruText << "\"\n";
-  }
-  for (const std::string &Note : Description.Notes) {
-    Console.Out << "  " << Coloured (Console, Colour::Yellow, "note: " + Note) << "\n";
-  }
-}
 
 void
 PrintEvent (Console &Console, const BmcRequest &Request)
@@ -59,13 +20,16 @@ PrintEvent (Console &Console, const BmcRequest &Request)
 
 class TextWriter : public ReportWriter {
 public:
-  TextWriter (Console &Console, bool LogWanted) : Target (Console), WithLog (LogWanted) {}
+  TextWriter (Console &Console, const RecordDecoder &OfRecords, bool LogWanted)
+      : Target (Console), Decoder (OfRecords), WithLog (LogWanted)
+  {
+  }
 
   void
   Take (const Outcome &Outcome) override
   {
     if (Outcome.File != nullptr) {
-      PrintRecord (Target, *Outcome.File);
+      PrintRecord (Target, Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
     } else {
       Target.Out << Coloured (Target, Colour::Bold, "boot") << "\n";
     }
@@ -100,13 +64,14 @@ public:
 
 private:
   Console &Target;
+  const RecordDecoder &Decoder;
   bool WithLog;
 };
 
 } // namespace
 
 std::unique_ptr<ReportWriter>
-TextReport (Console &Console, bool WithLog)
+TextReport (Console &Console, const RecordDecoder &Decoder, bool WithLog)
 {
-  return std::make_unique<TextWriter> (Console, WithLog);
+  return std::make_unique<TextWriter> (Console, Decoder, WithLog);
 }

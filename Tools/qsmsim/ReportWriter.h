@@ -2,10 +2,10 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "Console.h"
 #include "Outcome.h"
+#include "RecordDecoder.h"
 
 class ReportWriter {
 public:
@@ -18,9 +18,10 @@ public:
   virtual void Close (const Summary &Summary) = 0;
 };
 
-/// Writes each outcome at once, and a summary of several records.
-std::unique_ptr<ReportWriter> TextReport (Console &Console, bool WithLog);
+/// Writes each outcome at once, and a summary of several records. The decoder stays the caller's.
+std::unique_ptr<ReportWriter>
+TextReport (Console &Console, const RecordDecoder &Decoder, bool WithLog);
 
 /// Writes one JSON document at the end.
 std::unique_ptr<ReportWriter>
-JsonReport (Console &Console, bool WithLog, const std::string &Platform, UINTN Processor);
+JsonReport (Console &Console, const RecordDecoder &Decoder, bool WithLog);
