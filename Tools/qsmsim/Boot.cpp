@@ -32,6 +32,20 @@ DriverOption (const std::string &File)
   return File;
 }
 
+/// Makes one call into the platform, which judges how that ended. File is the record that it
+/// reports, or null.
+template <typename Callable>
+Outcome
+Try (SimulatedPlatform &Platform, const CperFile *File, Callable &&Call)
+{
+  Platform.World.Forget ();
+  try {
+    return Call ();
+  } catch (const std::exception &Fault) {
+    return JudgeFault (File, Fault.what (), Platform.World.Log);
+  }
+}
+
 } // namespace
 
 BootPlan
@@ -62,14 +76,11 @@ CountText (UINTN Count, const std::string &Singular)
 }
 
 Outcome
-Try (SimulatedPlatform &Platform, const CperFile *File, const std::function<CallResult ()> &Call)
+ReportRecord (SimulatedPlatform &Platform, const CperFile &File, const ReportOptions &Options)
 {
-  Platform.World.Forget ();
-  try {
-    return JudgeCall (File, Call ());
-  } catch (const std::exception &Fault) {
-    return JudgeFault (File, Fault.what (), Platform.World.Log);
-  }
+  return Try (Platform, &File, [&] {
+    return JudgeReport ({File, Options, Platform}, Platform.Report (File.Bytes, Options));
+  });
 }
 
 Outcome
@@ -77,10 +88,10 @@ Boot (SimulatedPlatform &Platform, const BootPlan &Plan)
 {
   Outcome Last;
   for (UINTN Index = 0; Index < Plan.DriverCount && Last.Fault.empty (); ++Index) {
-    Last = Try (Platform, nullptr, [&] { return Platform.LoadDriver (Plan.Driver); });
+    Last = Try (Platform, nullptr, [&] { return JudgeStep (Platform.LoadDriver (Plan.Driver)); });
   }
   if (Last.Fault.empty () && Plan.Stage == BootStage::Locked) {
-    Last = Try (Platform, nullptr, [&] { return Platform.SignalReadyToLock (); });
+    Last = Try (Platform, nullptr, [&] { return JudgeStep (Platform.SignalReadyToLock ()); });
   }
   return Last;
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 #include <string>
 
 #include "Commands.h"
@@ -30,10 +29,9 @@ BootPlan ReadBootPlan (const BootArguments &Arguments);
 /// "1 driver", "2 drivers".
 std::string CountText (UINTN Count, const std::string &Singular);
 
-/// Makes one call into the platform and judges how it ended. File is the record that it reports, or
-/// null.
+/// Reports a record and judges how that ended.
 Outcome
-Try (SimulatedPlatform &Platform, const CperFile *File, const std::function<CallResult ()> &Call);
+ReportRecord (SimulatedPlatform &Platform, const CperFile &File, const ReportOptions &Options);
 
 /// Loads the drivers one after the other and goes on to the stage of the plan, up to the first
 /// fault. Returns the outcome of the last step.

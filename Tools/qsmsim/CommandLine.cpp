@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "BmcAnswers.h"
 #include "Commands.h"
 #include "Options.h"
 #include "ToolRun.h"
@@ -86,6 +87,26 @@ AddBootOptions (CLI::App &App, BootArguments &Arguments)
       ->capture_default_str ();
 }
 
+void
+AddFailureOptions (CLI::App &App, FailureArguments &Arguments)
+{
+  App.add_option ("--status-code", Arguments.StatusCode,
+                  "Report by another status code; 0x40000002:0x03071008 unless given")
+      ->type_name ("TYPE:VALUE");
+  App.add_option ("--bmc-answer", Arguments.BmcAnswer,
+                  "What comes back from the BMC: a completion code by number or by its name, like "
+                  "invalid-command; or from its transport: " +
+                      TransportFailureNames ())
+      ->type_name ("ANSWER");
+  App.add_option ("--inventory", Arguments.Inventory,
+                  "The inventory as the platform's description has it (described), not-ready, or "
+                  "late: not there when the driver is loaded")
+      ->type_name ("STATE")
+      ->capture_default_str ();
+  App.add_flag ("--pool-exhausted", Arguments.PoolExhausted,
+                "The SMM pool has nothing left for the error");
+}
+
 CLI::App *
 AddReport (CLI::App &App, ReportArguments &Arguments)
 {
@@ -97,6 +118,7 @@ AddReport (CLI::App &App, ReportArguments &Arguments)
           fmt::format ("Files of one CPER each; of a directory, those named *{}", RECORD_SUFFIX))
       ->required ();
   AddBootOptions (*Report, Arguments.Boot);
+  AddFailureOptions (*Report, Arguments.Failures);
   Report->add_option ("--cpu", Arguments.Processor, "Index of the processor that reports")
       ->type_name ("N")
       ->capture_default_str ();

@@ -37,9 +37,18 @@ struct BootArguments {
   std::string Stage = "locked"; ///< By name: how far the boot goes.
 };
 
+/// What goes wrong on the platform.
+struct FailureArguments {
+  std::optional<std::string> StatusCode; ///< "TYPE:VALUE": by which records are reported.
+  std::optional<std::string> BmcAnswer;
+  std::string Inventory = "described"; ///< When it is there, by name.
+  bool PoolExhausted = false;
+};
+
 struct ReportArguments {
   std::vector<std::string> Records; ///< Files and directories.
   BootArguments Boot;
+  FailureArguments Failures;
   std::string Processor = "0";
   bool Json = false;
   bool Quiet = false;

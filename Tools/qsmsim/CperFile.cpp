@@ -12,16 +12,6 @@ namespace {
 /// The 16-bit size of a status code's data.
 constexpr UINTN RECORD_SIZE_MAX = 0xFFFF;
 
-/// The record's front part, with zeros for what the bytes do not reach.
-ErrorRecord
-FrontOf (const std::vector<UINT8> &Bytes)
-{
-  ErrorRecord Record = {};
-  std::copy_n (Bytes.begin (), std::min (Bytes.size (), sizeof (Record)),
-               reinterpret_cast<UINT8 *> (&Record));
-  return Record;
-}
-
 /// Refuses a record that ends before the byte at End, which closes What.
 void
 ExpectBytesTo (const CperFile &File, UINTN End, std::string_view What)

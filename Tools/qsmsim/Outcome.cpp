@@ -1,66 +1,78 @@
 #include "Outcome.h"
 
+#include <algorithm>
+#include <iterator>
 #include <span>
-#include <sstream>
+#include <string_view>
 
 #include <fmt/format.h>
 
 namespace {
-
-constexpr struct {
-  const char *LineStart;
-  const char *DropReason;
-} LogReasons[] = {
-    {"[System Inventory Information] Protocol Data NOT Ready", "the inventory is not ready"},
-    {"Device is not Found Flag", "no device of the inventory gives an event for it"},
-};
 
 std::vector<std::string>
 LinesOf (std::span<const DebugLine> Log)
 {
   std::vector<std::string> Lines;
   for (const DebugLine &Entry : Log) {
-    std::istringstream Text (Entry.Text);
-    for (std::string Line; std::getline (Text, Line);) {
-      if (!Line.empty ()) {
-        Lines.push_back (Line);
+    std::string_view Rest = Entry.Text;
+    while (!Rest.empty ()) {
+      const std::size_t End = std::min (Rest.find ('\n'), Rest.size ());
+      if (End != 0) {
+        Lines.emplace_back (Rest.substr (0, End));
       }
+      Rest.remove_prefix (std::min (End + 1, Rest.size ()));
     }
   }
   return Lines;
 }
 
+/// Sorts what was sent into what arrived and what did not.
 void
-FindDropReason (Outcome &Outcome)
+TakeRequests (std::vector<BmcRequest> Requests, Outcome &Outcome)
 {
-  for (const std::string &Line : Outcome.Log) {
-    for (const auto &Row : LogReasons) {
-      if (Line.starts_with (Row.LineStart)) {
-        Outcome.DropReason = Row.DropReason;
-        Outcome.DropLine = Line;
-        return;
-      }
-    }
+  const auto Lost = std::ranges::stable_partition (Requests, &BmcRequest::IsTaken);
+  std::ranges::move (Lost, std::back_inserter (Outcome.Lost));
+  Requests.erase (Lost.begin (), Lost.end ());
+  Outcome.Events = std::move (Requests);
+}
+
+std::string
+FaultOf (const CallResult &Result)
+{
+  if (!Result.Stopped.empty ()) {
+    return Result.Stopped;
   }
-  Outcome.DropReason = Outcome.Log.empty () ? "the driver knows no such section, and logs nothing"
-                                            : "the log does not say why";
+  return EFI_ERROR (Result.Status)
+             ? fmt::format ("the driver returned status 0x{:X}", Result.Status)
+             : "";
 }
 
 } // namespace
 
 Outcome
-JudgeCall (const CperFile *File, const CallResult &Result)
+JudgeStep (CallResult Result)
 {
   Outcome Outcome;
-  Outcome.File = File;
   Outcome.Log = LinesOf (Result.Log);
-  Outcome.Events = Result.Events;
-  if (!Result.Stopped.empty ()) {
-    Outcome.Fault = Result.Stopped;
-  } else if (EFI_ERROR (Result.Status)) {
-    Outcome.Fault = fmt::format ("the driver returned status 0x{:X}", Result.Status);
-  } else if (File != nullptr && Result.Events.empty ()) {
-    FindDropReason (Outcome);
+  Outcome.Fault = FaultOf (Result);
+  TakeRequests (std::move (Result.Events), Outcome);
+  if (!Outcome.Fault.empty ()) {
+    Outcome.Dropped = ReasonOfLog (Outcome.Log);
+  }
+  return Outcome;
+}
+
+Outcome
+JudgeReport (const ReportedRecord &Reported, CallResult Result)
+{
+  // The answer to a status code that is not for the driver is no failure.
+  if (Result.Status == EFI_UNSUPPORTED && !IsStatusCodeOfDriver (Reported.Options)) {
+    Result.Status = EFI_SUCCESS;
+  }
+  Outcome Outcome = JudgeStep (std::move (Result));
+  Outcome.File = &Reported.File;
+  if (Outcome.Fault.empty () && Outcome.Events.empty ()) {
+    Outcome.Dropped = WhyDropped (Reported, Outcome.Log, Outcome.Lost);
   }
   return Outcome;
 }

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "Boot.h"
+#include "Failures.h"
 #include "InputFile.h"
 #include "ReportWriter.h"
 #include "ToolOptions.h"
@@ -64,19 +65,21 @@ ReadRecords (const ReportArguments &Arguments, Console &Console)
 template <typename Consumer>
 void
 Run (const BootPlan &Plan,
+     const FailurePlan &Failures,
      std::span<const CperFile> Records,
      const ReportOptions &Options,
      Consumer &&Take)
 {
   SimulatedPlatform Platform (Plan.Platform);
+  Failures.PlayAtBoot (Platform);
   const Outcome Booted = Boot (Platform, Plan);
   if (!Booted.Fault.empty ()) {
     Take (Booted);
     return;
   }
+  Failures.PlayAtReports ();
   for (const CperFile &Record : Records) {
-    const Outcome Reported =
-        Try (Platform, &Record, [&] { return Platform.Report (Record.Bytes, Options); });
+    const Outcome Reported = ReportRecord (Platform, Record, Options);
     Take (Reported);
     if (!Reported.Fault.empty ()) {
       return;
@@ -91,11 +94,13 @@ RunReport (const ReportArguments &Arguments, Console &Console)
 {
   const std::vector<CperFile> Records = ReadRecords (Arguments, Console);
   const BootPlan Plan = ReadBootPlan (Arguments.Boot);
+  const FailurePlan Failures = ReadFailurePlan (Arguments.Failures);
   ReportOptions Options;
   Options.Processor =
       NumberOption ("--cpu", Arguments.Processor, 0, Plan.Platform.Processors.size () - 1);
   Options.Placement = Arguments.Raw ? RecordPlacement::ZeroFilledPage : RecordPlacement::Exact;
   Options.CodeType = EFI_ERROR_CODE | EFI_ERROR_MINOR;
+  ReadStatusCode (Arguments.Failures, Options);
 
   Summary Summary = {.Given = Records.size ()};
   const RecordDecoder Decoder (Plan.Platform, Options.Processor);
@@ -103,7 +108,7 @@ RunReport (const ReportArguments &Arguments, Console &Console)
                                      : TextReport (Console, Decoder, !Arguments.Quiet);
   {
     Progress Progress (Console, "reporting", Records.size (), !Arguments.Json);
-    Run (Plan, Records, Options, [&] (const Outcome &Outcome) {
+    Run (Plan, Failures, Records, Options, [&] (const Outcome &Outcome) {
       Summary.Add (Outcome);
       Writer->Take (Outcome);
       Progress.Step ();

@@ -30,6 +30,21 @@ RequestJson (const BmcRequest &Request)
 }
 
 Json
+LostJson (const BmcRequest &Request)
+{
+  Json Result = RequestJson (Request);
+  Result["transportStatus"] = Request.Status;
+  Result["completionCode"] = Request.CompletionCode ? Json (*Request.CompletionCode) : Json ();
+  return Result;
+}
+
+Json
+DropReasonJson (const std::optional<DropReason> &Reason)
+{
+  return Reason ? Json{{"code", Reason->Code}, {"text", Reason->Text}} : Json ();
+}
+
+Json
 OutcomeJson (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
 {
   Json Result = Json::object ();
@@ -43,7 +58,11 @@ OutcomeJson (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
   for (const BmcRequest &Request : Outcome.Events) {
     Result["events"].push_back (RequestJson (Request));
   }
-  Result["dropped"] = TextOrNull (Outcome.DropReason);
+  Result["lost"] = Json::array ();
+  for (const BmcRequest &Request : Outcome.Lost) {
+    Result["lost"].push_back (LostJson (Request));
+  }
+  Result["dropped"] = DropReasonJson (Outcome.Dropped);
   Result["fault"] = TextOrNull (Outcome.Fault);
   return Result;
 }

@@ -7,15 +7,23 @@
 
 namespace {
 
+/// What was sent to the BMC, and under which heading.
 void
-PrintEvent (Console &Console, const BmcRequest &Request)
+PrintEvent (Console &Console, const char *Heading, Colour Colour, const BmcRequest &Request)
 {
   const Event Event = DecodeEvent (Request.Data);
   const std::string Text = fmt::format ("{}, {}, \"{}\"", ErrorClassText (Event.ErrorClass),
                                         EventSeverityText (Event.Severity), Event.DeviceId);
-  Console.Out << fmt::format ("  event: {}\n", Coloured (Console, Colour::Green, Text))
+  Console.Out << fmt::format ("  {}: {}\n", Heading, Coloured (Console, Colour, Text))
               << fmt::format ("    NetFn 0x{:02X}, LUN {}, Cmd 0x{:02X}: {}\n", Request.NetFunction,
                               Request.Lun, Request.Command, HexText (Request.Data));
+}
+
+void
+PrintReason (Console &Console, const std::string &Heading, const DropReason &Reason)
+{
+  Console.Out << "  " << Coloured (Console, Colour::Yellow, Heading + ": " + Reason.Text)
+              << (Reason.Line.empty () ? "" : fmt::format (" (\"{}\")", Reason.Line)) << "\n";
 }
 
 class TextWriter : public ReportWriter {
@@ -40,15 +48,16 @@ public:
       }
     }
     for (const BmcRequest &Request : Outcome.Events) {
-      PrintEvent (Target, Request);
+      PrintEvent (Target, "event", Colour::Green, Request);
+    }
+    for (const BmcRequest &Request : Outcome.Lost) {
+      PrintEvent (Target, "lost event", Colour::Yellow, Request);
     }
     if (!Outcome.Fault.empty ()) {
       Target.Out << "  " << Coloured (Target, Colour::Red, "fault: " + Outcome.Fault) << "\n";
     }
-    if (!Outcome.DropReason.empty ()) {
-      Target.Out << "  " << Coloured (Target, Colour::Yellow, "dropped: " + Outcome.DropReason)
-                 << (Outcome.DropLine.empty () ? "" : fmt::format (" (\"{}\")", Outcome.DropLine))
-                 << "\n";
+    if (Outcome.Dropped) {
+      PrintReason (Target, Outcome.Fault.empty () ? "dropped" : "reason", *Outcome.Dropped);
     }
   }
 

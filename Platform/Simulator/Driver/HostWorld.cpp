@@ -150,7 +150,11 @@ HostWorld::Answer (const IpmiRequest &Request, UINT8 *Response, UINT8 &ResponseS
                        .NetFunction = Request.NetFunction,
                        .Lun = Request.Lun,
                        .Command = Request.Command,
-                       .Data = {Request.Data, Request.Data + Request.DataSize}});
+                       .Data = {Request.Data, Request.Data + Request.DataSize},
+                       .Status = Bmc.Status,
+                       .CompletionCode = Bmc.Response.empty ()
+                                             ? std::nullopt
+                                             : std::optional (Bmc.Response.front ())});
   const auto Size = std::min<std::size_t> (Bmc.Response.size (), ResponseSize);
   std::copy_n (Bmc.Response.begin (), Size, Response);
   ResponseSize = static_cast<UINT8> (Size);

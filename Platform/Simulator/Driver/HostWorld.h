@@ -2,6 +2,7 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -27,13 +28,23 @@ struct DebugLine {
   std::string Description;
 };
 
-/// One command that reached the BMC.
+/// One command that was handed to the transport, and what came back.
 struct BmcRequest {
   UINTN Processor; ///< Which sent it.
   UINT8 NetFunction;
   UINT8 Lun;
   UINT8 Command;
   std::vector<UINT8> Data;
+
+  EFI_STATUS Status;                   ///< What the transport returned.
+  std::optional<UINT8> CompletionCode; ///< None if the answer was empty.
+
+  /// Whether the BMC has taken it.
+  [[nodiscard]] bool
+  IsTaken () const
+  {
+    return !EFI_ERROR (Status) && CompletionCode == 0;
+  }
 };
 
 /// What the BMC answers. Change it while no driver runs.

@@ -13,16 +13,6 @@ namespace {
 /// Of a socket, a channel and a DIMM the driver compares the low 8 bits.
 constexpr UINT64 COMPARED_BITS = 0xFF;
 
-/// The record's front part, with zeros for what the bytes do not reach.
-ErrorRecord
-FrontOf (std::span<const UINT8> Bytes)
-{
-  ErrorRecord Record = {};
-  std::copy_n (Bytes.begin (), std::min (Bytes.size (), sizeof (Record)),
-               reinterpret_cast<UINT8 *> (&Record));
-  return Record;
-}
-
 UINT64
 ReadField (const ErrorRecord &Record, const CperField &Field)
 {

@@ -3,27 +3,12 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "DevicePlace.h"
 #include "Event.h"
 #include "Options.h"
 #include "Record/ErrorClass.h"
 
 namespace {
-
-std::string
-LocationText (const DescribedDevice &Device)
-{
-  switch (Device.Type) {
-  case ErrorClassProcessor:
-    return fmt::format ("socket {}", Device.Socket);
-  case ErrorClassMemory:
-    return fmt::format ("socket {}, channel {}, dimm {}", Device.Socket, Device.Channel,
-                        Device.Dimm);
-  case ErrorClassPcie:
-    return fmt::format ("{:02X}:{:02X}.{}", Device.Bus, Device.Device, Device.Function);
-  default:
-    return "";
-  }
-}
 
 /// The device with the keys of a platform description.
 nlohmann::ordered_json
@@ -77,6 +62,7 @@ RunShowInventory (const ShowArguments &Arguments, Console &Console)
   for (UINTN Index = 0; Index < Platform.Devices.size (); ++Index) {
     const DescribedDevice &Device = Platform.Devices[Index];
     Console.Out << fmt::format ("{:>5}  {:<9}  {:<27}  {}\n", Index, ErrorClassText (Device.Type),
-                                LocationText (Device), Device.Id.value_or ("(null)"));
+                                PlaceText (Device.Type, PlaceOfDevice (Device)),
+                                Device.Id.value_or ("(null)"));
   }
 }

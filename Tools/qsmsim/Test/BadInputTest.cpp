@@ -47,6 +47,13 @@ const ToolTest::Refusal BadLines[] = {
      "bad.json: $.processors: expected a value, found none"},
     {"report good.cper --platform one.json --cpu 2",
      "--cpu: expected a number from 0 to 1, found \"2\""},
+    {"report good.cper --status-code 2", "--status-code: expected TYPE:VALUE, numbers of 32 bits, "
+                                         "found \"2\""},
+    {"report good.cper --bmc-answer 256",
+     "--bmc-answer: expected a completion code by its number or name, like invalid-command, or "
+     "timeout, no-interface, device-error, not-ready, unsupported, empty, found \"256\""},
+    {"report good.cper --inventory none",
+     "--inventory: expected described, not-ready, late, found \"none\""},
     {"report good.cper --driver nosuch", "nosuch: expected a driver's shared object"},
     {"report good.cper --drivers 0", "--drivers: expected a number from 1 to 16, found \"0\""},
     {"show log --cmos 0x4C=1 --cmos 0x100=1",
