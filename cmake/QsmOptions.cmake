@@ -43,7 +43,7 @@ if (NOT QSM_HOST)
               -fdebug-compilation-dir=.
               -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/=
               -fdebug-prefix-map=${SourceFromBuild}=
-              $<$<COMPILE_LANGUAGE:CXX>:-Os>
+              $<$<COMPILE_LANGUAGE:CXX>:$<IF:$<BOOL:${QSM_MACHINE}>,-O2,-Os>>
               $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>
               $<$<COMPILE_LANGUAGE:CXX>:-fno-asynchronous-unwind-tables>
               $<$<COMPILE_LANGUAGE:CXX>:-fno-stack-protector>

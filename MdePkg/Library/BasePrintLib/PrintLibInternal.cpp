@@ -130,14 +130,18 @@ PrintArgument (PrintWriter &Writer,
 VOID
 PrintAll (PrintWriter &Writer, PrintFormat &Format, VA_LIST &Marker)
 {
-  while (!IsWriterFull (Writer) && PeekCharacter (Format) != '\0') {
+  for (;;) {
+    Format.Position =
+        WriteCharacters (Writer, Format.Position, ~UINTN{0},
+                         ARGUMENT_FORMAT | (Format.CharacterSize == 1 ? 0 : ARGUMENT_UNICODE));
+    if (IsWriterFull (Writer) || PeekCharacter (Format) == '\0') {
+      return;
+    }
     const CHAR16 Character = TakeCharacter (Format);
     if (Character == '%') {
       PrintArgument (Writer, ParseDirective (Format, Marker), Format, Marker);
-    } else if (Character == '\n' || Character == '\r') {
-      PrintLineEnd (Writer, {}, Character, Format);
     } else {
-      WriteCharacter (Writer, Character);
+      PrintLineEnd (Writer, {}, Character, Format);
     }
   }
 }
@@ -169,7 +173,7 @@ BasePrintLibSPrintMarker (
   PrintFormat Rest = {Format, (Flags & FORMAT_UNICODE) != 0 ? 2 : 1};
   PrintAll (Writer, Rest, Marker);
   if ((Flags & COUNT_ONLY_NO_PRINT) == 0) {
-    ASSERT (Writer.Position != nullptr, BufferKept);
+    ASSERT (Writer.Start != nullptr, BufferKept);
   }
   return CloseWriter (Writer);
 }

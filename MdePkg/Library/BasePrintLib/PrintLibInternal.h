@@ -17,6 +17,7 @@ inline constexpr UINTN PAD_TO_WIDTH = 0x0200;
 inline constexpr UINTN ARGUMENT_UNICODE = 0x0400;
 inline constexpr UINTN PRECISION = 0x0800;
 inline constexpr UINTN ARGUMENT_REVERSED = 0x1000;
+inline constexpr UINTN ARGUMENT_FORMAT = 0x2000;
 inline constexpr UINTN UNSIGNED_TYPE = 0x4000;
 
 /// Room for the longest text that a conversion composes: a GUID with its NUL.

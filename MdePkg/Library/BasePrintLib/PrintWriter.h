@@ -3,43 +3,47 @@
 
 #include "PrintLibInternal.h"
 
-/// Where output goes. With CountOnly the pointers are null and Counted grows in place of Position.
+/// Where output goes: to Start, up to Limit characters, or nowhere if that is null.
 struct PrintWriter {
   CHAR8 *Start;
-  CHAR8 *Position;
-  CHAR8 *End; ///< The terminator's place, which no text reaches.
+  UINTN Count; ///< Characters so far.
+  UINTN Limit;
   INTN CharacterSize;
-  bool CountOnly;
-  UINTN Counted;
 };
 
-/// A writer in the modes of Flags. Buffer has room for BufferSize characters, at least one, unless
-/// the output is only counted.
+/// A writer in the modes of Flags. Buffer has room for BufferSize characters, at least one, of
+/// which the last is the NUL's; output that is only counted has no limit.
 PrintWriter OpenWriter (CHAR8 *Buffer, UINTN BufferSize, UINTN Flags);
 
 /// Whether all further text would be dropped.
-bool IsWriterFull (const PrintWriter &Writer);
+inline bool
+IsWriterFull (const PrintWriter &Writer)
+{
+  return Writer.Count >= Writer.Limit;
+}
 
 /// Writes one character.
 inline VOID
 WriteCharacter (PrintWriter &Writer, CHAR16 Character)
 {
-  if (Writer.CountOnly) {
-    ++Writer.Counted;
-  } else if (Writer.Position < Writer.End) {
-    Writer.Position[0] = static_cast<CHAR8> (Character);
-    if (Writer.CharacterSize != 1) {
-      Writer.Position[1] = static_cast<CHAR8> (Character >> 8);
-    }
-    Writer.Position += Writer.CharacterSize;
+  if (IsWriterFull (Writer)) {
+    return;
   }
+  if (Writer.Start != nullptr && Writer.CharacterSize == 1) {
+    Writer.Start[Writer.Count] = static_cast<CHAR8> (Character);
+  } else if (Writer.Start != nullptr) {
+    Writer.Start[2 * Writer.Count] = static_cast<CHAR8> (Character);
+    Writer.Start[2 * Writer.Count + 1] = static_cast<CHAR8> (Character >> 8);
+  }
+  ++Writer.Count;
 }
 
 /// Writes Character Length times; a Length of 0 or less is nothing.
 VOID WriteFill (PrintWriter &Writer, INTN Length, CHAR16 Character);
 
-/// Writes Length characters from Text on, or fewer if it has a NUL by then. They have 16 bits with
-/// ARGUMENT_UNICODE in Flags, and stand backward, from Text downward, with ARGUMENT_REVERSED.
+/// Writes Length characters from Text on, or fewer if it has a NUL by then or, with ARGUMENT_FORMAT
+/// in Flags, what means something else than itself in a format. They have 16 bits with
+/// ARGUMENT_UNICODE, and stand backward, from Text downward, with ARGUMENT_REVERSED.
 /// Returns the place behind the last one. Each is read when its turn comes, so that a text may lie
 /// in the output.
 const CHAR8 *WriteCharacters (PrintWriter &Writer, const CHAR8 *Text, UINTN Length, UINTN Flags);

@@ -9,7 +9,11 @@ memcpy (VOID *Destination, const VOID *Source, size_t Length)
 {
   auto *To = static_cast<UINT8 *> (Destination);
   const auto *From = static_cast<const UINT8 *> (Source);
-  for (size_t Index = 0; Index < Length; ++Index) {
+  size_t Index = 0;
+  for (; Length - Index >= sizeof (UINT64); Index += sizeof (UINT64)) {
+    __builtin_memcpy (To + Index, From + Index, sizeof (UINT64));
+  }
+  for (; Index < Length; ++Index) {
     To[Index] = From[Index];
   }
   return Destination;
@@ -33,7 +37,12 @@ VOID *
 memset (VOID *Destination, int Value, size_t Length)
 {
   auto *To = static_cast<UINT8 *> (Destination);
-  for (size_t Index = 0; Index < Length; ++Index) {
+  const UINT64 Pattern = static_cast<UINT8> (Value) * 0x0101010101010101ULL;
+  size_t Index = 0;
+  for (; Length - Index >= sizeof Pattern; Index += sizeof Pattern) {
+    __builtin_memcpy (To + Index, &Pattern, sizeof Pattern);
+  }
+  for (; Index < Length; ++Index) {
     To[Index] = static_cast<UINT8> (Value);
   }
   return Destination;

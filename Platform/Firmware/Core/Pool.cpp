@@ -34,10 +34,12 @@ StretchSize (UINTN BlockSize)
 const UINT8 *
 EndOfObstacle (const Pool &In, const UINT8 *Start, UINTN Size)
 {
-  for (const PoolBlock &Block : In.Blocks) {
-    if (Block.Live) {
-      const UINT8 *Stretch = Block.Address - PoolGuardAhead;
-      const UINT8 *End = Stretch + StretchSize (Block.Size);
+  UINTN Left = In.LiveBlocks;
+  for (const PoolBlock *Block = In.Blocks; Left > 0; ++Block) {
+    if (Block->Live) {
+      --Left;
+      const UINT8 *Stretch = Block->Address - PoolGuardAhead;
+      const UINT8 *End = Stretch + StretchSize (Block->Size);
       if (Stretch < Start + Size && Start < End) {
         return End;
       }
@@ -87,17 +89,18 @@ FindPlace (Pool *Of)
   return nullptr;
 }
 
-/// Returns the live block at Address; else one that was there and has been freed; else null.
+/// Returns the last block that was given out at Address, live or freed; null if there is none.
 PoolBlock *
 FindBlock (Pool *Of, const VOID *Address)
 {
-  PoolBlock *Found = nullptr;
-  for (PoolBlock &Block : Of->Blocks) {
-    if (Block.Address == Address && (Found == nullptr || Block.Live)) {
-      Found = &Block;
+  UINTN Place = Of->NextPlace;
+  for (UINTN Tried = 0; Tried < PoolBlockMax; ++Tried) {
+    Place = (Place + PoolBlockMax - 1) % PoolBlockMax;
+    if (Of->Blocks[Place].Address == Address) {
+      return &Of->Blocks[Place];
     }
   }
-  return Found;
+  return nullptr;
 }
 
 /// Returns the new block, or null when there is no room for it, or no place in the table.

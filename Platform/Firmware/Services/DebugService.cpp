@@ -23,8 +23,12 @@ VOID
 ComposeText (CHAR8 (&Text)[DebugTextMax], const CHAR8 *Format, VA_LIST Args)
 {
   BasePrintLibSPrintMarker (Text, sizeof Text, 0, Format, Args);
-  CHAR8 *End = Text;
-  for (const CHAR8 *Next = Text; *Next != '\0'; ++Next) {
+  const CHAR8 *Next = Text;
+  while (*Next != '\0' && *Next != '\r') {
+    ++Next;
+  }
+  CHAR8 *End = Text + (Next - Text);
+  for (; *Next != '\0'; ++Next) {
     if (Next[0] != '\r' || Next[1] != '\n') {
       *End++ = *Next;
     }

@@ -30,27 +30,33 @@ LockLog ()
 VOID
 Write (const CHAR8 *Text)
 {
-  while (*Text != '\0') {
-    const CHAR8 *End = Text;
-    while (*End != '\0' && *End != '\r') {
-      ++End;
-    }
-    IoWriteBytes (DebugConsolePort, Text, static_cast<UINTN> (End - Text));
-    Text = *End == '\r' ? End + 1 : End;
+  const CHAR8 *End = Text;
+  while (*End != '\0') {
+    ++End;
   }
+  IoWriteBytes (DebugConsolePort, Text, static_cast<UINTN> (End - Text));
+}
+
+/// Makes CR LF, as the print engine writes it, a plain line end.
+VOID
+DropReturns (CHAR8 *Text)
+{
+  CHAR8 *End = Text;
+  for (; *Text != '\0'; ++Text) {
+    if (*Text != '\r') {
+      *End++ = *Text;
+    }
+  }
+  *End = '\0';
 }
 
 VOID
-PrintMarker (const CHAR8 *Format, VA_LIST Args, const CHAR8 *Behind)
+PrintMarker (const CHAR8 *Format, VA_LIST Args)
 {
   CHAR8 Text[LogTextMax];
   BasePrintLibSPrintMarker (Text, sizeof Text, 0, Format, Args);
-  const bool Locked = LockLog ();
-  Write (Text);
-  Write (Behind);
-  if (Locked) {
-    GiveLock (mLock);
-  }
+  DropReturns (Text);
+  LogTexts ("", Text);
 }
 
 } // namespace
@@ -60,17 +66,19 @@ LogPrint (const CHAR8 *Format, ...)
 {
   VA_LIST Args;
   VA_START (Args, Format);
-  PrintMarker (Format, Args, "");
+  PrintMarker (Format, Args);
   VA_END (Args);
 }
 
-VOID EFIAPI
-LogText (const CHAR8 *Text, const CHAR8 *Format, ...)
+VOID
+LogTexts (const CHAR8 *First, const CHAR8 *Second)
 {
-  VA_LIST Args;
-  VA_START (Args, Format);
-  PrintMarker (Format, Args, Text);
-  VA_END (Args);
+  const bool Locked = LockLog ();
+  Write (First);
+  Write (Second);
+  if (Locked) {
+    GiveLock (mLock);
+  }
 }
 
 VOID
@@ -87,7 +95,7 @@ EndRun (RunEnd End, const CHAR8 *Format, ...)
 {
   VA_LIST Args;
   VA_START (Args, Format);
-  PrintMarker (Format, Args, "");
+  PrintMarker (Format, Args);
   VA_END (Args);
   ExitMachine (End);
 }

@@ -23,8 +23,8 @@ extern "C" {
 /// Composes a text as AsciiSPrint does and writes it, whole, to the log with plain line ends.
 VOID EFIAPI LogPrint (const CHAR8 *Format, ...);
 
-/// Writes what LogPrint would, and behind it Text, of any length, as it is: nothing comes between.
-VOID EFIAPI LogText (const CHAR8 *Text, const CHAR8 *Format, ...);
+/// Writes two texts of any length as they are: nothing comes between them.
+VOID LogTexts (const CHAR8 *First, const CHAR8 *Second);
 
 /// Ends the emulator with exit code 2 * Number + 1.
 [[noreturn]] VOID ExitMachine (UINT32 Number);

@@ -39,6 +39,28 @@ CloseBlock (VOID *, UINT8 *Block, UINTN Size)
          IsGuard (Block + Size, PoolGuardBehind);
 }
 
+/// Composes what stands ahead of a message, "smm PROCESSOR: LEVEL ", the level with 8 hexadecimal
+/// digits. The print engine would take longer for it than for most messages.
+VOID
+ComposeOrigin (CHAR8 (&Text)[24], UINTN Processor, UINT32 Level)
+{
+  constexpr CHAR8 Start[] = {'s', 'm', 'm', ' '};
+  constexpr CHAR8 Digits[] = "0123456789ABCDEF";
+  __builtin_memcpy (Text, Start, sizeof Start);
+  CHAR8 *Next = Text + sizeof Start;
+  if (Processor >= 10) {
+    *Next++ = Digits[Processor / 10];
+  }
+  *Next++ = Digits[Processor % 10];
+  *Next++ = ':';
+  *Next++ = ' ';
+  for (UINTN Left = 8; Left > 0; --Left) {
+    *Next++ = Digits[Level >> (Left - 1) * 4 & 0xF];
+  }
+  *Next++ = ' ';
+  *Next = '\0';
+}
+
 /// An assertion stops its processor for ever, with the debug service at work; the run ends there.
 VOID
 DebugOutput (VOID *, const DebugEntry *Entry)
@@ -46,7 +68,9 @@ DebugOutput (VOID *, const DebugEntry *Entry)
   if (Entry->Kind == DebugAssertion) {
     EndRun (EndAssertion, "smm %ld: %a", Entry->Processor, Entry->Text);
   }
-  LogText (Entry->Text, "smm %ld: %08x ", Entry->Processor, static_cast<UINT32> (Entry->Level));
+  CHAR8 Origin[24];
+  ComposeOrigin (Origin, Entry->Processor, static_cast<UINT32> (Entry->Level));
+  LogTexts (Origin, Entry->Text);
 }
 
 UINTN
