@@ -1,10 +1,11 @@
 /// Events as the BMC gets them.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 
-#include "Base.h"
+#include "CompletionCode.h"
 
 /// What the bytes of a Redfish event command say.
 struct Event {
@@ -15,6 +16,15 @@ struct Event {
 
 /// Decodes the data of the command; bytes that are missing count as zeros.
 Event DecodeEvent (std::span<const UINT8> Data);
+
+/// What makes data no event, and how a BMC answers it.
+struct EventFault {
+  CompletionCode Answer;
+  std::string Text; ///< What was expected where, and what is there instead.
+};
+
+/// The first fault of the data of a command, if there is one.
+std::optional<EventFault> FindEventFault (std::span<const UINT8> Data);
 
 /// "processor", "memory", "pcie", or "type 4" of a class that has no errors.
 std::string ErrorClassText (UINT8 ErrorClass);

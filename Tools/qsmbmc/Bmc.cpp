@@ -2,8 +2,7 @@
 
 #include <utility>
 
-#include "InputFile.h"
-#include "Record/ErrorClass.h"
+#include "Event.h"
 #include "Record/RequestData.h"
 
 namespace {
@@ -14,8 +13,6 @@ constexpr UINT8 GET_DEVICE_ID_COMMAND = 0x01;
 /// IPMI 2.0, table 20-2: device id, device revision, firmware revision 1.0, IPMI 2.0, no further
 /// functions, manufacturer and product unspecified.
 constexpr UINT8 DeviceId[] = {0x20, 0x01, 0x01, 0x00, 0x02, 0x00, 0, 0, 0, 0, 0};
-
-constexpr UINTN ID_OFFSET = offsetof (RequestData, InstanceId);
 
 /// Responses have odd network functions.
 bool
@@ -65,22 +62,16 @@ SpoiledFrame (IpmiMessage Answer, GarbageKind Kind)
   return EncodeFrame (FrameKind::Message, Bytes);
 }
 
-/// Whether the data of an event command are one: CompletionNormal, or why not. They are 0, a class,
-/// a severity and the device's id, printable if not empty, with one NUL behind it.
-CompletionCode
-CheckEvent (std::span<const UINT8> Data)
+/// What Get Device ID answers.
+std::vector<UINT8>
+IdentifyDevice (const IpmiMessage &Request)
 {
-  if (Data.size () <= ID_OFFSET || Data.size () > sizeof (RequestData)) {
-    return CompletionDataLengthInvalid;
+  if (!Request.Data.empty ()) {
+    return {CompletionDataLengthInvalid};
   }
-  const auto Id = Data.subspan (ID_OFFSET);
-  const std::string Text (Id.begin (), Id.end () - 1);
-  const UINT8 Class = Data[offsetof (RequestData, ErrorClass)];
-  const UINT8 Severity = Data[offsetof (RequestData, EventSeverity)];
-  const bool IsGood = Data[0] == 0 && Class >= ErrorClassProcessor && Class <= ErrorClassPcie &&
-                      Severity >= EventSeverityWarning && Severity <= EventSeverityCritical &&
-                      Id.back () == 0 && IsPrintableAscii (Text);
-  return IsGood ? CompletionNormal : CompletionDataFieldInvalid;
+  std::vector<UINT8> Answer = {CompletionNormal};
+  Answer.insert (Answer.end (), std::begin (DeviceId), std::end (DeviceId));
+  return Answer;
 }
 
 } // namespace
@@ -132,21 +123,28 @@ Bmc::Answer (const IpmiMessage &Request)
 {
   IpmiMessage Response = Request;
   Response.NetFunction |= 1;
-  Response.Data = {CompletionInvalidCommand};
   if (Mode.Kind == BmcModeKind::Refuse) {
     Response.Data = {Mode.CompletionCode};
   } else if (IsEvent (Request)) {
-    const CompletionCode Code =
-        Request.Lun == REDFISH_EVENT_LUN ? CheckEvent (Request.Data) : CompletionInvalidForLun;
-    Response.Data[0] = Code == CompletionNormal ? TakeEvent (Request.Data) : Code;
+    Response.Data = {JudgeEvent (Request)};
   } else if (Request.NetFunction == APPLICATION_NET_FUNCTION &&
              Request.Command == GET_DEVICE_ID_COMMAND) {
-    if (!Request.Data.empty ()) {
-      Response.Data = {CompletionDataLengthInvalid};
-    } else {
-      Response.Data = {CompletionNormal};
-      Response.Data.insert (Response.Data.end (), std::begin (DeviceId), std::end (DeviceId));
-    }
+    Response.Data = IdentifyDevice (Request);
+  } else {
+    Response.Data = {CompletionInvalidCommand};
+  }
+  if (const UINT8 Code = Response.Data.front (); Code != CompletionNormal) {
+    TellRefusal (Request, Code);
   }
   return Response;
+}
+
+CompletionCode
+Bmc::JudgeEvent (const IpmiMessage &Request)
+{
+  if (Request.Lun != REDFISH_EVENT_LUN) {
+    return CompletionInvalidForLun;
+  }
+  const auto Fault = FindEventFault (Request.Data);
+  return Fault ? Fault->Answer : TakeEvent (Request.Data);
 }

@@ -5,18 +5,8 @@
 #include <vector>
 
 #include "BmcMode.h"
+#include "CompletionCode.h"
 #include "IpmiFrame.h"
-
-/// Completion codes (IPMI 2.0, table 5-2).
-enum CompletionCode : UINT8 {
-  CompletionNormal = 0x00,
-  CompletionInvalidCommand = 0xC1,
-  CompletionInvalidForLun = 0xC2,
-  CompletionOutOfSpace = 0xC4,
-  CompletionDataLengthInvalid = 0xC7,
-  CompletionDataFieldInvalid = 0xCC,
-  CompletionUnspecified = 0xFF
-};
 
 /// One BMC, with one machine at its wire. Each request is answered by Get Device ID, the event
 /// command or a refusal; the mode then decides what becomes of that answer. Events are taken in all
@@ -26,7 +16,13 @@ public:
   /// Takes the data of a good event, and returns what the machine is told.
   using EventTaker = std::function<CompletionCode (std::span<const UINT8> Data)>;
 
-  explicit Bmc (EventTaker Taker) : TakeEvent (std::move (Taker)) {}
+  /// Is told of each request that is refused, and by which completion code.
+  using RefusalTeller = std::function<void (const IpmiMessage &Request, UINT8 Code)>;
+
+  Bmc (EventTaker Taker, RefusalTeller Teller)
+      : TakeEvent (std::move (Taker)), TellRefusal (std::move (Teller))
+  {
+  }
 
   /// The machine is connected, anew or again: no answer is held back any more. Returns the bytes to
   /// greet it with.
@@ -43,7 +39,9 @@ public:
 
 private:
   IpmiMessage Answer (const IpmiMessage &Request);
+  CompletionCode JudgeEvent (const IpmiMessage &Request);
 
   EventTaker TakeEvent;
+  RefusalTeller TellRefusal;
   std::vector<UINT8> Held;
 };

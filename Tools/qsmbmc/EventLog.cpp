@@ -6,10 +6,12 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <sys/file.h>
 
+#include "CompletionCode.h"
 #include "Console.h"
 #include "Event.h"
 #include "InputFile.h"
@@ -19,8 +21,8 @@ namespace {
 /// Longer than any line of a log.
 constexpr UINTN LINE_SIZE_MAX = 4096;
 
-/// What each line begins with.
-constexpr std::string_view LINE_START = R"({"sequence":)";
+/// What the line of an event begins with, and that of a refusal.
+constexpr std::string_view EVENT_START = R"({"sequence":)", REFUSAL_START = R"({"refused":)";
 
 [[noreturn]] void
 Refuse (const std::string &Name, std::string_view Expected, int Reason)
@@ -28,12 +30,19 @@ Refuse (const std::string &Name, std::string_view Expected, int Reason)
   throw InputError (fmt::format ("{}: expected {}: {}", Name, Expected, std::strerror (Reason)));
 }
 
-/// The sequence number of a line; 0 if it is none of a log.
+/// Whether the line is that of a refusal.
+bool
+IsRefusal (std::string_view Line)
+{
+  return Line.starts_with (REFUSAL_START) && nlohmann::json::accept (Line);
+}
+
+/// The sequence number of an event's line; 0 if it is none.
 UINT64
 SequenceOf (std::string_view Line)
 {
   const auto Json = nlohmann::json::parse (Line, nullptr, false);
-  if (!Json.is_object () || !Line.starts_with (LINE_START)) {
+  if (!Json.is_object () || !Line.starts_with (EVENT_START)) {
     return 0;
   }
   const auto Sequence = Json.find ("sequence");
@@ -55,23 +64,54 @@ SyncDirectoryOf (const std::filesystem::path &Path)
 } // namespace
 
 std::string
-EventJson (UINT64 Sequence, std::span<const UINT8> Data)
+TimeText (std::time_t Time)
 {
-  const Event Event = DecodeEvent (Data);
-  return nlohmann::ordered_json{{"sequence", Sequence},
+  return fmt::format ("{:%FT%TZ}", fmt::gmtime (Time));
+}
+
+std::string
+LineJson (const TakenEvent &Taken)
+{
+  const Event Event = DecodeEvent (Taken.Data);
+  return nlohmann::ordered_json{{"sequence", Taken.Sequence},
+                                {"time", TimeText (Taken.Time)},
                                 {"class", ErrorClassText (Event.ErrorClass)},
                                 {"severity", EventSeverityText (Event.Severity)},
                                 {"id", Event.DeviceId},
-                                {"bytes", HexText (Data)}}
+                                {"bytes", HexText (Taken.Data)}}
       .dump ();
 }
 
 std::string
-EventText (UINT64 Sequence, std::span<const UINT8> Data)
+LineJson (const RefusedRequest &Refusal)
 {
-  const Event Event = DecodeEvent (Data);
-  return fmt::format ("{}: {}, {}, \"{}\": {}", Sequence, ErrorClassText (Event.ErrorClass),
-                      EventSeverityText (Event.Severity), Event.DeviceId, HexText (Data));
+  const IpmiMessage &Request = Refusal.Request;
+  return nlohmann::ordered_json{{"refused", CompletionCodeName (Refusal.CompletionCode)},
+                                {"completionCode", Refusal.CompletionCode},
+                                {"time", TimeText (Refusal.Time)},
+                                {"netFunction", Request.NetFunction},
+                                {"lun", Request.Lun},
+                                {"command", Request.Command},
+                                {"bytes", HexText (Request.Data)}}
+      .dump ();
+}
+
+std::string
+LineText (const TakenEvent &Taken)
+{
+  const Event Event = DecodeEvent (Taken.Data);
+  return fmt::format ("{}: {}, {}, {}, \"{}\": {}", Taken.Sequence, TimeText (Taken.Time),
+                      ErrorClassText (Event.ErrorClass), EventSeverityText (Event.Severity),
+                      Event.DeviceId, HexText (Taken.Data));
+}
+
+std::string
+LineText (const RefusedRequest &Refusal)
+{
+  const IpmiMessage &Request = Refusal.Request;
+  return fmt::format ("refused: {}, {}, NetFn 0x{:02X}, LUN {}, Cmd 0x{:02X}: {}",
+                      TimeText (Refusal.Time), CompletionCodeText (Refusal.CompletionCode),
+                      Request.NetFunction, Request.Lun, Request.Command, HexText (Request.Data));
 }
 
 EventLog::EventLog (const std::filesystem::path &Path)
@@ -109,13 +149,16 @@ EventLog::Check (const std::string &Name)
     Rest.append (Block.data (), static_cast<UINTN> (Count));
     UINTN Start = 0;
     for (UINTN End = 0; (End = Rest.find ('\n', Start)) != std::string::npos; Start = End + 1) {
-      const UINT64 Sequence = SequenceOf (std::string_view (Rest).substr (Start, End - Start));
-      if (Sequence <= Last) {
-        throw InputError (fmt::format ("{}: line {}: expected an event with a sequence number "
-                                       "above {}",
-                                       Name, LineNumber, Last));
+      const auto Line = std::string_view (Rest).substr (Start, End - Start);
+      if (!IsRefusal (Line)) {
+        const UINT64 Sequence = SequenceOf (Line);
+        if (Sequence <= Last) {
+          throw InputError (fmt::format ("{}: line {}: expected an event with a sequence number "
+                                         "above {}",
+                                         Name, LineNumber, Last));
+        }
+        Last = Sequence;
       }
-      Last = Sequence;
       Size += End + 1 - Start;
       ++LineNumber;
     }
@@ -135,8 +178,11 @@ EventLog::Mend (const std::string &Name, std::string_view Torn)
 {
   // A crash of the system may leave the file's new size without the bytes, which are NULs then.
   const std::string_view Written = Torn.substr (0, Torn.find_last_not_of ('\0') + 1);
-  const UINTN Compared = std::min (Written.size (), LINE_START.size ());
-  if (Written.substr (0, Compared) != LINE_START.substr (0, Compared)) {
+  const auto BeginsWith = [&] (std::string_view Start) {
+    const UINTN Compared = std::min (Written.size (), Start.size ());
+    return Written.substr (0, Compared) == Start.substr (0, Compared);
+  };
+  if (!BeginsWith (EVENT_START) && !BeginsWith (REFUSAL_START)) {
     throw InputError (fmt::format ("{}: expected events only", Name));
   }
   if (!CutBack () || fsync (File.Get ()) != 0) {
@@ -146,9 +192,23 @@ EventLog::Mend (const std::string &Name, std::string_view Torn)
 }
 
 int
-EventLog::Append (std::span<const UINT8> Data)
+EventLog::Append (const TakenEvent &Event)
 {
-  const std::string Line = EventJson (Last + 1, Data) + "\n";
+  const int Reason = AppendLine (LineJson (Event));
+  Last += Reason == 0 ? 1 : 0;
+  return Reason;
+}
+
+int
+EventLog::Append (const RefusedRequest &Refusal)
+{
+  return AppendLine (LineJson (Refusal));
+}
+
+int
+EventLog::AppendLine (std::string Line)
+{
+  Line += '\n';
   if (!CutBack ()) {
     return errno;
   }
@@ -161,7 +221,6 @@ EventLog::Append (std::span<const UINT8> Data)
     return Reason;
   }
   Size += Line.size ();
-  ++Last;
   return 0;
 }
 

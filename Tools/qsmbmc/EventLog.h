@@ -1,6 +1,7 @@
-/// The events that the BMC has taken, in their order, and the file that keeps them.
+/// What the BMC has taken and refused, in its order, and the file that keeps it.
 #pragma once
 
+#include <ctime>
 #include <filesystem>
 #include <span>
 #include <string>
@@ -8,14 +9,34 @@
 
 #include "Base.h"
 #include "FileDescriptor.h"
+#include "IpmiFrame.h"
 
-/// One event as one line of JSON, without its end: sequence, class, severity, id and bytes.
-std::string EventJson (UINT64 Sequence, std::span<const UINT8> Data);
+/// A moment, UTC, as ISO 8601 has it: "2026-11-25T09:30:00Z".
+std::string TimeText (std::time_t Time);
 
-/// One event as one line for people, without its end.
-std::string EventText (UINT64 Sequence, std::span<const UINT8> Data);
+/// An event that was taken. Data are those of the command.
+struct TakenEvent {
+  UINT64 Sequence; ///< Counts events from 1 on, over restarts.
+  std::time_t Time;
+  std::span<const UINT8> Data;
+};
 
-/// An append-only file of one EventJson a line. Once an event has been appended it stays, whatever
+/// A request that was refused.
+struct RefusedRequest {
+  const IpmiMessage &Request;
+  UINT8 CompletionCode;
+  std::time_t Time;
+};
+
+/// One line of JSON, without its end.
+std::string LineJson (const TakenEvent &Event);
+std::string LineJson (const RefusedRequest &Refusal);
+
+/// One line for people, without its end.
+std::string LineText (const TakenEvent &Event);
+std::string LineText (const RefusedRequest &Refusal);
+
+/// An append-only file of one LineJson a line. Once one has been appended it stays, whatever
 /// becomes of the process or the machine. One process may have the file open at a time.
 class EventLog {
 public:
@@ -38,11 +59,14 @@ public:
     return Cut;
   }
 
-  /// Appends the line of an event and waits until the disk has it. Returns 0, or the error number
-  /// (errno) of the failure. Then nothing of it stays; what cannot be cut off now is so later.
-  int Append (std::span<const UINT8> Data);
+  /// Appends the line of an event, whose number is the next one, or of a refusal, and waits until
+  /// the disk has it. Returns 0, or the error number (errno) of the failure. Then nothing of it
+  /// stays; what cannot be cut off now is so later.
+  int Append (const TakenEvent &Event);
+  int Append (const RefusedRequest &Refusal);
 
 private:
+  int AppendLine (std::string Line);
   void Check (const std::string &Name);
   void Mend (const std::string &Name, std::string_view Torn);
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <utility>
 
 #include <fmt/format.h>
@@ -44,7 +45,8 @@ CatchEndSignals ()
 Server::Server (Listener &At, EventLog *Keeper, BmcMode Mode, bool Json, Console &Console)
     : Listening (At), Log (Keeper), Sequence (Keeper != nullptr ? Keeper->LastSequence () : 0),
       AsJson (Json), Streams (Console),
-      Controller ([this] (std::span<const UINT8> Data) { return TakeEvent (Data); })
+      Controller ([this] (std::span<const UINT8> Data) { return TakeEvent (Data); },
+                  [this] (const IpmiMessage &Request, UINT8 Code) { TellRefusal (Request, Code); })
 {
   Controller.Mode = Mode;
 }
@@ -88,18 +90,41 @@ Server::Tell (const char *Key, const std::string &Value)
               << std::endl;
 }
 
+template <typename Entry>
+int
+Server::Keep (const Entry &New)
+{
+  return Log != nullptr ? Log->Append (New) : 0;
+}
+
+template <typename Entry>
+void
+Server::Print (const Entry &New)
+{
+  Streams.Out << (AsJson ? LineJson (New) : LineText (New)) << std::endl;
+}
+
 CompletionCode
 Server::TakeEvent (std::span<const UINT8> Data)
 {
-  if (Log != nullptr) {
-    if (const int Reason = Log->Append (Data); Reason != 0) {
-      Complain (Streams, "qsmbmc", fmt::format ("event not kept: {}", std::strerror (Reason)));
-      return Reason == ENOSPC ? CompletionOutOfSpace : CompletionUnspecified;
-    }
+  const TakenEvent Event = {Sequence + 1, std::time (nullptr), Data};
+  if (const int Reason = Keep (Event); Reason != 0) {
+    Complain (Streams, "qsmbmc", fmt::format ("event not kept: {}", std::strerror (Reason)));
+    return Reason == ENOSPC ? CompletionOutOfSpace : CompletionUnspecified;
   }
+  Print (Event);
   ++Sequence;
-  Streams.Out << (AsJson ? EventJson (Sequence, Data) : EventText (Sequence, Data)) << std::endl;
   return CompletionNormal;
+}
+
+void
+Server::TellRefusal (const IpmiMessage &Request, UINT8 Code)
+{
+  const RefusedRequest Refusal = {Request, Code, std::time (nullptr)};
+  if (const int Reason = Keep (Refusal); Reason != 0) {
+    Complain (Streams, "qsmbmc", fmt::format ("refusal not kept: {}", std::strerror (Reason)));
+  }
+  Print (Refusal);
 }
 
 void

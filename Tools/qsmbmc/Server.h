@@ -20,7 +20,13 @@ public:
 
 private:
   void Tell (const char *Key, const std::string &Value);
+
+  /// Keeps an event or a refusal in the log, if there is one. Returns 0 or an error number.
+  template <typename Entry> int Keep (const Entry &New);
+  template <typename Entry> void Print (const Entry &New);
+
   CompletionCode TakeEvent (std::span<const UINT8> Data);
+  void TellRefusal (const IpmiMessage &Request, UINT8 Code);
   void Accept ();
   void Receive ();
   void Send (std::span<const UINT8> Bytes);

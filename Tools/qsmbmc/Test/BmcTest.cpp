@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -46,10 +47,12 @@ public:
 
   std::vector<Bytes> Events;
   CompletionCode Told = CompletionNormal;
+  Bytes Refusals; ///< Their completion codes.
   Bmc Controller{[this] (std::span<const UINT8> Data) {
-    Events.emplace_back (Data.begin (), Data.end ());
-    return Told;
-  }};
+                   Events.emplace_back (Data.begin (), Data.end ());
+                   return Told;
+                 },
+                 [this] (const IpmiMessage &, UINT8 Code) { Refusals.push_back (Code); }};
 };
 
 /// An event command of QSM_EVENT_VECTORS, and its completion code.
@@ -126,11 +129,14 @@ TEST_F (BmcTest, AnswersEachRequestWithItsCompletionCode)
     Expected.Data = Answers[0].Data;
     EXPECT_EQ (Answers[0], Expected);
     EXPECT_EQ (Expected.Data[0], Row.CompletionCode);
+    EXPECT_EQ (std::exchange (Refusals, {}),
+               Row.CompletionCode == 0 ? Bytes{} : Bytes{Row.CompletionCode});
     EXPECT_EQ (Events, std::vector<Bytes> (Row.EventCount, Row.Request.Data));
   }
   EXPECT_EQ (Ask (Request ({}, 6, 1))[0].Data.size (), 12U);
   Told = CompletionOutOfSpace;
   EXPECT_EQ (Ask (Request (Good))[0].Data, Bytes{0xC4});
+  EXPECT_EQ (Refusals, Bytes{0xC4});
 }
 
 TEST_F (BmcTest, SaysNothingToWhatIsNoRequest)
