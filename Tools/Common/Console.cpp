@@ -5,7 +5,10 @@
 namespace {
 
 /// Fewer steps than these are no long work.
-constexpr UINTN PROGRESS_TOTAL_MIN = 20;
+constexpr UINTN PROGRESS_STEPS_MIN = 20;
+
+/// So many steps are shown until fewer of them are.
+constexpr UINTN PROGRESS_SHOWN_MAX = 100;
 
 const char *
 EscapeSequence (Colour Colour)
@@ -40,18 +43,16 @@ HexText (std::span<const UINT8> Bytes)
   return fmt::format ("{:02X}", fmt::join (Bytes, " "));
 }
 
-Progress::Progress (Console &Console, std::string_view Name, UINTN StepCount, bool OutShowsSteps)
-    : Stream (Console.ErrIsTerminal && !(OutShowsSteps && Console.OutIsTerminal) &&
-                      StepCount >= PROGRESS_TOTAL_MIN
-                  ? &Console.Err
-                  : nullptr),
-      Work (Name), Total (StepCount)
+Progress::Progress (Console &Console, std::string_view Name, bool OutShowsSteps)
+    : Stream (Console.ErrIsTerminal && !(OutShowsSteps && Console.OutIsTerminal) ? &Console.Err
+                                                                                 : nullptr),
+      Work (Name), Stride (PROGRESS_STEPS_MIN)
 {
 }
 
 Progress::~Progress ()
 {
-  if (Stream != nullptr) {
+  if (Stream != nullptr && Done >= PROGRESS_STEPS_MIN) {
     *Stream << "\r\x1B[K" << std::flush;
   }
 }
@@ -59,8 +60,11 @@ Progress::~Progress ()
 void
 Progress::Step ()
 {
-  ++Done;
-  if (Stream != nullptr) {
-    *Stream << fmt::format ("\r{} {} of {}", Work, Done, Total) << std::flush;
+  if (++Done % Stride != 0 || Stream == nullptr) {
+    return;
+  }
+  *Stream << fmt::format ("\r{} {}", Done, Work) << std::flush;
+  if (Done >= PROGRESS_SHOWN_MAX * Stride) {
+    Stride *= 10;
   }
 }

@@ -31,10 +31,11 @@ std::string Coloured (const Console &Console, Colour Colour, std::string_view Te
 std::string HexText (std::span<const UINT8> Bytes);
 
 /// A line on standard error that counts steps of long work, as long as that is a terminal and
-/// standard output does not show the same steps. Goes away with the object.
+/// standard output does not show the same steps. The more steps there have been, the fewer of them
+/// it shows. Goes away with the object.
 class Progress {
 public:
-  Progress (Console &Console, std::string_view Name, UINTN StepCount, bool OutShowsSteps = false);
+  Progress (Console &Console, std::string_view Name, bool OutShowsSteps = false);
   ~Progress ();
   Progress (const Progress &) = delete;
   Progress &operator= (const Progress &) = delete;
@@ -44,6 +45,6 @@ public:
 private:
   std::ostream *Stream; ///< Null when nothing is shown.
   std::string Work;
-  UINTN Total;
   UINTN Done = 0;
+  UINTN Stride; ///< Every so many steps are shown.
 };

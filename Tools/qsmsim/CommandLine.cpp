@@ -115,18 +115,25 @@ AddReport (CLI::App &App, ReportArguments &Arguments)
   Report
       ->add_option (
           "RECORD", Arguments.Records,
-          fmt::format ("Files of one CPER each; of a directory, those named *{}", RECORD_SUFFIX))
+          "Files and directories of error records (CPER), or - for standard input: bytes, hex "
+          "text, "
+          "base64, a Generic Error Status Block, Redfish JSON, or a text with one of them")
       ->required ();
   AddBootOptions (*Report, Arguments.Boot);
   AddFailureOptions (*Report, Arguments.Failures);
   Report->add_option ("--cpu", Arguments.Processor, "Index of the processor that reports")
       ->type_name ("N")
       ->capture_default_str ();
-  Report->add_flag ("--json", Arguments.Json, "Print one JSON document");
+  CLI::Option *Json = Report->add_flag ("--json", Arguments.Json, "Print one JSON document");
+  Report
+      ->add_flag ("--json-lines", Arguments.JsonLines,
+                  "Print a line of JSON for each record as it comes, and one with the summary")
+      ->excludes (Json);
   Report->add_flag ("--quiet", Arguments.Quiet, "Leave the driver's log out");
   Report->add_flag ("--raw", Arguments.Raw,
                     "Look at nothing and refuse nothing: hand the bytes over in a page of zeros, "
                     "as a careless reporter would");
+  Report->add_flag ("--strict", Arguments.Strict, "End with code 1 if a record gives no event");
   return Report;
 }
 

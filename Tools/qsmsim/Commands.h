@@ -46,16 +46,19 @@ struct FailureArguments {
 };
 
 struct ReportArguments {
-  std::vector<std::string> Records; ///< Files and directories.
+  std::vector<std::string> Records; ///< Files, directories, "-".
   BootArguments Boot;
   FailureArguments Failures;
   std::string Processor = "0";
   bool Json = false;
+  bool JsonLines = false;
   bool Quiet = false;
   bool Raw = false;
+  bool Strict = false; ///< A record without an event is a fault.
 };
 
-/// Returns the exit code.
+/// Input that is no record is complained of on standard error, and the others are reported. Returns
+/// the exit code.
 int RunReport (const ReportArguments &Arguments, Console &Console);
 
 struct ShowArguments {

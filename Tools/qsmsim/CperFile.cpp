@@ -9,19 +9,18 @@
 
 namespace {
 
-/// The 16-bit size of a status code's data.
-constexpr UINTN RECORD_SIZE_MAX = 0xFFFF;
-
 /// Refuses a record that ends before the byte at End, which closes What.
 void
 ExpectBytesTo (const CperFile &File, UINTN End, std::string_view What)
 {
   if (File.Bytes.size () < End) {
     throw InputError (fmt::format ("{}: offset {}: expected {} up to offset {}, "
-                                   "found the end of the file",
+                                   "found the end of the record",
                                    File.Name, File.Bytes.size (), What, End - 1));
   }
 }
+
+} // namespace
 
 void
 ExpectCper (const CperFile &File)
@@ -42,21 +41,4 @@ ExpectCper (const CperFile &File)
     ExpectBytesTo (File, Section->ReadSize (),
                    fmt::format ("the {} section's location", Section->Name));
   }
-}
-
-} // namespace
-
-CperFile
-ReadCperFile (const std::filesystem::path &File)
-{
-  CperFile Read = ReadRawFile (File);
-  ExpectCper (Read);
-  return Read;
-}
-
-CperFile
-ReadRawFile (const std::filesystem::path &File)
-{
-  const std::string Content = ReadInputFile (File, RECORD_SIZE_MAX);
-  return {File.string (), {Content.begin (), Content.end ()}};
 }

@@ -1,22 +1,19 @@
-/// Error records in files: reading and checking them.
+/// An error record as it was handed in.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "Base.h"
 
-/// A record's bytes and the file that they are from.
+/// A record's bytes, and where they are from.
 struct CperFile {
-  std::string Name;
+  std::string Name; ///< Of the file, and the place in it unless the file is this record alone.
   std::vector<UINT8> Bytes;
+  std::string Form; ///< What else the file was recognised as; empty for the plain bytes of records.
+  bool IsFirst = true; ///< Of its file.
 };
 
-/// Reads a record. Throws InputError with one line that names the file, the offset and what was
-/// expected there, when the file cannot be read, when it is larger than what a status code can
-/// carry, or when it is no record or lacks bytes that the driver reads.
-CperFile ReadCperFile (const std::filesystem::path &File);
-
-/// The same without looking at the bytes; only the size is checked.
-CperFile ReadRawFile (const std::filesystem::path &File);
+/// Throws InputError with one line that names the record, the offset in it and what was expected
+/// there, when it is no record or lacks bytes that the driver reads.
+void ExpectCper (const CperFile &File);

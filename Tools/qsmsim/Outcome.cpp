@@ -86,16 +86,3 @@ JudgeFault (const CperFile *File, std::string Fault, const std::vector<DebugLine
   Outcome.Fault = std::move (Fault);
   return Outcome;
 }
-
-void
-Summary::Add (const Outcome &Outcome)
-{
-  Reported += Outcome.File != nullptr ? 1 : 0;
-  if (!Outcome.Fault.empty ()) {
-    ++Faults;
-  } else if (Outcome.Events.empty ()) {
-    ++Dropped;
-  } else {
-    ++Events;
-  }
-}

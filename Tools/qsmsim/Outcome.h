@@ -29,14 +29,3 @@ Outcome JudgeReport (const ReportedRecord &Reported, CallResult Result);
 
 /// Of a call that the platform or the machine broke off.
 Outcome JudgeFault (const CperFile *File, std::string Fault, const std::vector<DebugLine> &Log);
-
-/// Counts of a run's outcomes.
-struct Summary {
-  UINTN Given = 0;    ///< Records to report.
-  UINTN Reported = 0; ///< Those that were.
-  UINTN Events = 0;   ///< Records of which the BMC heard.
-  UINTN Dropped = 0;  ///< Records of which it did not, though nothing went wrong.
-  UINTN Faults = 0;   ///< Also of the boot.
-
-  void Add (const Outcome &Outcome);
-};

@@ -1,73 +1,51 @@
 #include "Commands.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
 
 #include "Boot.h"
 #include "Failures.h"
 #include "InputFile.h"
+#include "RecordSource.h"
 #include "ReportWriter.h"
 #include "ToolOptions.h"
 #include "ToolRun.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-/// A directory stands for its record files, in the order of their names.
-std::vector<fs::path>
-FilesOf (const fs::path &Path)
+std::unique_ptr<ReportWriter>
+MakeWriter (const ReportArguments &Arguments, Console &Console, const RecordDecoder &Decoder)
 {
-  std::error_code Error;
-  if (!fs::is_directory (Path, Error)) {
-    return {Path};
+  const bool WithLog = !Arguments.Quiet;
+  if (Arguments.JsonLines) {
+    return JsonLinesReport (Console, Decoder, WithLog);
   }
-  std::vector<fs::path> Files;
-  fs::directory_iterator Entries (Path, Error);
-  if (Error) {
-    throw InputError (
-        fmt::format ("{}: expected a readable directory: {}", Path.string (), Error.message ()));
-  }
-  for (const fs::directory_entry &Entry : Entries) {
-    if (Entry.path ().extension () == RECORD_SUFFIX) {
-      Files.push_back (Entry.path ());
-    }
-  }
-  if (Files.empty ()) {
-    throw InputError (
-        fmt::format ("{}: expected files named *{}, found none", Path.string (), RECORD_SUFFIX));
-  }
-  std::ranges::sort (Files);
-  return Files;
+  return Arguments.Json ? JsonReport (Console, Decoder, WithLog)
+                        : TextReport (Console, Decoder, WithLog);
 }
 
-std::vector<CperFile>
-ReadRecords (const ReportArguments &Arguments, Console &Console)
+/// The next record. Each piece of the input that is none is complained of and counted.
+std::optional<CperFile>
+NextRecord (RecordSource &Source, Console &Console, Summary &Summary)
 {
-  std::vector<fs::path> Paths;
-  for (const std::string &Record : Arguments.Records) {
-    const std::vector<fs::path> Files = FilesOf (Record);
-    Paths.insert (Paths.end (), Files.begin (), Files.end ());
+  for (;;) {
+    try {
+      return Source.Next ();
+    } catch (const InputError &Error) {
+      ++Summary.Refused;
+      Complain (Console, "qsmsim", Error.what ());
+    }
   }
-  std::vector<CperFile> Records;
-  Progress Progress (Console, "reading", Paths.size ());
-  for (const fs::path &Path : Paths) {
-    Records.push_back (Arguments.Raw ? ReadRawFile (Path) : ReadCperFile (Path));
-    Progress.Step ();
-  }
-  return Records;
 }
 
 /// Boots the platform and reports the records one after the other, up to the first fault: a
 /// processor that stopped does not come back. Hands the outcome of each record to Take, or the
-/// outcome of the boot if that failed.
-template <typename Consumer>
+/// outcome of the boot if that failed. Take returns whether to go on.
+template <typename Producer, typename Consumer>
 void
 Run (const BootPlan &Plan,
      const FailurePlan &Failures,
-     std::span<const CperFile> Records,
      const ReportOptions &Options,
+     Producer &&Next,
      Consumer &&Take)
 {
   SimulatedPlatform Platform (Plan.Platform);
@@ -78,13 +56,20 @@ Run (const BootPlan &Plan,
     return;
   }
   Failures.PlayAtReports ();
-  for (const CperFile &Record : Records) {
-    const Outcome Reported = ReportRecord (Platform, Record, Options);
-    Take (Reported);
-    if (!Reported.Fault.empty ()) {
+  while (const std::optional<CperFile> Record = Next ()) {
+    if (!Take (ReportRecord (Platform, *Record, Options))) {
       return;
     }
   }
+}
+
+int
+ExitCode (const ReportArguments &Arguments, const Summary &Summary)
+{
+  if (Summary.Refused != 0) {
+    return EXIT_INPUT;
+  }
+  return Summary.Faults != 0 || (Arguments.Strict && Summary.Dropped != 0) ? EXIT_FAULT : EXIT_DONE;
 }
 
 } // namespace
@@ -92,7 +77,6 @@ Run (const BootPlan &Plan,
 int
 RunReport (const ReportArguments &Arguments, Console &Console)
 {
-  const std::vector<CperFile> Records = ReadRecords (Arguments, Console);
   const BootPlan Plan = ReadBootPlan (Arguments.Boot);
   const FailurePlan Failures = ReadFailurePlan (Arguments.Failures);
   ReportOptions Options;
@@ -102,18 +86,25 @@ RunReport (const ReportArguments &Arguments, Console &Console)
   Options.CodeType = EFI_ERROR_CODE | EFI_ERROR_MINOR;
   ReadStatusCode (Arguments.Failures, Options);
 
-  Summary Summary = {.Given = Records.size ()};
+  RecordSource Source (Arguments.Records, Arguments.Raw);
+  Summary Summary;
   const RecordDecoder Decoder (Plan.Platform, Options.Processor);
-  const auto Writer = Arguments.Json ? JsonReport (Console, Decoder, !Arguments.Quiet)
-                                     : TextReport (Console, Decoder, !Arguments.Quiet);
+  const auto Writer = MakeWriter (Arguments, Console, Decoder);
   {
-    Progress Progress (Console, "reporting", Records.size (), !Arguments.Json);
-    Run (Plan, Failures, Records, Options, [&] (const Outcome &Outcome) {
-      Summary.Add (Outcome);
-      Writer->Take (Outcome);
-      Progress.Step ();
-    });
+    Progress Progress (Console, "records reported", !Arguments.Json);
+    Run (
+        Plan, Failures, Options, [&] { return NextRecord (Source, Console, Summary); },
+        [&] (const Outcome &Outcome) {
+          Summary.Add (Outcome);
+          Writer->Take (Outcome);
+          Progress.Step ();
+          return Outcome.Fault.empty () && Console.Out.good ();
+        });
+  }
+  if (Summary.Records + Summary.Refused + Summary.Faults == 0) {
+    throw InputError (fmt::format ("{}: expected a directory with error records, found none",
+                                   fmt::join (Arguments.Records, ", ")));
   }
   Writer->Close (Summary);
-  return Summary.Faults == 0 ? EXIT_DONE : EXIT_FAULT;
+  return ExitCode (Arguments, Summary);
 }

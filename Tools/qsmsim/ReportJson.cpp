@@ -50,6 +50,7 @@ OutcomeJson (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
   Json Result = Json::object ();
   if (Outcome.File != nullptr) {
     Result = RecordJson (Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
+    Result["readAs"] = TextOrNull (Outcome.File->Form);
   }
   if (WithLog) {
     Result["log"] = Outcome.Log;
@@ -66,6 +67,58 @@ OutcomeJson (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
   Result["fault"] = TextOrNull (Outcome.Fault);
   return Result;
 }
+
+Json
+SummaryJson (const Summary &Summary)
+{
+  Json Kinds = Json::object ();
+  for (const auto &[Kind, Count] : Summary.ByKind) {
+    Kinds[ErrorClassText (Kind.first)][EventSeverityText (Kind.second)] = Count;
+  }
+  return {{"records", Summary.Records},         {"events", Summary.Events},
+          {"dropped", Summary.Dropped},         {"faults", Summary.Faults},
+          {"refused", Summary.Refused},         {"eventsByClass", Kinds},
+          {"eventsByDevice", Summary.ByDevice}, {"dropsByReason", Summary.ByReason}};
+}
+
+/// Bytes that are no UTF-8 are replaced.
+std::string
+JsonText (const Json &Value, int Indent)
+{
+  return Value.dump (Indent, ' ', false, Json::error_handler_t::replace);
+}
+
+class JsonLinesWriter : public ReportWriter {
+public:
+  JsonLinesWriter (Console &Console, const RecordDecoder &OfRecords, bool LogWanted)
+      : Target (Console), Decoder (OfRecords), WithLog (LogWanted)
+  {
+  }
+
+  void
+  Take (const Outcome &Outcome) override
+  {
+    const Json Value = OutcomeJson (Outcome, Decoder, WithLog);
+    WriteLine (Outcome.File != nullptr ? Value : Json{{"boot", Value}});
+  }
+
+  void
+  Close (const Summary &Summary) override
+  {
+    WriteLine ({{"summary", SummaryJson (Summary)}});
+  }
+
+private:
+  Console &Target;
+  const RecordDecoder &Decoder;
+  bool WithLog;
+
+  void
+  WriteLine (const Json &Value)
+  {
+    Target.Out << JsonText (Value, -1) << '\n';
+  }
+};
 
 class JsonWriter : public ReportWriter {
 public:
@@ -90,12 +143,8 @@ public:
   void
   Close (const Summary &Summary) override
   {
-    Document["summary"] = {{"records", Summary.Given},
-                           {"reported", Summary.Reported},
-                           {"events", Summary.Events},
-                           {"dropped", Summary.Dropped},
-                           {"faults", Summary.Faults}};
-    Target.Out << Document.dump (2, ' ', false, Json::error_handler_t::replace) << "\n";
+    Document["summary"] = SummaryJson (Summary);
+    Target.Out << JsonText (Document, 2) << "\n";
   }
 
 private:
@@ -106,6 +155,12 @@ private:
 };
 
 } // namespace
+
+std::unique_ptr<ReportWriter>
+JsonLinesReport (Console &Console, const RecordDecoder &Decoder, bool WithLog)
+{
+  return std::make_unique<JsonLinesWriter> (Console, Decoder, WithLog);
+}
 
 std::unique_ptr<ReportWriter>
 JsonReport (Console &Console, const RecordDecoder &Decoder, bool WithLog)

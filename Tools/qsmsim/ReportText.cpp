@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "Boot.h"
 #include "Event.h"
 #include "RecordText.h"
 
@@ -26,6 +27,41 @@ PrintReason (Console &Console, const std::string &Heading, const DropReason &Rea
               << (Reason.Line.empty () ? "" : fmt::format (" (\"{}\")", Reason.Line)) << "\n";
 }
 
+void
+PrintCount (Console &Console, UINTN Count, const std::string &What)
+{
+  Console.Out << fmt::format ("{:>8}  {}\n", Count, What);
+}
+
+void
+PrintSummary (Console &Console, const Summary &Summary)
+{
+  Console.Out << fmt::format ("{}: {} with events, {} dropped, {} faults, {} refused{}\n",
+                              CountText (Summary.Records, "record"), Summary.Events,
+                              Summary.Dropped, Summary.Faults, Summary.Refused,
+                              Summary.Faults != 0 ? ", the rest not reported" : "");
+  if (!Summary.ByKind.empty ()) {
+    Console.Out << "  events by class and severity:\n";
+  }
+  for (const auto &[Kind, Count] : Summary.ByKind) {
+    PrintCount (
+        Console, Count,
+        fmt::format ("{}, {}", ErrorClassText (Kind.first), EventSeverityText (Kind.second)));
+  }
+  if (!Summary.ByDevice.empty ()) {
+    Console.Out << "  events by device:\n";
+  }
+  for (const auto &[Id, Count] : Summary.ByDevice) {
+    PrintCount (Console, Count, fmt::format ("\"{}\"", Id));
+  }
+  if (!Summary.ByReason.empty ()) {
+    Console.Out << "  dropped because:\n";
+  }
+  for (const auto &[Reason, Count] : Summary.ByReason) {
+    PrintCount (Console, Count, Reason);
+  }
+}
+
 class TextWriter : public ReportWriter {
 public:
   TextWriter (Console &Console, const RecordDecoder &OfRecords, bool LogWanted)
@@ -38,6 +74,9 @@ public:
   {
     if (Outcome.File != nullptr) {
       PrintRecord (Target, Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
+      if (Outcome.File->IsFirst && !Outcome.File->Form.empty ()) {
+        Target.Out << "  read as " << Outcome.File->Form << "\n";
+      }
     } else {
       Target.Out << Coloured (Target, Colour::Bold, "boot") << "\n";
     }
@@ -64,10 +103,8 @@ public:
   void
   Close (const Summary &Summary) override
   {
-    if (Summary.Given > 1) {
-      Target.Out << fmt::format ("{} records: {} events, {} dropped, {} faults, {} not reported\n",
-                                 Summary.Given, Summary.Events, Summary.Dropped, Summary.Faults,
-                                 Summary.Given - Summary.Reported);
+    if (Summary.Records + Summary.Refused > 1) {
+      PrintSummary (Target, Summary);
     }
   }
 

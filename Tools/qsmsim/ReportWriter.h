@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "Console.h"
-#include "Outcome.h"
 #include "RecordDecoder.h"
+#include "Summary.h"
 
 class ReportWriter {
 public:
@@ -21,6 +21,10 @@ public:
 /// Writes each outcome at once, and a summary of several records. The decoder stays the caller's.
 std::unique_ptr<ReportWriter>
 TextReport (Console &Console, const RecordDecoder &Decoder, bool WithLog);
+
+/// Writes one line of JSON for each record at once, and one with the summary at the end.
+std::unique_ptr<ReportWriter>
+JsonLinesReport (Console &Console, const RecordDecoder &Decoder, bool WithLog);
 
 /// Writes one JSON document at the end.
 std::unique_ptr<ReportWriter>

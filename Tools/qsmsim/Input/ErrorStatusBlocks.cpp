@@ -1,0 +1,126 @@
+#include "ErrorStatusBlocks.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <fmt/format.h>
+
+#include "InputFile.h"
+#include "SectionRecord.h"
+
+namespace {
+
+constexpr std::size_t EntrySizeMin = offsetof (ErrorDataEntry, TimeStamp);
+
+/// Raw data lies close behind the entries, if there is any.
+constexpr std::size_t RawSizeMax = 1024 * 1024;
+
+template <typename Layout>
+Layout
+FrontOf (std::string_view Bytes)
+{
+  Layout Front = {};
+  std::memcpy (&Front, Bytes.data (), std::min (Bytes.size (), sizeof Front));
+  return Front;
+}
+
+UINTN
+EntryCountOf (const ErrorStatusBlock &Head)
+{
+  return Head.BlockStatus >> ERROR_STATUS_COUNT_SHIFT & ERROR_STATUS_COUNT_MAX;
+}
+
+std::size_t
+EntryHeadSize (const ErrorDataEntry &Entry)
+{
+  return Entry.Revision >= ERROR_DATA_REVISION_TIMED ? sizeof Entry : EntrySizeMin;
+}
+
+} // namespace
+
+bool
+BeginsLikeErrorStatusBlock (std::string_view Bytes)
+{
+  if (Bytes.size () < sizeof (ErrorStatusBlock) + EntrySizeMin) {
+    return false;
+  }
+  const auto Head = FrontOf<ErrorStatusBlock> (Bytes);
+  const auto First = FrontOf<ErrorDataEntry> (Bytes.substr (sizeof Head));
+  return (Head.BlockStatus & ERROR_STATUS_KINDS) != 0 &&
+         (Head.BlockStatus & ERROR_STATUS_RESERVED) == 0 && EntryCountOf (Head) != 0 &&
+         Head.ErrorSeverity <= CperSeverityInformational && Head.DataLength <= RECORD_SIZE_MAX &&
+         First.ErrorSeverity <= CperSeverityInformational &&
+         EntryHeadSize (First) + First.ErrorDataLength <= Head.DataLength;
+}
+
+/// Goes to the next block. Returns false if there is none.
+bool
+ErrorStatusBlocks::BeginBlock ()
+{
+  Window.Ahead (DataLeft + RawSize);
+  Window.Take (std::min (DataLeft + RawSize, Window.Ahead (0).size ()));
+  DataLeft = RawSize = EntryCount = Entry = 0;
+  const std::string_view Bytes = Window.Ahead (sizeof (ErrorStatusBlock) + EntrySizeMin);
+  if (!BeginsLikeErrorStatusBlock (Bytes)) {
+    return false;
+  }
+  const auto Head = FrontOf<ErrorStatusBlock> (Bytes);
+  Window.Take (sizeof Head);
+  ++Block;
+  EntryCount = EntryCountOf (Head);
+  DataLeft = Head.DataLength;
+  const std::size_t RawEnd = std::size_t{Head.RawDataOffset} + Head.RawDataLength;
+  const std::size_t DataEnd = sizeof Head + DataLeft;
+  if (Head.RawDataLength != 0 && RawEnd > DataEnd && RawEnd - DataEnd <= RawSizeMax) {
+    RawSize = RawEnd - DataEnd;
+  }
+  return true;
+}
+
+FoundRecord
+ErrorStatusBlocks::TakeEntry ()
+{
+  const UINT64 Offset = Window.Offset ();
+  const std::string_view Bytes = Window.Ahead (DataLeft).substr (0, DataLeft);
+  const auto Head = FrontOf<ErrorDataEntry> (Bytes);
+  const std::size_t HeadSize = EntryHeadSize (Head);
+  const std::size_t Size = HeadSize + Head.ErrorDataLength;
+  if (Bytes.size () < EntrySizeMin || Bytes.size () < Size) {
+    const std::string Place = fmt::format ("section {} of {}", Entry + 1, EntryCount);
+    Entry = EntryCount = 0; // The entries behind it cannot be found.
+    throw InputError (fmt::format ("offset 0x{:X}: expected {} of a Generic Error Status Block, {} "
+                                   "bytes, found {}",
+                                   Offset, Place, std::max (Size, EntrySizeMin), Bytes.size ()));
+  }
+  LooseSection Section = {.Type = Head.SectionType,
+                          .Severity = Head.ErrorSeverity,
+                          .ValidationBits = Head.ValidationBits,
+                          .Flags = Head.Flags,
+                          .FruId = Head.FruId,
+                          .FruText = {},
+                          .TimeStamp = {}};
+  Section.ValidationBits &= static_cast<UINT8> (~ERROR_DATA_TIME_VALID);
+  std::memcpy (Section.FruText, Head.FruText, sizeof (Section.FruText));
+  if (HeadSize == sizeof Head && (Head.ValidationBits & ERROR_DATA_TIME_VALID) != 0) {
+    Section.TimeStamp = Head.TimeStamp;
+  }
+  FoundRecord Found = {
+      .Bytes = RecordOfSection (Section, Bytes.substr (HeadSize, Head.ErrorDataLength)),
+      .Place = fmt::format ("section {} of {} at offset 0x{:X}", ++Entry, EntryCount, Offset),
+      .Form = "Generic Error Status Block"};
+  if (Block > 1) {
+    Found.Place = fmt::format ("block {}, {}", Block, Found.Place);
+  }
+  Window.Take (Size);
+  DataLeft -= Size;
+  return Found;
+}
+
+std::optional<FoundRecord>
+ErrorStatusBlocks::Next ()
+{
+  if (Entry == EntryCount && !BeginBlock ()) {
+    return std::nullopt;
+  }
+  return TakeEntry ();
+}
