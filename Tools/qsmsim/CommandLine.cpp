@@ -153,9 +153,9 @@ AddMake (CLI::App &App, std::list<MakeArguments> &Arguments)
 {
   CLI::App *Make = App.add_subcommand ("make", "Write an error record (CPER) from fields");
   Make->require_subcommand (1);
-  for (const CperSection &Section : CperSections ()) {
-    Arguments.emplace_back ().Section = Section;
-    AddSection (*Make, Arguments.back (), fmt::format ("A record of a {} error", Section.Name));
+  for (const CperSection *Section : CperSections ()) {
+    Arguments.emplace_back ().Section = *Section;
+    AddSection (*Make, Arguments.back (), fmt::format ("A record of a {} error", Section->Name));
   }
   Arguments.emplace_back ().Section.Name = "other";
   AddSection (*Make, Arguments.back (), "A record of a section that the driver does not know");

@@ -44,12 +44,12 @@ DropReasonJson (const std::optional<DropReason> &Reason)
   return Reason ? Json{{"code", Reason->Code}, {"text", Reason->Text}} : Json ();
 }
 
+/// What came of a record, but for what it says.
 Json
-OutcomeJson (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
+OutcomeJson (const Outcome &Outcome, bool WithLog)
 {
   Json Result = Json::object ();
   if (Outcome.File != nullptr) {
-    Result = RecordJson (Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
     Result["readAs"] = TextOrNull (Outcome.File->Form);
   }
   if (WithLog) {
@@ -68,6 +68,28 @@ OutcomeJson (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
   return Result;
 }
 
+/// Bytes that are no UTF-8 are replaced.
+std::string
+JsonText (const Json &Value, int Indent)
+{
+  return Value.dump (Indent, ' ', false, Json::error_handler_t::replace);
+}
+
+/// The object of an outcome, with what its record says ahead.
+std::string
+OutcomeText (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
+{
+  std::string Text;
+  JsonAppender Object (Text);
+  Object.Open ('{');
+  if (Outcome.File != nullptr) {
+    WriteRecord (Object, Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
+  }
+  Object.Members (JsonText (OutcomeJson (Outcome, WithLog), -1));
+  Object.Close ('}');
+  return Text;
+}
+
 Json
 SummaryJson (const Summary &Summary)
 {
@@ -81,13 +103,6 @@ SummaryJson (const Summary &Summary)
           {"eventsByDevice", Summary.ByDevice}, {"dropsByReason", Summary.ByReason}};
 }
 
-/// Bytes that are no UTF-8 are replaced.
-std::string
-JsonText (const Json &Value, int Indent)
-{
-  return Value.dump (Indent, ' ', false, Json::error_handler_t::replace);
-}
-
 class JsonLinesWriter : public ReportWriter {
 public:
   JsonLinesWriter (Console &Console, const RecordDecoder &OfRecords, bool LogWanted)
@@ -98,14 +113,14 @@ public:
   void
   Take (const Outcome &Outcome) override
   {
-    const Json Value = OutcomeJson (Outcome, Decoder, WithLog);
-    WriteLine (Outcome.File != nullptr ? Value : Json{{"boot", Value}});
+    const std::string Text = OutcomeText (Outcome, Decoder, WithLog);
+    WriteLine (Outcome.File != nullptr ? Text : "{\"boot\":" + Text + "}");
   }
 
   void
   Close (const Summary &Summary) override
   {
-    WriteLine ({{"summary", SummaryJson (Summary)}});
+    WriteLine (JsonText ({{"summary", SummaryJson (Summary)}}, -1));
   }
 
 private:
@@ -114,9 +129,9 @@ private:
   bool WithLog;
 
   void
-  WriteLine (const Json &Value)
+  WriteLine (const std::string &Text)
   {
-    Target.Out << JsonText (Value, -1) << '\n';
+    Target.Out << Text << '\n';
   }
 };
 
@@ -133,10 +148,11 @@ public:
   void
   Take (const Outcome &Outcome) override
   {
+    Json Value = Json::parse (OutcomeText (Outcome, Decoder, WithLog));
     if (Outcome.File == nullptr) {
-      Document["boot"] = OutcomeJson (Outcome, Decoder, WithLog);
+      Document["boot"] = std::move (Value);
     } else {
-      Document["records"].push_back (OutcomeJson (Outcome, Decoder, WithLog));
+      Document["records"].push_back (std::move (Value));
     }
   }
 

@@ -8,14 +8,13 @@ MakeCper (const CperSection &Section,
           const CperEnvelope &Envelope,
           const std::vector<CperDescription::FieldValue> &Fields)
 {
-  constexpr UINTN BodyOffset = offsetof (ErrorRecord, Memory);
+  constexpr UINTN BodyOffset = BODY_READ_OFFSET;
   std::vector<UINT8> Bytes (BodyOffset + Section.BodySize);
 
-  // The body first: its fields are at offsets of the whole record.
   UINT64 ValidationBits = 0;
   for (const auto &[Field, Value] : Fields) {
     ValidationBits |= UINT64{1} << Field->ValidationBit;
-    std::memcpy (&Bytes[Field->Offset], &Value, Field->Size);
+    Field->Write (&Bytes[BodyOffset], Value.value_or (0));
   }
   if (ValidationBits != 0) {
     std::memcpy (&Bytes[BodyOffset], &ValidationBits, sizeof (ValidationBits));

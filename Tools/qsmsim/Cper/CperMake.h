@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "RecordDecoder.h"
+#include "CperDescription.h"
 
 inline constexpr UINT16 CPER_REVISION_MIN = 0x0100;
 inline constexpr UINT16 CPER_REVISION_MAX = CPER_REVISION;

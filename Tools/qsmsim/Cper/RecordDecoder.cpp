@@ -3,105 +3,95 @@
 #include <algorithm>
 #include <cstring>
 
-#include <fmt/format.h>
-
-#include "InputFile.h"
-#include "Record/ErrorClass.h"
+#include "RecordNotes.h"
 
 namespace {
 
-/// Of a socket, a channel and a DIMM the driver compares the low 8 bits.
-constexpr UINT64 COMPARED_BITS = 0xFF;
-
-UINT64
-ReadField (const ErrorRecord &Record, const CperField &Field)
+/// The bytes from Offset on, at most Size.
+std::span<const UINT8>
+PartOf (std::span<const UINT8> Bytes, UINTN Offset, UINTN Size)
 {
-  UINT64 Value = 0;
-  std::memcpy (&Value, reinterpret_cast<const UINT8 *> (&Record) + Field.Offset, Field.Size);
-  return Value;
+  const UINTN Start = std::min<UINTN> (Offset, Bytes.size ());
+  return Bytes.subspan (Start, std::min<UINTN> (Size, Bytes.size () - Start));
+}
+
+/// A structure of which the bytes may have the front alone; the rest is zeros.
+template <typename Structure>
+Structure
+StartOf (std::span<const UINT8> Bytes)
+{
+  Structure Result = {};
+  std::memcpy (&Result, Bytes.data (), std::min (Bytes.size (), sizeof (Structure)));
+  return Result;
 }
 
 void
-DescribeFields (const ErrorRecord &Record, UINTN Size, CperDescription &Description)
+DescribeSections (std::span<const UINT8> Bytes, CperDescription &Description)
 {
-  UINT64 ValidationBits = 0;
-  std::memcpy (&ValidationBits, reinterpret_cast<const UINT8 *> (&Record.Memory),
-               sizeof (ValidationBits));
-  for (const CperField &Field : Description.Section->Fields) {
-    const bool IsValid = (ValidationBits >> Field.ValidationBit & 1) != 0;
-    if (!Field.TellsDevice && !(IsValid && Field.Offset + Field.Size <= Size)) {
-      continue;
-    }
-    const UINT64 Value = ReadField (Record, Field);
-    Description.Fields.push_back ({&Field, Value});
-    if (!IsValid) {
-      Description.Notes.push_back (
-          fmt::format ("{} is not declared valid, the driver reads it all the same", Field.Name));
-    }
-    if (Field.TellsDevice && Value > COMPARED_BITS) {
-      Description.Notes.push_back (fmt::format ("of {} {} the driver compares the low 8 bits, {}",
-                                                Field.Name, Value, Value & COMPARED_BITS));
-    }
+  const UINTN Count = std::max<UINTN> (Description.Header.SectionCount, 1);
+  UINTN Offset = sizeof (CperRecordHeader);
+  for (UINTN Index = 0; Index < Count && (Index == 0 || Offset < Bytes.size ()); ++Index) {
+    const auto Front = PartOf (Bytes, Offset, sizeof (CperSectionDescriptor));
+    const auto Descriptor = StartOf<CperSectionDescriptor> (Front);
+    const auto Body = PartOf (Bytes, Descriptor.SectionOffset, Descriptor.SectionLength);
+    Description.Sections.push_back ({Descriptor, Front.size (), Body.size ()});
+    Offset += sizeof (CperSectionDescriptor);
   }
 }
 
-void
-DescribeEnvelope (const ErrorRecord &Record, UINTN Size, CperDescription &Description)
+/// The fields of a body that are declared valid, and those that tell the device.
+std::vector<CperDescription::FieldValue>
+FieldsOf (const CperSection &Kind, std::span<const UINT8> Body)
 {
-  const CperRecordHeader &Header = Record.Header;
-  const auto Note = [&] (bool Holds, std::string Text) {
-    if (Holds) {
-      Description.Notes.push_back (std::move (Text));
+  std::vector<CperDescription::FieldValue> Values;
+  Values.reserve (Kind.Fields.size ());
+  const UINT64 Valid = CperValidationBits (Body);
+  for (const CperField &Field : Kind.Fields) {
+    const bool IsThere = Field.Offset + Field.Size <= Body.size ();
+    if (Field.TellsDevice && !IsThere) {
+      Values.push_back ({&Field, std::nullopt});
+    } else if (IsThere && (Field.TellsDevice || (Valid >> Field.ValidationBit & 1) != 0)) {
+      Values.push_back ({&Field, Field.Read (Body.data ())});
     }
-  };
-  Note (Header.SignatureStart != CPER_SIGNATURE_START || Header.SignatureEnd != CPER_SIGNATURE_END,
-        "the bytes have no CPER signature, the driver does not look for it");
-  Note (Header.RecordLength != Size,
-        fmt::format ("RecordLength is {}, the file has {} bytes", +Header.RecordLength, Size));
-  Note (Header.SectionCount != 1,
-        fmt::format ("SectionCount is {}, the driver reads one section", +Header.SectionCount));
-  if (Description.Section != nullptr) {
-    Note (Record.Section.SectionOffset != offsetof (ErrorRecord, Memory),
-          fmt::format ("the section's body is at {}, the driver reads it at {}",
-                       +Record.Section.SectionOffset, offsetof (ErrorRecord, Memory)));
-    Note (Record.Section.SectionSeverity != Header.ErrorSeverity,
-          fmt::format ("the section is {}, the driver goes by the record",
-                       CperSeverityText (Record.Section.SectionSeverity)));
   }
+  return Values;
+}
+
+/// What the driver takes to be the body, as far as it reads it.
+std::vector<CperDescription::FieldValue>
+DriverFields (const CperSection &Kind, std::span<const UINT8> Bytes)
+{
+  auto Values = FieldsOf (Kind, PartOf (Bytes, BODY_READ_OFFSET, Kind.BodySize));
+  std::erase_if (Values, [] (const auto &Value) { return !Value.Field->TellsDevice; });
+  return Values;
 }
 
 } // namespace
 
-RecordDecoder::RecordDecoder (const PlatformDescription &OfPlatform, UINTN OfProcessor)
-    : Platform (OfPlatform), Processor (OfProcessor)
+RecordDecoder::RecordDecoder (const PlatformDescription &Of, UINTN Reporter)
+    : Platform (Of), Processor (Reporter), Site (Of, Reporter)
 {
 }
 
 CperDescription
 RecordDecoder::Describe (std::span<const UINT8> Bytes) const
 {
-  const ErrorRecord Record = FrontOf (Bytes);
   CperDescription Description = {};
-  Description.Severity = Record.Header.ErrorSeverity;
-  Description.SectionType = Record.Section.SectionType;
-  Description.Section = FindCperSection (Description.SectionType);
-  DescribeEnvelope (Record, Bytes.size (), Description);
-  if (Description.Section != nullptr) {
-    DescribeFields (Record, Bytes.size (), Description);
-    if (Description.Section->ErrorClass == ErrorClassProcessor) {
-      Description.Notes.push_back ("the driver takes the socket of the processor that reports, "
-                                   "whatever the record says");
+  Description.Header = StartOf<CperRecordHeader> (Bytes);
+  DescribeSections (Bytes, Description);
+  const CperSectionDescriptor &First = Description.Sections.front ().Descriptor;
+  Description.Kind = FindCperSection (First.SectionType);
+  Description.Body = PartOf (Bytes, First.SectionOffset, First.SectionLength);
+  if (Description.Kind != nullptr) {
+    Description.Fields = FieldsOf (*Description.Kind, Description.Body);
+    if (First.SectionOffset != BODY_READ_OFFSET) {
+      Description.DriverReads = DriverFields (*Description.Kind, Bytes);
     }
   }
-  if ((Record.Section.ValidationBits & CPER_FRU_TEXT_VALID) != 0) {
-    const CHAR8 *Text = Record.Section.FruText;
-    Description.FruText.assign (Text, strnlen (Text, sizeof (Record.Section.FruText)));
-    std::ranges::replace_if (
-        Description.FruText,
-        [] (char Character) {
-          return !IsPrintableAscii ({&Character, 1});
-        },
-        '?');
+  NoteEnvelope (Description, Bytes.size ());
+  if (Description.Kind != nullptr) {
+    NoteLocation (Description);
+    Site.NoteBlame (Description);
   }
   return Description;
 }

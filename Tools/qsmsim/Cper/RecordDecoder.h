@@ -2,27 +2,9 @@
 #pragma once
 
 #include <span>
-#include <string>
-#include <vector>
 
-#include "CperLayout.h"
-#include "PlatformDescription.h"
-
-/// What a record says, bytes beyond its end read as zeros.
-struct CperDescription {
-  /// One field that is declared valid, or by which the driver finds the device.
-  struct FieldValue {
-    const CperField *Field;
-    UINT64 Value;
-  };
-
-  UINT32 Severity;
-  EFI_GUID SectionType;
-  const CperSection *Section; ///< Null for a type that the driver does not know.
-  std::vector<FieldValue> Fields;
-  std::string FruText;            ///< Empty unless it is declared valid.
-  std::vector<std::string> Notes; ///< Where the driver reads something else than the record says.
-};
+#include "BlameSite.h"
+#include "CperDescription.h"
 
 /// Describes records for a driver that runs on one platform.
 class RecordDecoder {
@@ -42,9 +24,11 @@ public:
     return Processor;
   }
 
+  /// The bytes may be any, and must outlive the description.
   [[nodiscard]] CperDescription Describe (std::span<const UINT8> Bytes) const;
 
 private:
   const PlatformDescription &Platform;
   UINTN Processor;
+  BlameSite Site;
 };

@@ -1,23 +1,208 @@
 #include "RecordJson.h"
 
-#include "Guid.h"
+#include <fmt/format.h>
 
-nlohmann::ordered_json
-RecordJson (const std::string &Name, const CperDescription &Description)
+#include "CperNames.h"
+#include "Guid.h"
+#include "PcieErrors.h"
+#include "TimeStamp.h"
+
+namespace {
+
+using Values = std::vector<CperDescription::FieldValue>;
+
+void
+WriteName (JsonAppender &Json, const char *Name)
 {
-  nlohmann::ordered_json Result;
-  Result["file"] = Name;
-  Result["class"] = nullptr;
-  if (Description.Section != nullptr) {
-    Result["class"] = Description.Section->Name;
+  if (Name != nullptr) {
+    Json.String (Name);
+  } else {
+    Json.Null ();
   }
-  Result["sectionType"] = GuidText (Description.SectionType);
-  Result["severity"] = CperSeverityText (Description.Severity);
-  Result["fields"] = nlohmann::ordered_json::object ();
-  for (const auto &[Field, Value] : Description.Fields) {
-    Result["fields"][Field->Name] = Value;
+}
+
+/// A GUID and, if it has one, its name.
+void
+WriteGuid (JsonAppender &Json, const char *Key, const EFI_GUID &Guid, const char *Name)
+{
+  Json.Key (Key).Open ('{').Key ("guid").String (GuidText (Guid)).Key ("name");
+  WriteName (Json, Name);
+  Json.Close ('}');
+}
+
+void
+WriteEnvelope (JsonAppender &Json, const CperRecordHeader &Header)
+{
+  Json.Key ("recordId").String (fmt::format ("0x{:X}", +Header.RecordId));
+  if ((Header.ValidationBits & CPER_TIME_STAMP_VALID) != 0) {
+    const TimeStamp Time = ReadTimeStamp (Header.TimeStamp);
+    Json.Key ("timestamp").String (Time.Text);
+    Json.Key ("timestampPrecise").Boolean (Time.Precise);
+    Json.Key ("timestampForm")
+        .String (Time.Form == TimeStampForm::Bcd      ? "bcd"
+                 : Time.Form == TimeStampForm::Binary ? "binary"
+                                                      : "none");
   }
-  Result["fruText"] = Description.FruText;
-  Result["notes"] = Description.Notes;
-  return Result;
+  const EFI_GUID Creator = Header.CreatorId;
+  if (!IsZero (Creator)) {
+    WriteGuid (Json, "creator", Creator, CreatorName (Creator));
+  }
+  const EFI_GUID Notification = Header.NotificationType;
+  if (!IsZero (Notification)) {
+    WriteGuid (Json, "notification", Notification, NotificationName (Notification));
+  }
+  if ((Header.ValidationBits & CPER_PLATFORM_ID_VALID) != 0) {
+    Json.Key ("platformId").String (GuidText (Header.PlatformId));
+  }
+  if ((Header.ValidationBits & CPER_PARTITION_ID_VALID) != 0) {
+    Json.Key ("partitionId").String (GuidText (Header.PartitionId));
+  }
+  if (Header.Flags != 0) {
+    std::string Flags;
+    AppendRecordFlags (Flags, Header.Flags);
+    Json.Key ("flags").String (Flags);
+  }
+}
+
+void
+WriteSection (JsonAppender &Json, const CperDescription::SectionEntry &Section)
+{
+  const CperSectionDescriptor &Descriptor = Section.Descriptor;
+  Json.Open ('{');
+  if (CPER_HAS (Section, SectionType)) {
+    Json.Key ("type").String (GuidText (Descriptor.SectionType));
+    Json.Key ("name");
+    WriteName (Json, SectionTypeName (Descriptor.SectionType));
+  }
+  Json.Key ("severity");
+  if (CPER_HAS (Section, SectionSeverity)) {
+    Json.String (CperSeverityText (Descriptor.SectionSeverity));
+  } else {
+    Json.Null ();
+  }
+  Json.Key ("offset").Number (Descriptor.SectionOffset);
+  Json.Key ("length").Number (Descriptor.SectionLength);
+  Json.Key ("bytesInFile").Number (Section.BodySize);
+  if (Descriptor.Flags != 0) {
+    std::string Flags;
+    AppendSectionFlags (Flags, Descriptor.Flags);
+    Json.Key ("flags").String (Flags);
+  }
+  if ((Descriptor.ValidationBits & CPER_FRU_ID_VALID) != 0 && CPER_HAS (Section, FruId)) {
+    Json.Key ("fruId").String (GuidText (Descriptor.FruId));
+  }
+  const std::string FruText = FruTextOf (Descriptor);
+  if (!FruText.empty ()) {
+    Json.Key ("fruText").String (FruText);
+  }
+  Json.Close ('}');
+}
+
+void
+WriteFields (JsonAppender &Json, const char *Key, const Values &Fields)
+{
+  Json.Key (Key).Open ('{');
+  for (const auto &[Field, Value] : Fields) {
+    Json.Key (Field->Name);
+    if (Value) {
+      Json.Number (*Value);
+    } else {
+      Json.Null ();
+    }
+  }
+  Json.Close ('}');
+}
+
+/// What values mean that the numbers alone do not tell.
+void
+WriteMeanings (JsonAppender &Json, const Values &Fields)
+{
+  Json.Key ("meanings").Open ('{');
+  std::string Meaning;
+  for (const auto &[Field, Value] : Fields) {
+    if (Value && Field->Form.Meaning != nullptr) {
+      Meaning.clear ();
+      Field->Form.Meaning (Meaning, *Value);
+      Json.Key (Field->Name).String (Meaning);
+    }
+  }
+  if (const auto Row = WholeRow (Fields)) {
+    Json.Key ("whole-row").Number (*Row);
+  }
+  Json.Close ('}');
+}
+
+void
+WritePcieErrors (JsonAppender &Json, const CperDescription &Description)
+{
+  const std::vector<PcieStatus> Statuses = PcieStatuses (Description);
+  if (Statuses.empty ()) {
+    return;
+  }
+  Json.Key ("aer").Open ('{');
+  for (const PcieStatus &Status : Statuses) {
+    std::string Names;
+    Status.AppendNames (Names, Status.Value);
+    Json.Key (Status.Name).Open ('{');
+    Json.Key ("value").Number (Status.Value).Key ("names").String (Names);
+    Json.Close ('}');
+  }
+  const std::string Tlp = TlpHeaderText (Description);
+  if (!Tlp.empty ()) {
+    Json.Key ("tlpHeader").String (Tlp);
+  }
+  Json.Close ('}');
+}
+
+void
+WritePlace (JsonAppender &Json, const char *Key, const Values &Fields)
+{
+  const std::string Place = PciPlaceText (Fields);
+  if (!Place.empty ()) {
+    Json.Key (Key).String (Place);
+  }
+}
+
+void
+WriteKind (JsonAppender &Json, const CperDescription &Description)
+{
+  const EFI_GUID Type = Description.Sections.front ().Descriptor.SectionType;
+  Json.Key ("class");
+  WriteName (Json, Description.Kind != nullptr ? Description.Kind->Name : nullptr);
+  Json.Key ("sectionType").String (GuidText (Type)).Key ("sectionName");
+  WriteName (Json, SectionTypeName (Type));
+  Json.Key ("severity").String (CperSeverityText (Description.Header.ErrorSeverity));
+}
+
+} // namespace
+
+void
+WriteRecord (JsonAppender &Json, std::string_view Name, const CperDescription &Description)
+{
+  Json.Key ("file").String (Name);
+  WriteKind (Json, Description);
+  WriteEnvelope (Json, Description.Header);
+  Json.Key ("sections").Open ('[');
+  for (const auto &Section : Description.Sections) {
+    WriteSection (Json, Section);
+  }
+  Json.Close (']');
+  WritePlace (Json, "place", Description.Fields);
+  WriteFields (Json, "fields", Description.Fields);
+  WriteMeanings (Json, Description.Fields);
+  if (!Description.DriverReads.empty ()) {
+    WriteFields (Json, "driverReads", Description.DriverReads);
+    WritePlace (Json, "driverPlace", Description.DriverReads);
+  }
+  WritePcieErrors (Json, Description);
+  const std::string Brand = BrandOf (Description);
+  if (!Brand.empty ()) {
+    Json.Key ("brand").String (Brand);
+  }
+  Json.Key ("fruText").String (FruTextOf (Description.Sections.front ().Descriptor));
+  Json.Key ("notes").Open ('[');
+  for (const CperNote &Note : Description.Notes) {
+    Json.Open ('{').Key ("code").String (Note.Code).Key ("text").String (Note.Text).Close ('}');
+  }
+  Json.Close (']');
 }

@@ -1,9 +1,9 @@
 /// What a record says, for programs.
 #pragma once
 
-#include <nlohmann/json.hpp>
-
+#include "JsonAppender.h"
 #include "RecordDecoder.h"
 
-/// An object with the name of the record under "file", and the facts of its description.
-nlohmann::ordered_json RecordJson (const std::string &Name, const CperDescription &Description);
+/// Writes the members of a record's object: its name under "file", and the facts of its
+/// description.
+void WriteRecord (JsonAppender &Json, std::string_view Name, const CperDescription &Description);

@@ -66,7 +66,8 @@ const ToolTest::Refusal BadLines[] = {
      "--severity: expected recoverable, fatal, corrected, informational or a number of 32 bits, "
      "found \"deadly\""},
     {"make processor --notification mail -o new",
-     "--notification: expected cmc, cpe, mce, pcie, init, nmi, boot, dmar, found \"mail\""},
+     "--notification: expected cmc, cpe, mce, pcie, init, nmi, boot, dmar, sea, "
+     "sei, pei, cxl, found \"mail\""},
     {"make processor --revision 0x102 -o new",
      "--revision: expected a number from 256 to 257, found \"0x102\""},
     {"make processor --fru-text 123456789012345678901 -o new",
