@@ -25,7 +25,9 @@ TwoSockets (std::vector<DescribedDevice> Devices)
 PlatformDescription
 FourSockets ()
 {
-  return LoadPlatformDescription (QSM_PLATFORM_DATA "/FourSocket.json");
+  PlatformDescription Platform = LoadPlatformDescription (QSM_PLATFORM_DATA "/FourSocket.json");
+  Platform.Topology.reset ();
+  return Platform;
 }
 
 DescribedDevice

@@ -12,7 +12,7 @@
 /// A platform of two sockets with one processor each, and the given devices.
 PlatformDescription TwoSockets (std::vector<DescribedDevice> Devices);
 
-/// The platform of Platform/Data/FourSocket.json.
+/// The platform of Platform/Data/FourSocket.json, in the standard topology, which has more ports.
 PlatformDescription FourSockets ();
 
 /// Devices with the fields of their type.

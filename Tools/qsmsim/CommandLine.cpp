@@ -69,6 +69,15 @@ AddPlatformOption (CLI::App &App, BootArguments &Arguments)
   App.add_option ("--platform", Arguments.PlatformFile, PLATFORM_HELP)->type_name ("FILE");
 }
 
+/// Adds --dot, for commands that print a picture of the platform instead of --json.
+CLI::Option *
+AddDotFlag (CLI::App &App, bool &Dot)
+{
+  return App
+      .add_flag ("--dot", Dot, "Print a picture of the platform for Graphviz: pipe it to dot -Tsvg")
+      ->excludes ("--json");
+}
+
 void
 AddBootOptions (CLI::App &App, BootArguments &Arguments)
 {
@@ -129,6 +138,7 @@ AddReport (CLI::App &App, ReportArguments &Arguments)
       ->add_flag ("--json-lines", Arguments.JsonLines,
                   "Print a line of JSON for each record as it comes, and one with the summary")
       ->excludes (Json);
+  AddDotFlag (*Report, Arguments.Dot)->excludes ("--json-lines");
   Report->add_flag ("--quiet", Arguments.Quiet, "Leave the driver's log out");
   Report->add_flag ("--raw", Arguments.Raw,
                     "Look at nothing and refuse nothing: hand the bytes over in a page of zeros, "
@@ -174,10 +184,14 @@ AddShow (CLI::App &App, ShowArguments &Arguments, Console &Console, int &ExitCod
   };
   CLI::App *Inventory = Add ("inventory", "The devices and their Redfish ids");
   AddPlatformOption (*Inventory, Arguments.Boot);
+  AddDotFlag (*Inventory, Arguments.Dot);
   Inventory->callback ([&] { RunShowInventory (Arguments, Console); });
   for (const ShowTopic &Topic : ShowTopics ()) {
     CLI::App *Command = Add (Topic.Name, Topic.Help);
     AddBootOptions (*Command, Arguments.Boot);
+    if (Topic.HasPicture) {
+      AddDotFlag (*Command, Arguments.Dot);
+    }
     Command
         ->add_option ("--stage", Arguments.Boot.Stage,
                       "How far the boot goes: loaded, when all drivers are and SmmReadyToLock has "

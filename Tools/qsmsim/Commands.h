@@ -55,6 +55,7 @@ struct ReportArguments {
   bool Quiet = false;
   bool Raw = false;
   bool Strict = false; ///< A record without an event is a fault.
+  bool Dot = false; ///< Text for Graphviz in place of all other output.
 };
 
 /// Input that is no record is complained of on standard error, and the others are reported. Returns
@@ -64,6 +65,7 @@ int RunReport (const ReportArguments &Arguments, Console &Console);
 struct ShowArguments {
   BootArguments Boot; ///< Of which the inventory needs the platform only.
   bool Json = false;
+  bool Dot = false; ///< Text for Graphviz in place of either.
 };
 
 void RunShowInventory (const ShowArguments &Arguments, Console &Console);
@@ -75,6 +77,7 @@ struct BootView;
 struct ShowTopic {
   const char *Name, *Help;
   BootView (*View) (const BootResult &Booted);
+  bool HasPicture = false; ///< Then it is also shown for Graphviz.
 };
 
 std::span<const ShowTopic> ShowTopics ();

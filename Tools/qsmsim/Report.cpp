@@ -13,9 +13,15 @@
 namespace {
 
 std::unique_ptr<ReportWriter>
-MakeWriter (const ReportArguments &Arguments, Console &Console, const RecordDecoder &Decoder)
+MakeWriter (const ReportArguments &Arguments,
+            const PlatformDescription &Platform,
+            Console &Console,
+            const RecordDecoder &Decoder)
 {
   const bool WithLog = !Arguments.Quiet;
+  if (Arguments.Dot) {
+    return DotReport (Console, Platform);
+  }
   if (Arguments.JsonLines) {
     return JsonLinesReport (Console, Decoder, WithLog);
   }
@@ -89,9 +95,9 @@ RunReport (const ReportArguments &Arguments, Console &Console)
   RecordSource Source (Arguments.Records, Arguments.Raw);
   Summary Summary;
   const RecordDecoder Decoder (Plan.Platform, Options.Processor);
-  const auto Writer = MakeWriter (Arguments, Console, Decoder);
+  const auto Writer = MakeWriter (Arguments, Plan.Platform, Console, Decoder);
   {
-    Progress Progress (Console, "records reported", !Arguments.Json);
+    Progress Progress (Console, "records reported", !Arguments.Json && !Arguments.Dot);
     Run (
         Plan, Failures, Options, [&] { return NextRecord (Source, Console, Summary); },
         [&] (const Outcome &Outcome) {

@@ -29,3 +29,7 @@ JsonLinesReport (Console &Console, const RecordDecoder &Decoder, bool WithLog);
 /// Writes one JSON document at the end.
 std::unique_ptr<ReportWriter>
 JsonReport (Console &Console, const RecordDecoder &Decoder, bool WithLog);
+
+/// Writes a picture of the platform for Graphviz at the end, with the devices that were blamed, and
+/// faults on standard error.
+std::unique_ptr<ReportWriter> DotReport (Console &Console, const PlatformDescription &Platform);

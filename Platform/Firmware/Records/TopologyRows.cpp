@@ -11,8 +11,7 @@ constexpr UINTN FirstSocketPorts = 33;
 constexpr UINTN MorePortsPerSocket = 8;
 static_assert (FirstSocketPorts + MorePortsPerSocket * (SOCKET_MAX - 1) == IIO_PORT_MAX);
 
-/// Ports that share a bus, and buses that a port has for itself and what is behind it.
-constexpr UINTN PortsPerBus = 8;
+/// Buses that a port has for itself and what is behind it.
 constexpr UINTN BusesPerPort = 4;
 
 /// A value that no other place has.

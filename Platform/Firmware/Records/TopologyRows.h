@@ -8,6 +8,9 @@
 inline constexpr UINT8 CxlReadyStatus = 0x83;
 inline constexpr UINT8 CxlTrainingStatus = 0x82;
 
+/// Ports in a row that share a bus.
+inline constexpr UINTN PortsPerBus = 8;
+
 struct StackRow {
   BOOLEAN Present;
   UINT8 PolicyByte20082; ///< Bytes and words of no meaning here are named for where they go.

@@ -1,10 +1,14 @@
 #include "TopologyDescription.h"
 
+#include <algorithm>
 #include <set>
 
 #include "SimulatedPci.h"
 
 namespace {
+
+/// Behind it there is room for two buses for each of the ports on it.
+constexpr UINT8 RootBusMax = 0xFF - 2 * PortsPerBus;
 
 /// Tells of each number below Count whether the list of that name has it, if there is the list.
 template <typename Consumer>
@@ -25,16 +29,39 @@ ReadList (const DescriptionValue &Socket, std::string_view Key, UINTN Count, Con
   }
 }
 
+/// Reads the bus of each eight ports in turn.
+void
+ReadRootBuses (const DescriptionValue &Buses, SocketRow &Socket)
+{
+  std::set<UINT8> Listed;
+  UINTN Port = 0;
+  for (const DescriptionValue &Each : Buses.List ()) {
+    const auto Bus = Each.Number<UINT8> (RootBusMax);
+    if (!Listed.insert (Bus).second) {
+      Each.Refuse ("each number once");
+    }
+    if (Port >= IIO_PORT_MAX) {
+      Buses.Refuse (fmt::format ("at most one bus for {} ports each", PortsPerBus));
+    }
+    for (const UINTN End = std::min (Port + PortsPerBus, IIO_PORT_MAX); Port < End; ++Port) {
+      Socket.Ports[Port].Bus = Bus;
+    }
+  }
+}
+
 void
 ReadSocket (const DescriptionValue &Source, SocketRow &Socket)
 {
-  Source.AllowOnly (
-      {"segment", "maxPort", "absentPorts", "absentStacks", "cxlStacks", "rcrbStacks"});
+  Source.AllowOnly ({"segment", "maxPort", "rootBuses", "absentPorts", "absentStacks", "cxlStacks",
+                     "rcrbStacks"});
   if (Source.Has ("segment")) {
     Socket.Segment = Source["segment"].Number<UINT8> (SimulatedPciSegmentCount - 1);
   }
   if (Source.Has ("maxPort")) {
     Socket.MaxPort = Source["maxPort"].Number<UINT8> (IIO_PORT_MAX);
+  }
+  if (Source.Has ("rootBuses")) {
+    ReadRootBuses (Source["rootBuses"], Socket);
   }
   ReadList (Source, "absentPorts", IIO_PORT_MAX,
             [&] (UINTN Port, bool IsAbsent) { Socket.Ports[Port].Exists = !IsAbsent; });

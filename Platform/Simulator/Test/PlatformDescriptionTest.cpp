@@ -86,6 +86,8 @@ TEST (PlatformDescription, RefusesEachFaultWithOneLine)
        "$.sockets[0].segment: expected a number from 0 to 3, found 4"},
       {R"("segment": 3)", R"("segment": 2)",
        "$.sockets[2]: expected a segment of its own, not 2 as an earlier socket"},
+      {"[7]", R"([7], "rootBuses": ["0xF0"])",
+       "$.sockets[0].rootBuses[0]: expected a number from 0 to 239, found \"0xF0\""},
       {R"("11")", "4", "$.sockets[0].absentStacks[1]: expected each number once, found 4"},
       {"[7]", "[8]", "$.sockets[0].cxlStacks[0]: expected a number from 0 to 7, found 8"},
       {"absentPorts", "ports", "$.sockets[0].ports: expected no such key here, only segment, "},

@@ -1,6 +1,7 @@
 #include "Boot.h"
 
 #include "BootView.h"
+#include "Graph.h"
 #include "Options.h"
 #include "ToolRun.h"
 
@@ -13,7 +14,7 @@ constexpr ShowTopic Topics[] = {
     {"hobs", "The hand-off blocks", ViewHobs},
     {"log", "What the start-up has sent by the serial port", ViewLog},
     {"topology", "The sockets with their stacks and root ports, as the drivers share them",
-     ViewTopology},
+     ViewTopology, true},
     {"pointers", "The static pointer table that the drivers share", ViewPointers},
     {"upi", "The UPI host data that the drivers share", ViewUpi},
 };
@@ -41,6 +42,17 @@ WriteJson (Console &Console, const BootPlan &Plan, const BootView &View, const s
   Console.Out << Document.dump (2, ' ', false, Json::error_handler_t::replace) << "\n";
 }
 
+/// A picture has no place for the fault.
+void
+WriteDot (Console &Console, const BootPlan &Plan, const BootView &, const std::string &Fault)
+{
+  Console.Out << GraphText (Plan.Platform, BuildGraph (Plan.Platform, SharedTopology ()),
+                            {.Caption = "stage " + StageText (Plan.Stage)});
+  if (!Fault.empty ()) {
+    Complain (Console, "qsmsim", Fault);
+  }
+}
+
 } // namespace
 
 std::span<const ShowTopic>
@@ -58,6 +70,6 @@ RunShow (const ShowTopic &Topic, const ShowArguments &Arguments, Console &Consol
   const Outcome Booted = Boot (Platform, Plan);
   const BootView View = Topic.View ({Platform, Watch});
   const std::string &Fault = Booted.Fault.empty () ? View.Missing : Booted.Fault;
-  (Arguments.Json ? WriteJson : WriteText) (Console, Plan, View, Fault);
+  (Arguments.Dot ? WriteDot : Arguments.Json ? WriteJson : WriteText) (Console, Plan, View, Fault);
   return Fault.empty () ? EXIT_DONE : EXIT_FAULT;
 }

@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "Boot.h"
 #include "DevicePlace.h"
 #include "Event.h"
+#include "Graph.h"
 #include "Options.h"
 #include "Record/ErrorClass.h"
 
@@ -46,6 +48,14 @@ void
 RunShowInventory (const ShowArguments &Arguments, Console &Console)
 {
   const PlatformDescription Platform = PlatformOption (Arguments.Boot.PlatformFile);
+  if (Arguments.Dot) {
+    SimulatedPlatform Booted (Platform);
+    (void)Boot (Booted, ReadBootPlan (Arguments.Boot));
+    Console.Out << GraphText (
+        Platform, BuildGraph (Platform, SharedTopology ()),
+        {.Caption = CountText (Platform.Devices.size (), "device"), .HidesEmptyPorts = true});
+    return;
+  }
   if (Arguments.Json) {
     nlohmann::ordered_json Json = {{"platform", Platform.Name},
                                    {"inventoryReady", Platform.InventoryReady},

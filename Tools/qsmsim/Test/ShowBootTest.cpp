@@ -73,6 +73,49 @@ TEST_F (ShowBoot, ShowsEachTopicOfATinyPlatform)
   EXPECT_EQ (ShowJson ("inventory --platform tiny.json")["devices"], Json::parse (TINY)["devices"]);
 }
 
+/// What `dot` makes of a text, with its complaints.
+std::string
+Rendered (const std::string &Dot)
+{
+  ToolTest::Write ("dot", Dot);
+  EXPECT_EQ (std::system ("dot -Tsvg dot >svg 2>&1"), 0) << Dot;
+  return ToolTest::Read ("svg");
+}
+
+TEST_F (ShowBoot, DrawsAPictureThatGraphvizTakes)
+{
+  Json Description = Json::parse (TINY);
+  Description["sockets"][0]["rootBuses"] = Json::array ({0x0F});
+  Description["devices"].push_back (
+      {{"type", "memory"}, {"id", "<&>"}, {"socket", 0}, {"channel", 2}, {"dimm", 3}});
+  for (const int Bus : {0x0F, 0x10, 0x11, 0x20}) {
+    Description["devices"].push_back ({{"type", "pcie"},
+                                       {"id", "B" + std::to_string (Bus)},
+                                       {"bus", Bus},
+                                       {"device", 1},
+                                       {"function", 0}});
+  }
+  Write ("tiny.json", Description.dump ());
+  Make ("memory --severity fatal --socket 0 --channel 2 --dimm 3 -o a.cper");
+  Make ("pcie --bus 0x12 --device 3 --function 4 -o b.cper");
+  Make ("processor --severity informational -o c.cper");
+  const std::string Blamed = "report a.cper b.cper a.cper b.cper c.cper";
+  for (const auto &[Line, File] :
+       {std::pair{std::string ("show topology"), "topology"},
+        std::pair{std::string ("show inventory"), "inventory"}, std::pair{Blamed, "blamed"}}) {
+    SCOPED_TRACE (Line);
+    const std::string Dot = Run (Line + " --dot --platform tiny.json").Out;
+    ExpectText (std::string (QSM_EXPECTED_TEXTS "/") + File + ".dot.txt", Dot);
+    const std::string Svg = Rendered (Dot);
+    EXPECT_NE (Svg.find (">&lt;&amp;&gt;</text>"), std::string::npos) << Svg;
+  }
+  EXPECT_EQ (Run ("show topology --dot --driver " TEST_DRIVER).ExitCode, 1);
+  EXPECT_NE (
+      Rendered (Run ("show inventory --dot --platform " QSM_PLATFORM_DATA "/FourSocket.json").Out)
+          .find ("CPU3_NVMe3"),
+      std::string::npos);
+}
+
 TEST_F (ShowBoot, TakesTheMaskFromCmosOrFromItsBlock)
 {
   Json Description = Json::parse (TINY);
