@@ -16,17 +16,20 @@ TextOrNull (const std::string &Text)
   return Text.empty () ? Json () : Json (Text);
 }
 
+/// Member by member: a list in braces would be copied.
 Json
 RequestJson (const BmcRequest &Request)
 {
   const Event Event = DecodeEvent (Request.Data);
-  return {{"netFunction", Request.NetFunction},
-          {"lun", Request.Lun},
-          {"command", Request.Command},
-          {"bytes", HexText (Request.Data)},
-          {"class", ErrorClassText (Event.ErrorClass)},
-          {"severity", EventSeverityText (Event.Severity)},
-          {"id", Event.DeviceId}};
+  Json Result;
+  Result["netFunction"] = Request.NetFunction;
+  Result["lun"] = Request.Lun;
+  Result["command"] = Request.Command;
+  Result["bytes"] = HexText (Request.Data);
+  Result["class"] = ErrorClassText (Event.ErrorClass);
+  Result["severity"] = EventSeverityText (Event.Severity);
+  Result["id"] = Event.DeviceId;
+  return Result;
 }
 
 Json

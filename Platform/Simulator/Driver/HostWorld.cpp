@@ -37,10 +37,11 @@ template <typename Element>
 std::vector<Element>
 OfProcessor (const std::vector<Element> &List, std::size_t Start, UINTN Processor)
 {
+  const auto IsWanted = [&] (const Element &Each) { return Each.Processor == Processor; };
+  const auto First = List.begin () + static_cast<std::ptrdiff_t> (Start);
   std::vector<Element> Found;
-  std::copy_if (List.begin () + static_cast<std::ptrdiff_t> (Start), List.end (),
-                std::back_inserter (Found),
-                [&] (const Element &Each) { return Each.Processor == Processor; });
+  Found.reserve (static_cast<std::size_t> (std::count_if (First, List.end (), IsWanted)));
+  std::copy_if (First, List.end (), std::back_inserter (Found), IsWanted);
   return Found;
 }
 
@@ -128,13 +129,22 @@ HostWorld::Forget ()
   Requests.clear ();
 }
 
+/// The name for good: the same few come with every line.
+std::string_view
+HostWorld::NameOf (const CHAR8 *ModuleName)
+{
+  const std::string_view Name = ModuleName != nullptr ? ModuleName : "";
+  const auto Found = ModuleNames.find (Name);
+  return Found != ModuleNames.end () ? *Found : *ModuleNames.emplace (Name).first;
+}
+
 void
 HostWorld::Record (const DebugEntry &Entry)
 {
   const std::lock_guard Guard (Lock);
   Log.push_back ({.Kind = Entry.Kind,
                   .Processor = Entry.Processor,
-                  .ModuleName = TextOf (Entry.ModuleName),
+                  .ModuleName = NameOf (Entry.ModuleName),
                   .Text = TextOf (Entry.Text),
                   .Level = Entry.Level,
                   .FileName = TextOf (Entry.FileName),

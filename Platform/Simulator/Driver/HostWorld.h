@@ -3,8 +3,10 @@
 
 #include <mutex>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "FirmwareWorld.h"
@@ -18,8 +20,8 @@ struct PlatformFault : std::logic_error {
 struct DebugLine {
   DebugEntryKind Kind;
   UINTN Processor;
-  std::string ModuleName;
-  std::string Text; ///< What a reader sees, the line end included.
+  std::string_view ModuleName; ///< Stays the world's.
+  std::string Text;            ///< What a reader sees, the line end included.
 
   UINTN Level;
 
@@ -96,8 +98,10 @@ private:
     PoolMemory Memory;
   };
   GuardedPages Pools[PoolKindCount];
-  std::mutex Lock; ///< Of the two lists.
+  std::mutex Lock; ///< Of the two lists, and of the names.
+  std::set<std::string, std::less<>> ModuleNames;
 
+  std::string_view NameOf (const CHAR8 *ModuleName);
   void Record (const DebugEntry &Entry);
   EFI_STATUS Answer (const IpmiRequest &Request, UINT8 *Response, UINT8 &ResponseSize);
 };
