@@ -34,8 +34,10 @@ std::string_view
 ByteWindow::Ahead (std::size_t Size)
 {
   while (Source && Bytes.size () - Start < Size) {
-    Bytes.erase (0, Start);
-    Start = 0;
+    if (Start > Bytes.size () / 2) {
+      Bytes.erase (0, Start);
+      Start = 0;
+    }
     // What has failed once is at its end.
     std::unique_ptr<ByteSource> From = std::move (Source);
     if (From->ReadMore (Bytes)) {

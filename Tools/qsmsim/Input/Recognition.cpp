@@ -112,7 +112,7 @@ OpenText (ByteWindow &Window)
     const char *Form;
   } Encodings[] = {{HexDecoder, "hex text"}, {Base64Decoder, "base64"}};
 
-  const std::string_view Front = WholeWords (Window.Ahead (FrontSize));
+  const std::string_view Front = WholeWords (Window.Ahead (FrontSize).substr (0, FrontSize));
   for (const auto &[Decoder, Form] : Encodings) {
     if (AreRecords (Decoded (Front, Decoder ()))) {
       return std::make_unique<DecodedRecords> (std::make_unique<DecodedText> (Window, Decoder ()),

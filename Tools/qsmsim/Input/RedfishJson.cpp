@@ -22,16 +22,33 @@ constexpr std::size_t ValueSizeMax = 256 * 1024 * 1024;
 constexpr const char *DataKey = "DiagnosticData";
 constexpr std::string_view BetweenValues = " \t\r\n,\x1E";
 
-/// Size of the JSON object or array that Window begins with.
-std::size_t
-ValueSize (ByteWindow &Window)
+/// Deeper ones are refused.
+constexpr std::size_t DepthMax = 100;
+
+/// So much of a line that is no JSON is passed by at once.
+constexpr std::size_t LineSizeMax = 4096;
+
+/// The JSON object or array that Window begins with; the rest of the line where there is neither.
+struct ValueExtent {
+  std::size_t Size;
+  bool IsClosed;
+};
+
+ValueExtent
+MeasureValue (ByteWindow &Window)
 {
+  const std::string_view Front = Window.Ahead (1);
+  if (!Front.starts_with ('{') && !Front.starts_with ('[')) {
+    const std::string_view Line = Window.Ahead (LineSizeMax);
+    return {std::min (Line.find ('\n'), Line.size ()), true};
+  }
   std::size_t Depth = 0;
   bool InString = false;
-  for (std::size_t Size = 0; Size < ValueSizeMax; ++Size) {
+  std::size_t Size = 0;
+  for (; Size < ValueSizeMax && Depth <= DepthMax; ++Size) {
     const std::string_view Text = Window.Ahead (Size + 1);
     if (Text.size () <= Size) {
-      return Size;
+      return {Text.size (), false};
     }
     const char Character = Text[Size];
     if (InString) {
@@ -41,11 +58,21 @@ ValueSize (ByteWindow &Window)
       InString = true;
     } else if (Character == '{' || Character == '[') {
       ++Depth;
-    } else if ((Character == '}' || Character == ']') && --Depth == 0) {
-      return Size + 1;
+    } else if (Character == '}' || Character == ']') {
+      --Depth;
+    }
+    if (Depth == 0) {
+      return {Size + 1, true};
     }
   }
-  return ValueSizeMax;
+  return {std::min (Size, Window.Ahead (Size).size ()), false};
+}
+
+/// Where a value may begin behind one that has no end.
+std::size_t
+NextLineWithValue (std::string_view Text)
+{
+  return std::min ({Text.find ("\n{"), Text.find ("\n["), Text.size ()});
 }
 
 std::string
@@ -117,20 +144,23 @@ RedfishJson::ReadValue ()
     return false;
   }
   const UINT64 Offset = Window.Offset ();
-  const std::size_t Size = std::max<std::size_t> (ValueSize (Window), 1);
+  const auto [Size, IsClosed] = MeasureValue (Window);
   const std::string_view Text = Window.Ahead (Size).substr (0, Size);
   ++ValueCount;
+  Json Value;
+  std::optional<std::size_t> Broken;
   try {
-    const Json Value = Json::parse (Text);
-    Window.Take (Size);
-    Collect (Value, fmt::format ("value {}", ValueCount));
+    Value = Json::parse (Text);
   } catch (const Json::parse_error &Error) {
-    // What is behind a broken value is taken up on the next line.
-    const std::size_t LineEnd = std::min (Text.find ('\n'), Text.size ());
-    Window.Take (std::max<std::size_t> (LineEnd, 1));
-    throw InputError (
-        fmt::format ("offset 0x{:X}: expected well-formed JSON", Offset + Error.byte - 1));
+    Broken = std::max<std::size_t> (Error.byte, 1) - 1;
+  } catch (const Json::exception &) {
+    Broken = 0; // A number that is too large.
   }
+  Window.Take (IsClosed ? Size : NextLineWithValue (Text));
+  if (Broken) {
+    throw InputError (fmt::format ("offset 0x{:X}: expected well-formed JSON", Offset + *Broken));
+  }
+  Collect (Value, fmt::format ("value {}", ValueCount));
   return true;
 }
 
