@@ -1,5 +1,6 @@
 #include "JsonAppender.h"
 
+#include <algorithm>
 #include <charconv>
 #include <iterator>
 
@@ -32,6 +33,12 @@ CharacterSize (std::string_view Text)
     }
   }
   return Size;
+}
+
+constexpr bool
+IsPlain (char Character)
+{
+  return Character >= ' ' && Character <= '~' && Character != '"' && Character != '\\';
 }
 
 } // namespace
@@ -76,6 +83,13 @@ JsonAppender::String (std::string_view Value)
   Separate ();
   Text += '"';
   while (!Value.empty ()) {
+    const auto Plain =
+        static_cast<std::size_t> (std::ranges::find_if_not (Value, IsPlain) - Value.begin ());
+    Text += Value.substr (0, Plain);
+    Value.remove_prefix (Plain);
+    if (Value.empty ()) {
+      break;
+    }
     const char First = Value.front ();
     const std::size_t Size = CharacterSize (Value);
     if (Size == 0) {

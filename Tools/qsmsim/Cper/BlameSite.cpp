@@ -1,11 +1,11 @@
 #include "BlameSite.h"
 
 #include <algorithm>
-#include <array>
 
 #include <fmt/format.h>
 
 #include "ApicPackage.h"
+#include "DevicePlace.h"
 
 namespace {
 
@@ -48,30 +48,18 @@ SocketInLabel (std::string_view Text)
   return IsLabel ? std::optional (static_cast<UINT64> (Text[0] - 'A')) : std::nullopt;
 }
 
-/// What the driver compares of a place: of a socket, a channel and a DIMM, or of a bus, a device
-/// and a function.
-using Place = std::array<UINT8, 3>;
-
 /// The place that the driver reads. None if there is none, or not all of it.
-std::optional<Place>
+std::optional<DevicePlace>
 PlaceRead (const CperDescription &Description)
 {
-  Place Read = {};
+  DevicePlace Read = {};
   UINTN Count = 0;
   for (const auto &[Field, Value] : Description.Read ()) {
-    if (Field->TellsDevice && Value && Count < Read.size ()) {
-      Read[Count++] = static_cast<UINT8> (*Value);
+    if (Field->TellsDevice && Value) {
+      Read.at (Count++) = static_cast<UINT8> (*Value);
     }
   }
   return Count == Read.size () ? std::optional (Read) : std::nullopt;
-}
-
-Place
-PlaceOf (const DescribedDevice &Device)
-{
-  return Device.Type == ErrorClassMemory
-             ? Place{static_cast<UINT8> (Device.Socket), Device.Channel, Device.Dimm}
-             : Place{Device.Bus, Device.Device, Device.Function};
 }
 
 } // namespace
@@ -92,6 +80,17 @@ BlameSite::BlameSite (const PlatformDescription &Of, UINTN Reporter)
   }
 }
 
+bool
+BlameSite::HasSegment (UINT64 Segment) const
+{
+  if (!Platform.Topology) {
+    return Segment < SocketCount; // Each socket of the standard topology has its own.
+  }
+  return std::ranges::any_of (Platform.Topology->Sockets, [&] (const SocketRow &Socket) {
+    return Socket.Present != FALSE && Socket.Segment == Segment;
+  });
+}
+
 void
 BlameSite::NoteSegment (CperDescription &Description) const
 {
@@ -99,8 +98,9 @@ BlameSite::NoteSegment (CperDescription &Description) const
   if (Segment.value_or (0) != 0) {
     Description.Notes.push_back (
         {"segment-ignored",
-         fmt::format ("the record is of segment {}, the driver takes a device of any segment",
-                      *Segment)});
+         fmt::format ("the record is of segment {}{}; the driver takes a device of any segment",
+                      *Segment,
+                      HasSegment (*Segment) ? "" : ", which no socket of the platform has")});
   }
 }
 
@@ -153,15 +153,13 @@ void
 BlameSite::NoteDevices (CperDescription &Description) const
 {
   const UINT8 Class = Description.Kind->ErrorClass;
-  const auto Read = PlaceRead (Description);
-  const auto IsBlamed = [&] (const DescribedDevice &Device) {
-    return Class == ErrorClassProcessor ? Device.Socket == static_cast<UINT8> (ReportingSocket)
-                                        : Read == PlaceOf (Device);
-  };
+  const std::optional<DevicePlace> Read = Class == ErrorClassProcessor
+                                              ? DevicePlace{static_cast<UINT8> (ReportingSocket)}
+                                              : PlaceRead (Description);
   const DescribedDevice *First = nullptr;
   UINTN Count = 0;
   for (const DescribedDevice &Device : Platform.Devices) {
-    if (Device.Type == Class && IsBlamed (Device)) {
+    if (Device.Type == Class && Read == PlaceOfDevice (Device)) {
       First = First != nullptr ? First : &Device;
       ++Count;
     }

@@ -14,6 +14,7 @@ public:
   void NoteBlame (CperDescription &Description) const;
 
 private:
+  [[nodiscard]] bool HasSegment (UINT64 Segment) const;
   void NoteSegment (CperDescription &Description) const;
   void NoteSocket (CperDescription &Description) const;
   void NoteReporter (CperDescription &Description) const;

@@ -96,13 +96,13 @@ CreatorName (const EFI_GUID &Creator)
 }
 
 void
-AppendRecordFlags (std::string &Text, UINT32 Flags)
+AppendRecordFlags (std::string &Text, UINT64 Flags)
 {
   AppendBits<RecordFlags> (Text, Flags);
 }
 
 void
-AppendSectionFlags (std::string &Text, UINT32 Flags)
+AppendSectionFlags (std::string &Text, UINT64 Flags)
 {
   AppendBits<SectionFlags> (Text, Flags);
 }

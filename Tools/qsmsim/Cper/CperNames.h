@@ -15,5 +15,5 @@ const char *NotificationName (const EFI_GUID &Type);
 const char *CreatorName (const EFI_GUID &Creator);
 
 /// Flags of a record's header and of a section's descriptor (N.2.1.2, N.2.2), set ones by name.
-void AppendRecordFlags (std::string &Text, UINT32 Flags);
-void AppendSectionFlags (std::string &Text, UINT32 Flags);
+void AppendRecordFlags (std::string &Text, UINT64 Flags);
+void AppendSectionFlags (std::string &Text, UINT64 Flags);

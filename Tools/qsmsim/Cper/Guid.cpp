@@ -1,6 +1,6 @@
 #include "Guid.h"
 
-#include <fmt/format.h>
+#include <fmt/compile.h>
 
 #include "InputFile.h"
 
@@ -14,11 +14,11 @@ constexpr std::size_t GroupLengths[] = {8, 4, 4, 4, 12};
 std::string
 GuidText (const EFI_GUID &Guid)
 {
-  std::string Text = fmt::format ("{:08X}-{:04X}-{:04X}-", Guid.Data1, Guid.Data2, Guid.Data3);
-  for (UINTN Index = 0; Index < sizeof (Guid.Data4); ++Index) {
-    Text += fmt::format ("{}{:02X}", Index == 2 ? "-" : "", Guid.Data4[Index]);
-  }
-  return Text;
+  const UINT8 *Tail = Guid.Data4;
+  return fmt::format (
+      FMT_COMPILE ("{:08X}-{:04X}-{:04X}-{:02X}{:02X}-{:02X}{:02X}{:02X}{:02X}{:02X}{:02X}"),
+      Guid.Data1, Guid.Data2, Guid.Data3, Tail[0], Tail[1], Tail[2], Tail[3], Tail[4], Tail[5],
+      Tail[6], Tail[7]);
 }
 
 std::optional<EFI_GUID>

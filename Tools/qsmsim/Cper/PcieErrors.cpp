@@ -96,14 +96,21 @@ AerOf (const CperDescription &Description)
                                      AER_VALID);
 }
 
+std::optional<PcieStatus>
+DeviceStatusOf (const CperDescription &Description)
+{
+  const auto Capability = PcieCapabilityOf (Description);
+  if (!Capability) {
+    return std::nullopt;
+  }
+  return PcieStatus{"deviceStatus", "device status", Capability->DeviceStatus,
+                    AppendBits<DeviceStatusBits>};
+}
+
 std::vector<PcieStatus>
-PcieStatuses (const CperDescription &Description)
+AerStatuses (const CperDescription &Description)
 {
   std::vector<PcieStatus> Statuses;
-  if (const auto Capability = PcieCapabilityOf (Description)) {
-    Statuses.push_back (
-        {"deviceStatus", "device status", Capability->DeviceStatus, AppendBits<DeviceStatusBits>});
-  }
   if (const auto Aer = AerOf (Description)) {
     Statuses.push_back ({"uncorrectable", "AER uncorrectable", Aer->UncorrectableStatus,
                          AppendBits<UncorrectableErrors>});

@@ -13,7 +13,7 @@ std::optional<PcieCapability> PcieCapabilityOf (const CperDescription &Descripti
 /// The Advanced Error Reporting capability, likewise.
 std::optional<AerCapability> AerOf (const CperDescription &Description);
 
-/// A status register of the two, and what its bits are called.
+/// A status register, and what its bits are called.
 struct PcieStatus {
   const char *Name; ///< In JSON.
   const char *Title;
@@ -21,8 +21,11 @@ struct PcieStatus {
   void (*AppendNames) (std::string &Text, UINT64 Value);
 };
 
-/// Those of a section, up to four.
-std::vector<PcieStatus> PcieStatuses (const CperDescription &Description);
+/// The device status of the first capability.
+std::optional<PcieStatus> DeviceStatusOf (const CperDescription &Description);
+
+/// The statuses of the second one; root ports and event collectors have one more.
+std::vector<PcieStatus> AerStatuses (const CperDescription &Description);
 
 /// The header of the packet that an uncorrectable error was about: "40000001 0000000F ...". Empty
 /// if there is none.

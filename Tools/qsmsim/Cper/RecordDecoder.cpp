@@ -1,7 +1,6 @@
 #include "RecordDecoder.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "RecordNotes.h"
 
@@ -21,7 +20,8 @@ Structure
 StartOf (std::span<const UINT8> Bytes)
 {
   Structure Result = {};
-  std::memcpy (&Result, Bytes.data (), std::min (Bytes.size (), sizeof (Structure)));
+  std::copy_n (Bytes.begin (), std::min (Bytes.size (), sizeof (Structure)),
+               reinterpret_cast<UINT8 *> (&Result));
   return Result;
 }
 

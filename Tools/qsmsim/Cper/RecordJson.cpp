@@ -21,6 +21,23 @@ WriteName (JsonAppender &Json, const char *Name)
   }
 }
 
+/// An array of the names of the bits that are set.
+void
+WriteNames (JsonAppender &Json,
+            const char *Key,
+            UINT64 Bits,
+            void (*AppendNames) (std::string &Text, UINT64 Bits))
+{
+  Json.Key (Key).Open ('[');
+  std::string Name;
+  for (; Bits != 0; Bits &= Bits - 1) {
+    Name.clear ();
+    AppendNames (Name, Bits & (~Bits + 1));
+    Json.String (Name);
+  }
+  Json.Close (']');
+}
+
 /// A GUID and, if it has one, its name.
 void
 WriteGuid (JsonAppender &Json, const char *Key, const EFI_GUID &Guid, const char *Name)
@@ -58,9 +75,7 @@ WriteEnvelope (JsonAppender &Json, const CperRecordHeader &Header)
     Json.Key ("partitionId").String (GuidText (Header.PartitionId));
   }
   if (Header.Flags != 0) {
-    std::string Flags;
-    AppendRecordFlags (Flags, Header.Flags);
-    Json.Key ("flags").String (Flags);
+    WriteNames (Json, "flags", Header.Flags, AppendRecordFlags);
   }
 }
 
@@ -84,9 +99,7 @@ WriteSection (JsonAppender &Json, const CperDescription::SectionEntry &Section)
   Json.Key ("length").Number (Descriptor.SectionLength);
   Json.Key ("bytesInFile").Number (Section.BodySize);
   if (Descriptor.Flags != 0) {
-    std::string Flags;
-    AppendSectionFlags (Flags, Descriptor.Flags);
-    Json.Key ("flags").String (Flags);
+    WriteNames (Json, "flags", Descriptor.Flags, AppendSectionFlags);
   }
   if ((Descriptor.ValidationBits & CPER_FRU_ID_VALID) != 0 && CPER_HAS (Section, FruId)) {
     Json.Key ("fruId").String (GuidText (Descriptor.FruId));
@@ -133,19 +146,26 @@ WriteMeanings (JsonAppender &Json, const Values &Fields)
 }
 
 void
+WriteStatus (JsonAppender &Json, const PcieStatus &Status)
+{
+  Json.Key (Status.Name).Open ('{').Key ("value").Number (Status.Value);
+  WriteNames (Json, "names", Status.Value, Status.AppendNames);
+  Json.Close ('}');
+}
+
+void
 WritePcieErrors (JsonAppender &Json, const CperDescription &Description)
 {
-  const std::vector<PcieStatus> Statuses = PcieStatuses (Description);
+  if (const auto DeviceStatus = DeviceStatusOf (Description)) {
+    WriteStatus (Json, *DeviceStatus);
+  }
+  const std::vector<PcieStatus> Statuses = AerStatuses (Description);
   if (Statuses.empty ()) {
     return;
   }
   Json.Key ("aer").Open ('{');
   for (const PcieStatus &Status : Statuses) {
-    std::string Names;
-    Status.AppendNames (Names, Status.Value);
-    Json.Key (Status.Name).Open ('{');
-    Json.Key ("value").Number (Status.Value).Key ("names").String (Names);
-    Json.Close ('}');
+    WriteStatus (Json, Status);
   }
   const std::string Tlp = TlpHeaderText (Description);
   if (!Tlp.empty ()) {

@@ -24,9 +24,9 @@ NoteHeader (const CperRecordHeader &Header, UINTN Size, std::vector<CperNote> &N
          fmt::format ("RecordLength is {}, the file has {} bytes", +Header.RecordLength, Size)});
   }
   if (Header.SectionCount != 1) {
-    Notes.push_back (
-        {"section-count",
-         fmt::format ("SectionCount is {}, the driver reads one section", +Header.SectionCount)});
+    Notes.push_back ({"section-count",
+                      fmt::format ("SectionCount is {}, the driver reads the first section alone",
+                                   +Header.SectionCount)});
   }
   if (Header.ErrorSeverity > CperSeverityInformational) {
     Notes.push_back ({"severity-unknown",
@@ -76,6 +76,21 @@ NoteSections (CperDescription &Description)
   }
 }
 
+/// A section that the driver would know, if it were the first one.
+void
+NoteOtherSections (CperDescription &Description)
+{
+  for (UINTN Index = 1; Index < Description.Sections.size (); ++Index) {
+    const CperSection *Kind = FindCperSection (Description.Sections[Index].Descriptor.SectionType);
+    if (Kind != nullptr && Kind != Description.Kind) {
+      Description.Notes.push_back (
+          {"class-not-first",
+           fmt::format ("section {} is of a {} error, of which the driver takes no notice",
+                        Index + 1, Kind->Name)});
+    }
+  }
+}
+
 void
 NoteOffset (CperDescription &Description)
 {
@@ -121,6 +136,7 @@ NoteEnvelope (CperDescription &Description, UINTN Size)
 {
   NoteHeader (Description.Header, Size, Description.Notes);
   NoteSections (Description);
+  NoteOtherSections (Description);
   NoteOffset (Description);
 }
 

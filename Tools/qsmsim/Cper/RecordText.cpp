@@ -1,5 +1,7 @@
 #include "RecordText.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "CperNames.h"
@@ -70,7 +72,8 @@ PrintEnvelope (std::ostream &Stream, const CperRecordHeader &Header)
     Parts.Add (fmt::format ("record id 0x{:X}", +Header.RecordId));
   }
   if ((Header.ValidationBits & CPER_TIME_STAMP_VALID) != 0) {
-    const TimeStamp Time = ReadTimeStamp (Header.TimeStamp);
+    TimeStamp Time = ReadTimeStamp (Header.TimeStamp);
+    std::ranges::replace (Time.Text, 'T', ' ');
     Parts.Add (fmt::format ("time {}{}{}", Time.Precise ? "" : "about ", Time.Text,
                             Time.Form == TimeStampForm::Binary ? " (not in BCD)"
                             : Time.Form == TimeStampForm::None ? " (no time)"
@@ -173,11 +176,15 @@ PrintFields (std::ostream &Stream,
 void
 PrintPcieErrors (std::ostream &Stream, const CperDescription &Description)
 {
-  for (const PcieStatus &Status : PcieStatuses (Description)) {
+  const auto Print = [&] (const PcieStatus &Status) {
     std::string Text = fmt::format ("  {} 0x{:X}: ", Status.Title, Status.Value);
     Status.AppendNames (Text, Status.Value);
     Stream << Text << "\n";
+  };
+  if (const auto DeviceStatus = DeviceStatusOf (Description)) {
+    Print (*DeviceStatus);
   }
+  std::ranges::for_each (AerStatuses (Description), Print);
   const std::string Tlp = TlpHeaderText (Description);
   if (!Tlp.empty ()) {
     Stream << "  TLP header " << Tlp << "\n";

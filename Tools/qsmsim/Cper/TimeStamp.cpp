@@ -42,7 +42,7 @@ IsTime (const CperTimeStamp &Time)
 std::string
 TimeText (const CperTimeStamp &Time)
 {
-  return fmt::format ("{:02}{:02}-{:02}-{:02} {:02}:{:02}:{:02}", Time.Century, Time.Year,
+  return fmt::format ("{:02}{:02}-{:02}-{:02}T{:02}:{:02}:{:02}", Time.Century, Time.Year,
                       Time.Month, Time.Day, Time.Hours, Time.Minutes, Time.Seconds);
 }
 

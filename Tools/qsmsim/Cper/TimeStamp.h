@@ -15,7 +15,7 @@ enum class TimeStampForm {
 struct TimeStamp {
   TimeStampForm Form;
   bool Precise;     ///< Else it is about when the error happened.
-  std::string Text; ///< "2025-01-16 19:04:48", or the eight bytes of what is no time.
+  std::string Text; ///< "2025-01-16T19:04:48", or the eight bytes of what is no time.
 };
 
 TimeStamp ReadTimeStamp (UINT64 Field);
