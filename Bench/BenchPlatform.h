@@ -2,23 +2,9 @@
 /// transport that discard, and an inventory of any size.
 #pragma once
 
-#include <deque>
-#include <memory>
-#include <string>
-#include <vector>
-
+#include "BenchInventory.h"
 #include "Protocol/SmmRscHandler.h"
-#include "Record/ErrorClass.h"
-#include "Record/ErrorRecord.h"
-#include "Record/Inventory.h"
 #include "SimulatedPlatform.h"
-
-/// Which device of the inventory the error belongs to.
-enum class MatchPlace {
-  First,
-  Last,
-  None,
-};
 
 class BenchPlatform {
 public:
@@ -37,8 +23,5 @@ public:
 private:
   SimulatedPlatform Platform;
   EFI_SMM_RSC_HANDLER_CALLBACK Listener;
-  std::vector<InventoryDevice> Devices;
-  std::vector<const InventoryDevice *> List;
-  InventoryInfo Info = {};
-  std::vector<UINT8> Data;
+  BenchInventory Inventory;
 };

@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "EmulatedMachine.h"
+#include "SmiCauses.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -27,22 +27,9 @@ constexpr Equipment Equipments[] = {
     {"bmc_log", true, false, BmcConnection::Simulated},
 };
 
-struct Cause {
-  const char *Name;
-  void (*Raise) (EmulatedMachine &Machine);
-};
-constexpr Cause Causes[] = {
-    {"none", [] (EmulatedMachine &Machine) { Machine.Command ("poll 0"); }},
-    {"processor",
-     [] (EmulatedMachine &Machine) { Machine.Command ("bank 0 4 9000000000000135 0 0"); }},
-    {"memory",
-     [] (EmulatedMachine &Machine) { Machine.Command ("bank 0 4 9400000000000090 1000 0"); }},
-    {"PCIe", [] (EmulatedMachine &Machine) { Machine.InjectPcieError ("nv1", "MALF_TLP", false); }},
-};
-
 /// Ticks of the SMI of one error on the first processor.
 UINT64
-TicksOf (const Cause &Of, EmulatedMachine &Machine)
+TicksOf (const SmiCause &Of, EmulatedMachine &Machine)
 {
   const UINT64 Before = Machine.State ().Processors[0].Count;
   Of.Raise (Machine);
@@ -91,7 +78,7 @@ main (int ArgumentCount, char **Arguments)
     EmulatedMachine Machine (Options);
     Machine.WaitUntilReady ();
     const std::filesystem::path &Trace = Machine.ErrorFile ();
-    for (const Cause &Of : Causes) {
+    for (const SmiCause &Of : SmiCauses) {
       std::filesystem::resize_file (Trace, 0);
       const UINT64 Ticks = TicksOf (Of, Machine);
       std::cout << fmt::format ("{} {} {} {} {}\n", Each.Name, Of.Name, Ticks,

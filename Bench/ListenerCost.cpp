@@ -1,0 +1,158 @@
+/// What one call of the listener takes of the image itself: instructions, stack and calls of
+/// services, by class, number of devices and place of the match; beside it the instructions of
+/// ListenerFloor.
+///
+/// The image that scripts/image has built is stepped through in this process.
+#include <iostream>
+
+#include <fmt/format.h>
+
+#include "BenchInventory.h"
+#include "BootServices.h"
+#include "BuiltImage.h"
+#include "DebugService.h"
+#include "FaultPlan.h"
+#include "ImageInstance.h"
+#include "IpmiTransport.h"
+#include "ListenerFloor.h"
+#include "ProtocolDatabase.h"
+#include "SimulatedPlatform.h"
+#include "SmmServices.h"
+#include "SteppedProcessor.h"
+#include "SystemInventory.h"
+
+namespace {
+
+EFI_SMM_RSC_HANDLER_CALLBACK mListener = nullptr;
+std::vector<FloorMessage> mMessages;
+UINTN mCommands = 0;
+
+EFI_STATUS EFIAPI
+KeepListener (EFI_SMM_RSC_HANDLER_CALLBACK Callback)
+{
+  mListener = Callback;
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS EFIAPI
+KeepMessage (UINTN Level, const CHAR8 *ModuleName, const CHAR8 *Format, VA_LIST Arguments)
+{
+  mMessages.push_back ({Level, ModuleName, Format, Arguments});
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS EFIAPI
+CountCommand (SmmIpmiTransportProtocol *,
+              UINT8,
+              UINT8,
+              UINT8,
+              const UINT8 *,
+              UINT8,
+              UINT8 *Response,
+              UINT8 *ResponseSize)
+{
+  ++mCommands;
+  Response[0] = 0;
+  *ResponseSize = 1;
+  return EFI_SUCCESS;
+}
+
+/// Steps through Function, of whose instructions those from Begin to End are watched.
+CodeWatch
+Step (UINTN Function, std::initializer_list<UINT64> Arguments, const VOID *Begin, const VOID *End)
+{
+  SteppedProcessor Processor;
+  Processor.Watch.Begin = reinterpret_cast<UINTN> (Begin);
+  Processor.Watch.End = reinterpret_cast<UINTN> (End);
+  // IA32_APIC_BASE with the local APIC on and in x2APIC mode; no HTT, so package 0.
+  Processor.Answer = 0xC00;
+  (void)Processor.Run (Function, RegisterFile (0, Arguments));
+  return Processor.Watch;
+}
+
+struct Class {
+  const char *Name;
+  UINT8 ErrorClass;
+  UINT8 OtherClass; ///< Of devices that it does not look at.
+};
+constexpr Class Classes[] = {{"processor", ErrorClassProcessor, ErrorClassMemory},
+                             {"memory", ErrorClassMemory, ErrorClassPcie},
+                             {"PCIe", ErrorClassPcie, ErrorClassMemory}};
+
+constexpr struct {
+  const char *Name;
+  MatchPlace Place;
+} Places[] = {{"first", MatchPlace::First}, {"last", MatchPlace::Last}, {"none", MatchPlace::None}};
+
+/// Prints the row of one error.
+void
+Measure (const ImageInstance &Image,
+         const Class &Of,
+         const char *Name,
+         MatchPlace Match,
+         UINTN Count,
+         BenchInventory &Inventory)
+{
+  gInventory = Inventory.Info;
+  mMessages.clear ();
+  mCommands = 0;
+  const UINTN PoolCalls = gFaultPlan.AllCalls;
+  const auto Data = reinterpret_cast<UINTN> (Inventory.Record (Of.ErrorClass));
+  const CodeWatch Error = Step (reinterpret_cast<UINTN> (mListener),
+                                {EFI_ERROR_CODE, HARDWARE_ERROR_STATUS_CODE, 0, 0, Data},
+                                Image.Base, Image.Base + Image.Size);
+  const UINTN Calls = mMessages.size () + mCommands + (gFaultPlan.AllCalls - PoolCalls);
+  const UINTN Stack = Error.EntryStackPointer - Error.LowestStackPointer + sizeof (UINTN);
+
+  const std::vector<FloorMessage> Messages = mMessages;
+  const FloorCalls Least = {.Inventory = &gInventory,
+                            .LookedAt = Match == MatchPlace::First ? 1 : Count,
+                            .DeviceType = Of.ErrorClass,
+                            .DebugService = &gDebugService,
+                            .Smst = &gSmmSystemTable,
+                            .Transport = &gIpmiTransport,
+                            .Messages = Messages.data (),
+                            .MessageCount = Messages.size (),
+                            .HasEvent = mCommands != 0};
+  const CodeWatch Floor = Step (reinterpret_cast<UINTN> (ListenerFloor),
+                                {reinterpret_cast<UINTN> (&Least)}, __start_Floor, __stop_Floor);
+  std::cout << fmt::format ("{} {} {} {} {} {} {}\n", Of.Name, Name, Count, Error.Instructions,
+                            Floor.Instructions, Stack, Calls);
+}
+
+} // namespace
+
+int
+main ()
+{
+  PlatformDescription Description;
+  Description.Processors = {{"intel-sapphire-rapids", 0, true}};
+  SimulatedPlatform Platform (Description);
+  gHostMachine = &Platform.Machine;
+  EFI_SMM_RSC_HANDLER_PROTOCOL Router = {.Register = KeepListener, .Unregister = nullptr};
+  EFI_HANDLE Handle = nullptr;
+  ProtocolRemove (ProtocolSmm, &gEfiSmmRscHandlerProtocolGuid);
+  (void)ProtocolInstall (&Handle, &gEfiSmmRscHandlerProtocolGuid, &Router);
+  gDebugService.PrintWithName = KeepMessage;
+  gIpmiTransport.SendIpmiCommand = CountCommand;
+  ImageInstance Image (ReadBuiltFile (ImageName));
+  Image.Run ([&] { (void)Image.Entry (&Router, &gSystemTable); });
+  if (mListener == nullptr) {
+    std::cerr << "ListenerCost: the image has registered no listener\n";
+    return 1;
+  }
+
+  std::cout << "class match devices instructions floor stack calls\n";
+  BenchInventory Inventory (0);
+  for (const Class &Of : Classes) {
+    for (const UINTN Count : {1U, 8U, 64U, 512U, 4096U}) {
+      for (const auto &[Name, Place] : Places) {
+        Inventory.Fill (Of.ErrorClass, Count, Place);
+        Measure (Image, Of, Name, Place, Count, Inventory);
+      }
+      Inventory.Fill (Of.OtherClass, Count, MatchPlace::None);
+      Measure (Image, Of, "other", MatchPlace::None, Count, Inventory);
+    }
+  }
+  return 0;
+}
