@@ -15,6 +15,9 @@ inline constexpr UINT32 EFI_FVH_SIGNATURE = 0x4856465F; // "_FVH"
 inline constexpr UINT8 EFI_FVH_REVISION = 2;
 inline constexpr UINTN EFI_FV_FILE_ALIGNMENT = 8;
 
+/// What is erased, where that is ones.
+inline constexpr UINT8 FFS_ERASED_BYTE = 0xFF;
+
 /// Bit of EFI_FIRMWARE_VOLUME_HEADER::Attributes: what is erased is ones.
 inline constexpr UINT32 EFI_FVB2_ERASE_POLARITY = 0x00000800;
 /// What a volume on flash without locks or alignment of its own has of them.
@@ -60,6 +63,10 @@ inline constexpr UINT8 FFS_FIXED_CHECKSUM = 0xAA;
 inline constexpr UINT8 EFI_FILE_HEADER_CONSTRUCTION = 0x01;
 inline constexpr UINT8 EFI_FILE_HEADER_VALID = 0x02;
 inline constexpr UINT8 EFI_FILE_DATA_VALID = 0x04;
+
+/// The state of a file that is whole, where what is erased is ones.
+inline constexpr UINT8 FFS_VALID_STATE = static_cast<UINT8> (
+    ~(EFI_FILE_HEADER_CONSTRUCTION | EFI_FILE_HEADER_VALID | EFI_FILE_DATA_VALID));
 
 struct [[gnu::packed]] EFI_FFS_FILE_HEADER {
   EFI_GUID Name;
@@ -118,6 +125,21 @@ FirmwareSum8 (const UINT8 *Bytes, UINTN Size)
     Sum = static_cast<UINT8> (Sum + Bytes[Index]);
   }
   return Sum;
+}
+
+/// What the bytes of a file's header add up to, with FileChecksum and State taken as 0.
+inline UINT8
+FirmwareHeaderSum (const EFI_FFS_FILE_HEADER &Header)
+{
+  const UINT8 Sum = FirmwareSum8 (reinterpret_cast<const UINT8 *> (&Header), sizeof Header);
+  return static_cast<UINT8> (Sum - Header.FileChecksum - Header.State);
+}
+
+/// Offset, or the next multiple of Alignment, a power of two, behind it.
+constexpr UINT64
+FirmwareAlign (UINT64 Offset, UINT64 Alignment)
+{
+  return (Offset + Alignment - 1) & ~(Alignment - 1);
 }
 
 /// The sum of the 16-bit words in Size bytes, an even number, modulo 65536.

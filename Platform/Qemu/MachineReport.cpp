@@ -5,6 +5,24 @@
 
 #include <fmt/format.h>
 
+std::vector<LoadedModule>
+LoadedModules (const std::string &DebugLog)
+{
+  std::vector<LoadedModule> Modules;
+  std::istringstream Lines (DebugLog);
+  for (std::string Line; std::getline (Lines, Line);) {
+    LoadedModule Module;
+    int Title = 0;
+    if (std::sscanf (Line.c_str (), "smm: module %llu at %llx, %*u bytes: %n", &Module.Number,
+                     &Module.Base, &Title) == 2 &&
+        Title != 0) {
+      Module.Name = Line.substr (static_cast<std::size_t> (Title));
+      Modules.push_back (Module);
+    }
+  }
+  return Modules;
+}
+
 CodeMap
 MachineCode (const MachineOptions &Options, const std::string &DebugLog)
 {
@@ -12,18 +30,9 @@ MachineCode (const MachineOptions &Options, const std::string &DebugLog)
   for (const char *Image : {"MachineBoot", "MachineSmm"}) {
     Code.Add (Options.Rom.parent_path () / fmt::format ("{}.map", Image), Image, 0);
   }
-  std::istringstream Lines (DebugLog);
-  for (std::string Line; std::getline (Lines, Line);) {
-    UINTN Number = 0;
-    UINT64 Base = 0;
-    int Title = 0;
-    if (std::sscanf (Line.c_str (), "smm: module %llu at %llx, %*u bytes: %n", &Number, &Base,
-                     &Title) == 2 &&
-        Title != 0) {
-      const std::string Name = Line.substr (static_cast<std::size_t> (Title));
-      Code.Add (Options.Modules.front ().parent_path () / (Name + ".map"),
-                fmt::format ("module {}, {}", Number, Name), Base);
-    }
+  for (const LoadedModule &Module : LoadedModules (DebugLog)) {
+    Code.Add (Options.Modules.front ().parent_path () / (Module.Name + ".map"),
+              fmt::format ("module {}, {}", Module.Number, Module.Name), Module.Base);
   }
   return Code;
 }

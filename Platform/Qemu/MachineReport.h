@@ -4,6 +4,16 @@
 #include "CodeMap.h"
 #include "MachineOptions.h"
 
+/// A module that the machine has loaded, as its line in the debug log has it.
+struct LoadedModule {
+  UINT64 Number = 0;
+  UINT64 Base = 0;
+  std::string Name;
+};
+
+/// In the order of the log; a driver stands in it once for each time that it was loaded.
+std::vector<LoadedModule> LoadedModules (const std::string &DebugLog);
+
 /// The code of a run, as far as it is known: that of the ROM, and of the drivers that the debug log
 /// names. The maps are looked for beside the files of the options.
 CodeMap MachineCode (const MachineOptions &Options, const std::string &DebugLog);

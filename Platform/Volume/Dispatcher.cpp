@@ -1,5 +1,7 @@
 #include "Dispatcher.h"
 
+#include "Identity.h"
+
 namespace {
 
 constexpr UINT8 AlwaysHolds[] = {EFI_DEP_TRUE, EFI_DEP_END};
@@ -17,12 +19,6 @@ struct Waiting {
   const SmmModule &Module;
   bool IsTold;
 };
-
-bool
-IsSameGuid (const EFI_GUID &One, const EFI_GUID &Other)
-{
-  return __builtin_memcmp (&One, &Other, sizeof One) == 0;
-}
 
 VolumeFault
 Evaluate (const SmmModule &Module, const ProtocolQuestion &Question, Dependency &Answer)
@@ -60,8 +56,11 @@ VOID
 StartThoseThatGo (Dispatcher &In, DependencyKind Side, const EFI_GUID &Module)
 {
   for (UINTN Index = 0; Index < In.Count; ++Index) {
+    if (In.IsStarted[Index]) {
+      continue;
+    }
     const Dependency Of = DependencyOf (In, In.Modules[Index]);
-    if (!In.IsStarted[Index] && Of.Kind == Side && IsSameGuid (Of.Module, Module)) {
+    if (Of.Kind == Side && IsSameGuid (Of.Module, Module)) {
       StartWithNeighbours (In, Index);
     }
   }
@@ -71,8 +70,11 @@ bool
 StartFirstReady (Dispatcher &In)
 {
   for (UINTN Index = 0; Index < In.Count; ++Index) {
+    if (In.IsStarted[Index]) {
+      continue;
+    }
     const Dependency Of = DependencyOf (In, In.Modules[Index]);
-    if (!In.IsStarted[Index] && Of.Kind == DependsOnProtocols && Of.Holds) {
+    if (Of.Kind == DependsOnProtocols && Of.Holds) {
       StartWithNeighbours (In, Index);
       return true;
     }

@@ -1,12 +1,8 @@
 #include "VolumeReader.h"
 
+#include "Identity.h"
+
 namespace {
-
-/// A file's state where what is erased is ones, and the header and the data are valid.
-constexpr UINT8 ValidFileState = static_cast<UINT8> (
-    ~(EFI_FILE_HEADER_CONSTRUCTION | EFI_FILE_HEADER_VALID | EFI_FILE_DATA_VALID));
-
-constexpr UINT8 ErasedByte = 0xFF;
 
 /// A volume whose header is sound: Size is its length.
 struct Volume {
@@ -20,17 +16,11 @@ struct Volume {
   }
 };
 
-UINT64
-AlignUp (UINT64 Offset, UINT64 Alignment)
-{
-  return (Offset + Alignment - 1) & ~(Alignment - 1);
-}
-
 bool
 IsErased (const UINT8 *Bytes, UINT64 Size)
 {
   for (UINT64 Index = 0; Index < Size; ++Index) {
-    if (Bytes[Index] != ErasedByte) {
+    if (Bytes[Index] != FFS_ERASED_BYTE) {
       return false;
     }
   }
@@ -71,8 +61,7 @@ OpenVolume (const UINT8 *Bytes, UINTN Size, Volume &Opened)
     return {"the volume header's checksum is wrong",
             offsetof (EFI_FIRMWARE_VOLUME_HEADER, Checksum)};
   }
-  if (__builtin_memcmp (&Header.FileSystemGuid, &gEfiFirmwareFileSystem2Guid, sizeof (EFI_GUID)) !=
-          0 ||
+  if (!IsSameGuid (Header.FileSystemGuid, gEfiFirmwareFileSystem2Guid) ||
       Header.Revision != EFI_FVH_REVISION || (Header.Attributes & EFI_FVB2_ERASE_POLARITY) == 0 ||
       Header.ExtHeaderOffset != 0) {
     return {"the volume is of another kind", 0};
@@ -89,12 +78,10 @@ CheckFile (const Volume &In, const EFI_FFS_FILE_HEADER *File, UINT64 Room)
 {
   const UINT32 Size = FirmwareSize (File->Size);
   const auto *Bytes = reinterpret_cast<const UINT8 *> (File);
-  const UINT8 HeaderSum =
-      static_cast<UINT8> (FirmwareSum8 (Bytes, sizeof *File) - File->FileChecksum - File->State);
-  if (HeaderSum != 0) {
+  if (FirmwareHeaderSum (*File) != 0) {
     return In.Fault ("a file header's checksum is wrong", File);
   }
-  if (File->State != ValidFileState || (File->Attributes & FFS_ATTRIB_LARGE_FILE) != 0) {
+  if (File->State != FFS_VALID_STATE || (File->Attributes & FFS_ATTRIB_LARGE_FILE) != 0) {
     return In.Fault ("a file is deleted, large or not complete", File);
   }
   if (Size < sizeof *File || Size > Room) {
@@ -154,7 +141,7 @@ ReadModule (const Volume &In, const EFI_FFS_FILE_HEADER *File, SmmModule &Module
       }
       *Part = {Body + Offset + sizeof *Section, Size - sizeof *Section};
     }
-    Offset = AlignUp (Offset + Size, EFI_SECTION_ALIGNMENT);
+    Offset = FirmwareAlign (Offset + Size, EFI_SECTION_ALIGNMENT);
   }
   if (Module.Image.Bytes == nullptr) {
     return In.Fault ("a module has no image", File);
@@ -174,7 +161,7 @@ ReadFile (
   if (const VolumeFault Fault = CheckFile (In, File, In.Size - Offset); Fault.Text != nullptr) {
     return Fault;
   }
-  Next = AlignUp (Offset + FirmwareSize (File->Size), EFI_FV_FILE_ALIGNMENT);
+  Next = FirmwareAlign (Offset + FirmwareSize (File->Size), EFI_FV_FILE_ALIGNMENT);
   if (File->Type != EFI_FV_FILETYPE_MM) {
     return {};
   }
@@ -195,7 +182,7 @@ ReadVolume (const UINT8 *Bytes, UINTN Size, SmmModule *Modules, UINTN Limit, UIN
     return Fault;
   }
   const auto &Header = *reinterpret_cast<const EFI_FIRMWARE_VOLUME_HEADER *> (Bytes);
-  UINT64 Offset = AlignUp (Header.HeaderLength, EFI_FV_FILE_ALIGNMENT);
+  UINT64 Offset = FirmwareAlign (Header.HeaderLength, EFI_FV_FILE_ALIGNMENT);
   while (Offset < In.Size) {
     const UINT64 Room = In.Size - Offset;
     if (Room < sizeof (EFI_FFS_FILE_HEADER) ||

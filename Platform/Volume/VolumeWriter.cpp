@@ -6,7 +6,6 @@
 namespace {
 
 constexpr UINT32 BlockSize = 0x1000;
-constexpr UINT8 ErasedByte = 0xFF;
 constexpr UINT32 SizeLimit = 1 << 24;
 
 /// The name of every padding file.
@@ -42,7 +41,7 @@ SetSize (UINT8 (&Field)[3], std::size_t Size)
 void
 AppendSection (FirmwareBytes &To, UINT8 Type, const FirmwareBytes &Body)
 {
-  To.resize ((To.size () + EFI_SECTION_ALIGNMENT - 1) & ~(EFI_SECTION_ALIGNMENT - 1));
+  To.resize (FirmwareAlign (To.size (), EFI_SECTION_ALIGNMENT));
   EFI_COMMON_SECTION_HEADER Header = {.Size = {}, .Type = Type};
   SetSize (Header.Size, sizeof Header + Body.size ());
   Append (To, Header);
@@ -62,10 +61,7 @@ AppendText (FirmwareBytes &To, std::string_view Text)
 void
 SetHeaderChecksum (EFI_FFS_FILE_HEADER &Header)
 {
-  Header.HeaderChecksum = 0;
-  Header.HeaderChecksum =
-      static_cast<UINT8> (Header.FileChecksum + Header.State -
-                          FirmwareSum8 (reinterpret_cast<const UINT8 *> (&Header), sizeof Header));
+  Header.HeaderChecksum = static_cast<UINT8> (Header.HeaderChecksum - FirmwareHeaderSum (Header));
 }
 
 FirmwareBytes
@@ -77,15 +73,13 @@ MakeFile (const EFI_GUID &Name, UINT8 Type, const FirmwareBytes &Body)
                                 .Type = Type,
                                 .Attributes = 0,
                                 .Size = {},
-                                .State = 0};
+                                .State = FFS_VALID_STATE};
   SetSize (Header.Size, sizeof Header + Body.size ());
   // The body of a padding file is what is erased: nobody checks it.
   if (Type != EFI_FV_FILETYPE_FFS_PAD) {
     Header.Attributes = FFS_ATTRIB_CHECKSUM;
     Header.FileChecksum = static_cast<UINT8> (-FirmwareSum8 (Body.data (), Body.size ()));
   }
-  Header.State = static_cast<UINT8> (
-      ~(EFI_FILE_HEADER_CONSTRUCTION | EFI_FILE_HEADER_VALID | EFI_FILE_DATA_VALID));
   SetHeaderChecksum (Header);
   FirmwareBytes File;
   Append (File, Header);
@@ -97,8 +91,7 @@ MakeFile (const EFI_GUID &Name, UINT8 Type, const FirmwareBytes &Body)
 void
 PadToBlock (FirmwareBytes &Volume)
 {
-  Volume.resize ((Volume.size () + EFI_FV_FILE_ALIGNMENT - 1) & ~(EFI_FV_FILE_ALIGNMENT - 1),
-                 ErasedByte);
+  Volume.resize (FirmwareAlign (Volume.size (), EFI_FV_FILE_ALIGNMENT), FFS_ERASED_BYTE);
   std::size_t Room = (BlockSize - Volume.size () % BlockSize) % BlockSize;
   if (Room == 0) {
     return;
@@ -108,7 +101,7 @@ PadToBlock (FirmwareBytes &Volume)
   }
   const FirmwareBytes Padding =
       MakeFile (PaddingName, EFI_FV_FILETYPE_FFS_PAD,
-                FirmwareBytes (Room - sizeof (EFI_FFS_FILE_HEADER), ErasedByte));
+                FirmwareBytes (Room - sizeof (EFI_FFS_FILE_HEADER), FFS_ERASED_BYTE));
   Volume.insert (Volume.end (), Padding.begin (), Padding.end ());
 }
 
@@ -173,7 +166,7 @@ MakeVolume (std::span<const FirmwareBytes> Files)
     Volume.insert (Volume.end (), File.begin (), File.end ());
   }
   const std::size_t BlockCount = (Volume.size () + BlockSize - 1) / BlockSize;
-  Volume.resize (BlockCount * BlockSize, ErasedByte);
+  Volume.resize (BlockCount * BlockSize, FFS_ERASED_BYTE);
   const VolumeHead Head = MakeHead (BlockCount);
   std::memcpy (Volume.data (), &Head, sizeof Head);
   return Volume;

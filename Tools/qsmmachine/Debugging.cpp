@@ -1,14 +1,11 @@
 #include "Debugging.h"
 
-#include <array>
-#include <sstream>
-#include <vector>
-
 #include <fmt/format.h>
 
 #include "EmulatedMachine.h"
 #include "Interruption.h"
 #include "MachineError.h"
+#include "MachineReport.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -40,27 +37,6 @@ BootLog (MachineOptions Options)
   return Machine.DebugLog ();
 }
 
-/// Where the log says that the driver lies, once for each time that it was loaded: "smm: module 1
-/// at 0xFC03000, 45056 bytes: VelmoraQsmErrorHandler".
-std::vector<std::string>
-DriverAddresses (const std::string &Log)
-{
-  std::vector<std::string> Addresses;
-  std::istringstream Lines (Log);
-  for (std::string Line; std::getline (Lines, Line);) {
-    std::istringstream Stream (Line);
-    std::array<std::string, 8> Words;
-    for (std::string &Word : Words) {
-      Stream >> Word;
-    }
-    const auto &[Smm, Kind, Number, At, Address, Size, Bytes, Title] = Words;
-    if (Smm == "smm:" && At == "at" && Title == "VelmoraQsmErrorHandler") {
-      Addresses.push_back (Address.substr (0, Address.find (',')));
-    }
-  }
-  return Addresses;
-}
-
 } // namespace
 
 std::string
@@ -73,8 +49,10 @@ DebuggerLines (const MachineOptions &Options)
   const auto File = Options.Modules.empty () ? std::filesystem::path ()
                                              : SymbolsOf (Options.Modules.front (), ".debug.efi");
   if (std::filesystem::exists (File)) {
-    for (const std::string &Address : DriverAddresses (BootLog (Options))) {
-      Lines += fmt::format ("  add-symbol-file {} -o {}\n", File.string (), Address);
+    for (const LoadedModule &Module : LoadedModules (BootLog (Options))) {
+      if (Module.Name == "VelmoraQsmErrorHandler") {
+        Lines += fmt::format ("  add-symbol-file {} -o 0x{:X}\n", File.string (), Module.Base);
+      }
     }
   }
   return Lines + fmt::format ("  target remote {}\n"

@@ -17,11 +17,11 @@ SealVolume (FirmwareBytes &Volume)
   const std::size_t Length = std::min<std::size_t> (Header.HeaderLength, Volume.size () & ~1ULL);
   Header.Checksum =
       static_cast<UINT16> (Header.Checksum - FirmwareSum16 (Volume.data (), Length & ~1ULL));
-  std::size_t Offset = (Header.HeaderLength + EFI_FV_FILE_ALIGNMENT - 1) & ~7ULL;
+  std::size_t Offset = FirmwareAlign (Header.HeaderLength, EFI_FV_FILE_ALIGNMENT);
   while (Offset + sizeof (EFI_FFS_FILE_HEADER) <= Volume.size ()) {
     auto &File = *reinterpret_cast<EFI_FFS_FILE_HEADER *> (Volume.data () + Offset);
-    if (File.State == 0xFF) {
-      return; // Erased.
+    if (File.State == FFS_ERASED_BYTE) {
+      return;
     }
     const std::size_t Size = FirmwareSize (File.Size);
     if (Size >= sizeof File && Size <= Volume.size () - Offset &&
@@ -29,11 +29,10 @@ SealVolume (FirmwareBytes &Volume)
       File.FileChecksum = static_cast<UINT8> (
           -FirmwareSum8 (Volume.data () + Offset + sizeof File, Size - sizeof File));
     }
-    File.HeaderChecksum = static_cast<UINT8> (File.HeaderChecksum + File.FileChecksum + File.State -
-                                              FirmwareSum8 (Volume.data () + Offset, sizeof File));
+    File.HeaderChecksum = static_cast<UINT8> (File.HeaderChecksum - FirmwareHeaderSum (File));
     if (Size < sizeof File) {
       return;
     }
-    Offset += (Size + EFI_FV_FILE_ALIGNMENT - 1) & ~7ULL;
+    Offset += FirmwareAlign (Size, EFI_FV_FILE_ALIGNMENT);
   }
 }
