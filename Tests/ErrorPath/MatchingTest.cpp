@@ -141,6 +141,12 @@ TEST (DeviceMatching, TakesTheFirstDeviceThatEqualsInAllFields)
     SCOPED_TRACE (Row.Name);
     EXPECT_EQ (EventId (Platform.Report (Row.Record)), Row.Id);
   }
+
+  const auto Record = MemoryRecord (1, 1, 2, 3);
+  const HostWorld::Position Start = Platform.World.Now ();
+  Platform.Drivers[0]->Symbol<VOID (UINT8, const ErrorRecord *)> ("FindRedFishId") (
+      UnknownType.Type, reinterpret_cast<const ErrorRecord *> (Record.data ()));
+  EXPECT_TRUE (Platform.World.RequestsSince (Start, 0).empty ()) << "a class that there is not";
 }
 
 TEST (DeviceMatching, FindsTheSocketOfEachReportingProcessorAtTheSameTime)

@@ -151,7 +151,9 @@ SerialPortWrite (const UINT8 *Buffer, UINTN NumberOfBytes)
     return 0;
   }
   if (NumberOfBytes == 0) {
-    (void)(WaitUntil (IsTransmitterIdle) && WaitUntil (IsReadyToSend));
+    if (WaitUntil (IsTransmitterIdle)) {
+      (void)WaitUntil (IsReadyToSend);
+    }
     return 0;
   }
 

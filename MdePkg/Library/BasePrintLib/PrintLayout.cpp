@@ -9,7 +9,7 @@ constexpr UINTN DigitsPerGroup = 3;
 VOID
 LayOut (PrintWriter &Writer, const PrintDirective &Directive, const LaidOutText &Text)
 {
-  const bool HasGroups = (Text.Flags & COMMA_TYPE) != 0 && Text.Length != 0;
+  const bool HasGroups = (Text.Flags & COMMA_TYPE) != 0;
   UINTN Count = Text.Length;
   if (HasGroups) {
     Count += (Text.Length - 1) / DigitsPerGroup;

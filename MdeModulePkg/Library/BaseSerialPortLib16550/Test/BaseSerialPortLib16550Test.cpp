@@ -96,8 +96,10 @@ TEST_F (SerialPort, SendsFortyBytesAsThreeBurstsEachAfterABoundedWait)
   }
   EXPECT_EQ (mSerialPortUsable, TRUE);
 
-  Transcript.clear ();
+  Uart.StayBusyForReads (65536);
+  EXPECT_EQ (Write (""), 0U) << "not waited for longer";
   EXPECT_EQ (SerialPortWrite (nullptr, 4), 0U);
+  Transcript.clear ();
   Uart.StayBusyForReads (2);
   EXPECT_EQ (Write (""), 0U) << "a wait for the end of what has been sent";
   EXPECT_EQ (Transcript, (AccessTranscript{"io in 3FD 40", "io in 3FD 40", "io in 3FD 60"}));

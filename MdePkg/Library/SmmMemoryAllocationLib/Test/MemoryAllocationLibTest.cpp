@@ -4,6 +4,7 @@
 
 #include "FirmwareTestBench.h"
 #include "SmmAccess.h"
+#include "SmmServicesTableLib.h"
 #include "UefiBootServicesTableLib.h"
 
 namespace {
@@ -94,11 +95,13 @@ TEST_F (SmmMemoryAllocationLib, StartsWithoutRangesWhenTheMapHasNoSize)
              Source + "72 Status == ((RETURN_STATUS)(0x8000000000000000ULL | (5)))");
 }
 
-TEST_F (SmmMemoryAllocationLib, FreesNothingWithoutTheBootServices)
+TEST_F (SmmMemoryAllocationLib, DoesNothingWithoutItsServices)
 {
   gBS = nullptr;
   Construct ();
   EXPECT_EQ (FreedBy (0x1000), "");
+  gSmst = nullptr;
+  EXPECT_EQ (AllocatePool (8), nullptr);
 }
 
 } // namespace

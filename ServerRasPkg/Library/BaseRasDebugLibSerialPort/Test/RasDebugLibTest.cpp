@@ -1,7 +1,5 @@
 #include "RasDebugLib.h"
 
-#include <functional>
-
 #include "CpuService.h"
 #include "RasTestBench.h"
 #include "Record/LoggingLock.h"
@@ -11,28 +9,6 @@ namespace {
 
 constexpr UINTN Released = 1;
 constexpr UINTN Acquired = 2;
-
-/// The machine of the bench, watched while it is written to.
-class WatchedMachine : public HostMachine {
-public:
-  explicit WatchedMachine (SimulatedMachine &Watched) : Machine (Watched) {}
-
-  UINT8
-  IoRead8 (UINT16 Port) override
-  {
-    return Machine.IoRead8 (Port);
-  }
-
-  void
-  IoWrite8 (UINT16 Port, UINT8 Value) override
-  {
-    OnWrite ();
-    Machine.IoWrite8 (Port, Value);
-  }
-
-  SimulatedMachine &Machine;
-  std::function<void ()> OnWrite;
-};
 
 class RasDebugLib : public RasTestBench {
 public:

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <optional>
 
+#include "DxeSmmStandaloneMmHobLib.h"
 #include "HobList.h"
 #include "RasDebugLib.h"
 #include "RasTestBench.h"
@@ -66,6 +67,21 @@ TEST_P (LevelMask, IsFoundOutOnceAndLeftToTheNextDriver)
 }
 
 INSTANTIATE_TEST_SUITE_P (Rows, LevelMask, testing::Range (UINTN{0}, UINTN{std::size (Sources)}));
+
+TEST_F (LevelMask, OfCmosTakesThePlaceOfOneThatComesInBetween)
+{
+  SetCmos (CmosMask);
+  WatchedMachine Watched (Machine);
+  Watched.OnWrite = [&Watched] {
+    SetLevelMask (1); // By another processor.
+    Watched.OnWrite = [] {};
+  };
+  gHostMachine = &Watched;
+  EXPECT_EQ (GetRasLevelMask (), CmosMask);
+  gHostMachine = &Machine;
+  EXPECT_EQ (*static_cast<UINT32 *> (DataOfGuidHob (GetFirstGuidHob (&gRasLevelMaskHobGuid)).Start),
+             CmosMask);
+}
 
 TEST_F (LevelMask, OfAllOnesIsLookedUpAgainWithEachCall)
 {

@@ -97,11 +97,11 @@ public:
   UINTN Accesses = 0;
 };
 
-/// Where USRA finds a register on that machine; it does not find one of 13.
+/// Where USRA finds a register on that machine; it does not find one of 17.
 VOID *EFIAPI
 NoiseAddress (const UsraPcieAddress *Address)
 {
-  return Address->Location % 13 == 0
+  return Address->Location % 17 == 0
              ? nullptr
              : reinterpret_cast<VOID *> ((UINT64{Address->Segment} + 1) << 32 | Address->Location);
 }

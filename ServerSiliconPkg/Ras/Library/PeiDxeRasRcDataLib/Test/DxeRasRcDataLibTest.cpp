@@ -47,6 +47,7 @@ TEST_F (RasRcData, HasToBeThereInBothParts)
 
 TEST_F (RasRcData, IsFoundBehindTheHeadOfItsHob)
 {
+  EXPECT_EQ (GetRasRcHobData (nullptr), nullptr);
   InstallDebugService ();
   auto *Data = static_cast<UINT8 *> (GetRasRcHobData (&gRasRcConfigHobGuid));
   ASSERT_NE (Data, nullptr);
