@@ -40,7 +40,14 @@ Coloured (const Console &Console, Colour Colour, std::string_view Text)
 std::string
 HexText (std::span<const UINT8> Bytes)
 {
-  return fmt::format ("{:02X}", fmt::join (Bytes, " "));
+  constexpr char Digits[] = "0123456789ABCDEF";
+  std::string Text;
+  Text.reserve (3 * Bytes.size ());
+  for (const UINT8 Byte : Bytes) {
+    Text += {Digits[Byte >> 4], Digits[Byte & 0xF], ' '};
+  }
+  Text.resize (Text.size () - (Text.empty () ? 0 : 1));
+  return Text;
 }
 
 Progress::Progress (Console &Console, std::string_view Name, bool OutShowsSteps)

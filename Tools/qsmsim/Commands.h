@@ -55,7 +55,7 @@ struct ReportArguments {
   bool Quiet = false;
   bool Raw = false;
   bool Strict = false; ///< A record without an event is a fault.
-  bool Dot = false; ///< Text for Graphviz in place of all other output.
+  bool Dot = false;    ///< Text for Graphviz in place of all other output.
 };
 
 /// Input that is no record is complained of on standard error, and the others are reported. Returns

@@ -133,13 +133,3 @@ JsonAppender::Null ()
   Text += "null";
   return *this;
 }
-
-JsonAppender &
-JsonAppender::Members (std::string_view Object)
-{
-  if (Object.size () > 2) {
-    Separate ();
-    Text += Object.substr (1, Object.size () - 2);
-  }
-  return *this;
-}

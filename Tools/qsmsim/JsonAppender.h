@@ -26,9 +26,6 @@ public:
   JsonAppender &Null ();
   /// @}
 
-  /// Adds the members of an object that is text already.
-  JsonAppender &Members (std::string_view Object);
-
 private:
   void Separate ();
 

@@ -7,75 +7,62 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using JsonTree = nlohmann::ordered_json;
 
-/// The text, or null if it is empty.
-Json
-TextOrNull (const std::string &Text)
+void
+WriteText (JsonAppender &Json, std::string_view Text)
 {
-  return Text.empty () ? Json () : Json (Text);
+  Text.empty () ? Json.Null () : Json.String (Text);
 }
 
-/// Member by member: a list in braces would be copied.
-Json
-RequestJson (const BmcRequest &Request)
+void
+WriteRequest (JsonAppender &Json, const BmcRequest &Request)
 {
   const Event Event = DecodeEvent (Request.Data);
-  Json Result;
-  Result["netFunction"] = Request.NetFunction;
-  Result["lun"] = Request.Lun;
-  Result["command"] = Request.Command;
-  Result["bytes"] = HexText (Request.Data);
-  Result["class"] = ErrorClassText (Event.ErrorClass);
-  Result["severity"] = EventSeverityText (Event.Severity);
-  Result["id"] = Event.DeviceId;
-  return Result;
+  Json.Key ("netFunction").Number (Request.NetFunction);
+  Json.Key ("lun").Number (Request.Lun);
+  Json.Key ("command").Number (Request.Command);
+  Json.Key ("bytes").String (HexText (Request.Data));
+  Json.Key ("class").String (ErrorClassText (Event.ErrorClass));
+  Json.Key ("severity").String (EventSeverityText (Event.Severity));
+  Json.Key ("id").String (Event.DeviceId);
 }
 
-Json
-LostJson (const BmcRequest &Request)
+void
+WriteEvents (JsonAppender &Json, const std::vector<BmcRequest> &Events)
 {
-  Json Result = RequestJson (Request);
-  Result["transportStatus"] = Request.Status;
-  Result["completionCode"] = Request.CompletionCode ? Json (*Request.CompletionCode) : Json ();
-  return Result;
+  Json.Key ("events").Open ('[');
+  for (const BmcRequest &Request : Events) {
+    Json.Open ('{');
+    WriteRequest (Json, Request);
+    Json.Close ('}');
+  }
+  Json.Close (']');
 }
 
-Json
-DropReasonJson (const std::optional<DropReason> &Reason)
+void
+WriteLost (JsonAppender &Json, const std::vector<BmcRequest> &Lost)
 {
-  return Reason ? Json{{"code", Reason->Code}, {"text", Reason->Text}} : Json ();
+  Json.Key ("lost").Open ('[');
+  for (const BmcRequest &Request : Lost) {
+    Json.Open ('{');
+    WriteRequest (Json, Request);
+    Json.Key ("transportStatus").Number (Request.Status).Key ("completionCode");
+    Request.CompletionCode ? Json.Number (*Request.CompletionCode) : Json.Null ();
+    Json.Close ('}');
+  }
+  Json.Close (']');
 }
 
-/// What came of a record, but for what it says.
-Json
-OutcomeJson (const Outcome &Outcome, bool WithLog)
+void
+WriteReason (JsonAppender &Json, const std::optional<DropReason> &Reason)
 {
-  Json Result = Json::object ();
-  if (Outcome.File != nullptr) {
-    Result["readAs"] = TextOrNull (Outcome.File->Form);
+  Json.Key ("dropped");
+  if (!Reason) {
+    Json.Null ();
+    return;
   }
-  if (WithLog) {
-    Result["log"] = Outcome.Log;
-  }
-  Result["events"] = Json::array ();
-  for (const BmcRequest &Request : Outcome.Events) {
-    Result["events"].push_back (RequestJson (Request));
-  }
-  Result["lost"] = Json::array ();
-  for (const BmcRequest &Request : Outcome.Lost) {
-    Result["lost"].push_back (LostJson (Request));
-  }
-  Result["dropped"] = DropReasonJson (Outcome.Dropped);
-  Result["fault"] = TextOrNull (Outcome.Fault);
-  return Result;
-}
-
-/// Bytes that are no UTF-8 are replaced.
-std::string
-JsonText (const Json &Value, int Indent)
-{
-  return Value.dump (Indent, ' ', false, Json::error_handler_t::replace);
+  Json.Open ('{').Key ("code").String (Reason->Code).Key ("text").String (Reason->Text).Close ('}');
 }
 
 /// The object of an outcome, with what its record says ahead.
@@ -83,20 +70,38 @@ std::string
 OutcomeText (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
 {
   std::string Text;
-  JsonAppender Object (Text);
-  Object.Open ('{');
+  JsonAppender Json (Text);
+  Json.Open ('{');
   if (Outcome.File != nullptr) {
-    WriteRecord (Object, Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
+    WriteRecord (Json, Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
+    WriteText (Json.Key ("readAs"), Outcome.File->Form);
   }
-  Object.Members (JsonText (OutcomeJson (Outcome, WithLog), -1));
-  Object.Close ('}');
+  if (WithLog) {
+    Json.Key ("log").Open ('[');
+    for (const std::string &Line : Outcome.Log) {
+      Json.String (Line);
+    }
+    Json.Close (']');
+  }
+  WriteEvents (Json, Outcome.Events);
+  WriteLost (Json, Outcome.Lost);
+  WriteReason (Json, Outcome.Dropped);
+  WriteText (Json.Key ("fault"), Outcome.Fault);
+  Json.Close ('}');
   return Text;
 }
 
-Json
+/// Bytes that are no UTF-8 are replaced.
+std::string
+JsonText (const JsonTree &Value, int Indent)
+{
+  return Value.dump (Indent, ' ', false, JsonTree::error_handler_t::replace);
+}
+
+JsonTree
 SummaryJson (const Summary &Summary)
 {
-  Json Kinds = Json::object ();
+  JsonTree Kinds = JsonTree::object ();
   for (const auto &[Kind, Count] : Summary.ByKind) {
     Kinds[ErrorClassText (Kind.first)][EventSeverityText (Kind.second)] = Count;
   }
@@ -144,14 +149,14 @@ public:
       : Target (Console), Decoder (OfRecords), WithLog (LogWanted),
         Document ({{"platform", OfRecords.PlatformName ()},
                    {"cpu", OfRecords.ReportingProcessor ()},
-                   {"records", Json::array ()}})
+                   {"records", JsonTree::array ()}})
   {
   }
 
   void
   Take (const Outcome &Outcome) override
   {
-    Json Value = Json::parse (OutcomeText (Outcome, Decoder, WithLog));
+    JsonTree Value = JsonTree::parse (OutcomeText (Outcome, Decoder, WithLog));
     if (Outcome.File == nullptr) {
       Document["boot"] = std::move (Value);
     } else {
@@ -170,7 +175,7 @@ private:
   Console &Target;
   const RecordDecoder &Decoder;
   bool WithLog;
-  Json Document;
+  JsonTree Document;
 };
 
 } // namespace
