@@ -30,9 +30,10 @@ LinesOf (std::span<const DebugLine> Log)
 void
 TakeRequests (std::vector<BmcRequest> Requests, Outcome &Outcome)
 {
-  const auto Lost = std::ranges::stable_partition (Requests, &BmcRequest::IsTaken);
-  std::ranges::move (Lost, std::back_inserter (Outcome.Lost));
-  Requests.erase (Lost.begin (), Lost.end ());
+  const auto Lost = std::stable_partition (Requests.begin (), Requests.end (),
+                                           [] (const BmcRequest &Each) { return Each.IsTaken (); });
+  std::move (Lost, Requests.end (), std::back_inserter (Outcome.Lost));
+  Requests.erase (Lost, Requests.end ());
   Outcome.Events = std::move (Requests);
 }
 
