@@ -9,6 +9,12 @@
 #include "Record/ErrorClass.h"
 #include "Record/RequestData.h"
 
+bool
+NamesDevice (const Event &Event)
+{
+  return !Event.DeviceId.empty () && Event.DeviceId != "<null string>";
+}
+
 Event
 DecodeEvent (std::span<const UINT8> Data)
 {

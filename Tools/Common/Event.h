@@ -14,6 +14,9 @@ struct Event {
   std::string DeviceId;
 };
 
+/// Whether the event has an id, and not what stands for none.
+bool NamesDevice (const Event &Event);
+
 /// Decodes the data of the command; bytes that are missing count as zeros.
 Event DecodeEvent (std::span<const UINT8> Data);
 

@@ -147,6 +147,21 @@ AddReport (CLI::App &App, ReportArguments &Arguments)
   return Report;
 }
 
+void
+AddDecode (CLI::App &App, DecodeArguments &Arguments, Console &Console)
+{
+  CLI::App *Decode = App.add_subcommand ("decode", "Print what an event says that the BMC got");
+  Decode
+      ->add_option ("BYTES", Arguments.Words,
+                    "The command's bytes in hexadecimal, with or without NetFn and Cmd in front; a "
+                    "line of qsmbmc or of its log; or an OEM record e0, as \"ipmitool sel list\" "
+                    "prints it")
+      ->required ();
+  CLI::Option *Json = Decode->add_flag ("--json", Arguments.Json, "Print JSON");
+  Decode->add_flag ("--redfish", Arguments.Redfish, "Print a Redfish LogEntry")->excludes (Json);
+  Decode->callback ([&] { RunDecode (Arguments, Console); });
+}
+
 /// Adds the command that makes records of one section.
 void
 AddSection (CLI::App &Make, MakeArguments &Arguments, const std::string &Help)
@@ -212,6 +227,8 @@ QsmsimMain (int ArgumentCount, const char *const *Arguments, Console &Console)
   int ExitCode = EXIT_DONE;
   ReportArguments Report;
   AddReport (App, Report)->callback ([&] { ExitCode = RunReport (Report, Console); });
+  DecodeArguments Decode;
+  AddDecode (App, Decode, Console);
   std::list<MakeArguments> Make;
   AddMake (App, Make);
   ShowArguments Show;

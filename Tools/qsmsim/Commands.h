@@ -62,6 +62,15 @@ struct ReportArguments {
 /// the exit code.
 int RunReport (const ReportArguments &Arguments, Console &Console);
 
+struct DecodeArguments {
+  std::vector<std::string> Words; ///< One text, as the shell has parted it.
+  bool Json = false;
+  bool Redfish = false;
+};
+
+/// Prints what an event says.
+void RunDecode (const DecodeArguments &Arguments, Console &Console);
+
 struct ShowArguments {
   BootArguments Boot; ///< Of which the inventory needs the platform only.
   bool Json = false;

@@ -1,12 +1,11 @@
 #include "Bmc.h"
 
-#include <fstream>
-#include <sstream>
 #include <utility>
 
 #include <gtest/gtest.h>
 
 #include "EventJudge.h"
+#include "EventVectors.h"
 
 namespace {
 
@@ -55,43 +54,10 @@ public:
                  [this] (const IpmiMessage &, UINT8 Code) { Refusals.push_back (Code); }};
 };
 
-/// An event command of QSM_EVENT_VECTORS, and its completion code.
-struct Vector {
-  std::string Line;
-  UINT8 CompletionCode, Lun;
-  Bytes Data;
-};
-
-std::vector<Vector>
-Vectors ()
-{
-  std::vector<Vector> Found;
-  std::ifstream File (QSM_EVENT_VECTORS);
-  for (std::string Line; std::getline (File, Line);) {
-    std::istringstream Words (Line.substr (0, Line.find ('#')));
-    std::string Code, Lun, Word;
-    if (!(Words >> Code >> Lun)) {
-      continue;
-    }
-    const auto Hex = [] (const std::string &Text) {
-      return static_cast<UINT8> (std::stoul (Text, nullptr, 16));
-    };
-    Found.push_back ({Line, Hex (Code), Hex (Lun), {}});
-    while (Words >> Word) {
-      const std::size_t Times = Word.find ('x');
-      Found.back ().Data.insert (Found.back ().Data.end (),
-                                 Times == std::string::npos ? 1
-                                                            : std::stoul (Word.substr (Times + 1)),
-                                 Hex (Word.substr (0, 2)));
-    }
-  }
-  return Found;
-}
-
 TEST_F (BmcTest, JudgesEventsAsTheModuleOfTheOtherBmcDoes)
 {
-  ASSERT_GT (Vectors ().size (), 15U);
-  for (const Vector &Each : Vectors ()) {
+  ASSERT_GT (EventVectors ().size (), 15U);
+  for (const EventVector &Each : EventVectors ()) {
     SCOPED_TRACE (Each.Line);
     Events.clear ();
     const auto Answers = Ask (Request (Each.Data, 0x32, 0x2C, Each.Lun));

@@ -103,9 +103,9 @@ TEST_F (BadInput, IncludesAnOutputThatCannotBeWritten)
 TEST_F (BadInput, IsNotAskedForWithHelp)
 {
   for (const char *Command :
-       {"", "report ", "make ", "make memory ", "make pcie ", "make processor ", "make other ",
-        "show ", "show inventory ", "show stores ", "show hobs ", "show log ", "show topology ",
-        "show pointers ", "show upi "}) {
+       {"", "report ", "decode ", "make ", "make memory ", "make pcie ", "make processor ",
+        "make other ", "show ", "show inventory ", "show stores ", "show hobs ", "show log ",
+        "show topology ", "show pointers ", "show upi "}) {
     SCOPED_TRACE (Command);
     const ToolResult Result = Run (std::string (Command) + "--help");
     EXPECT_EQ (Result.ExitCode, 0);
