@@ -116,7 +116,7 @@ AerStatuses (const CperDescription &Description)
                          AppendBits<UncorrectableErrors>});
     Statuses.push_back (
         {"correctable", "AER correctable", Aer->CorrectedStatus, AppendBits<CorrectableErrors>});
-    const auto PortType = ValueOf (Description.Fields, "port-type");
+    const UINT64 PortType = ValueOf (Description.Fields, "port-type").value_or (0);
     if (PortType == PciePortTypeRootPort || PortType == PciePortTypeEventCollector) {
       Statuses.push_back (
           {"root", "AER root", Aer->RootErrorStatus & ROOT_ERRORS, AppendBits<RootErrors>});

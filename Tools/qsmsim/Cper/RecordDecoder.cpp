@@ -84,7 +84,8 @@ RecordDecoder::Describe (std::span<const UINT8> Bytes) const
   Description.Body = PartOf (Bytes, First.SectionOffset, First.SectionLength);
   if (Description.Kind != nullptr) {
     Description.Fields = FieldsOf (*Description.Kind, Description.Body);
-    if (First.SectionOffset != BODY_READ_OFFSET) {
+    const UINTN ReadSize = Description.Kind->ReadSize () - BODY_READ_OFFSET;
+    if (First.SectionOffset != BODY_READ_OFFSET || First.SectionLength < ReadSize) {
       Description.DriverReads = DriverFields (*Description.Kind, Bytes);
     }
   }

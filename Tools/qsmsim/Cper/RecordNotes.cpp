@@ -94,20 +94,32 @@ NoteOtherSections (CperDescription &Description)
 void
 NoteOffset (CperDescription &Description)
 {
-  const UINT32 Offset = Description.Sections.front ().Descriptor.SectionOffset;
-  if (Description.Kind == nullptr || Offset == BODY_READ_OFFSET) {
+  const CperSectionDescriptor &First = Description.Sections.front ().Descriptor;
+  const bool DriverReads = !Description.DriverReads.empty ();
+  auto &Notes = Description.Notes;
+  if (Description.Kind == nullptr) {
     return;
   }
-  Description.Notes.push_back (
+  if (First.SectionOffset == BODY_READ_OFFSET) {
+    if (DriverReads) {
+      Notes.push_back (
+          {"body-too-short",
+           fmt::format ("the first section's body has {} bytes, the driver reads beyond "
+                        "them",
+                        +First.SectionLength)});
+    }
+    return;
+  }
+  Notes.push_back (
       {"body-not-at-200",
-       Description.DriverReads.empty ()
-           ? fmt::format (
-                 "the first section's body is at {} and not at {}; the driver reads none of it",
-                 Offset, BODY_READ_OFFSET)
+       DriverReads
+           ? fmt::format ("the first section's body is at {}, the driver reads it at {}: the event "
+                          "may name a wrong device",
+                          +First.SectionOffset, BODY_READ_OFFSET)
            : fmt::format (
-                 "the first section's body is at {}, the driver reads it at {}: the event may "
-                 "name a wrong device",
-                 Offset, BODY_READ_OFFSET)});
+                 "the first section's body is at {} and not at {}; the driver reads none of "
+                 "it",
+                 +First.SectionOffset, BODY_READ_OFFSET)});
 }
 
 /// "socket, channel and dimm" of the fields for which Holds.

@@ -138,7 +138,7 @@ FieldText (const CperDescription::FieldValue &Of)
 {
   const CperField &Field = *Of.Field;
   if (!Of.Value) {
-    return fmt::format ("{} (not in the file)", Field.Name);
+    return fmt::format ("{} missing", Field.Name);
   }
   std::string Meaning;
   if (Field.Form.Meaning != nullptr) {

@@ -98,21 +98,36 @@ TEST_F (Report, TakesThePlatformFromItsFile)
 TEST_F (Report, PointsOutWhatTheDriverReadsDifferently)
 {
   Make ("memory --socket 0x101 --channel 2 --dimm 0 -o record");
-  std::string Record = Read ("record");
-  Record[10] = 2;   // SectionCount
-  Record[128] = 24; // low byte of SectionOffset
-  Record[176] = 1;  // SectionSeverity
-  Record[200] = 0;  // ValidationBits
-  Write ("record", Record + "more");
-  const Json Result = ReportJson ("record")["records"][0];
-  std::string Codes;
-  for (const Json &Note : Result["notes"]) {
-    Codes += Note["code"].get<std::string> () + " ";
+  const struct {
+    std::map<UINTN, char> Bytes; ///< By their offsets.
+    const char *Event, *Codes;
+  } Rows[] = {
+      // RecordLength, SectionCount, SectionOffset, SectionSeverity, ValidationBits
+      {{{20, 9}, {10, 2}, {128, 24}, {176, 1}, {200, 0}},
+       "memory Warning CPU1_C2_D0",
+       "record-length-differs section-count section-severity-differs section-severity-differs "
+       "body-not-at-200 location-not-valid low-bits-compared "},
+      // SectionLength, and ErrorSeverity with SectionSeverity
+      {{{132, 34}}, "memory Warning CPU1_C2_D0", "body-too-short low-bits-compared "},
+      {{{12, 7}, {176, 7}},
+       "memory Critical CPU1_C2_D0",
+       "severity-unknown low-bits-compared informational-is-critical "},
+  };
+  const std::string Whole = Read ("record");
+  for (const auto &Row : Rows) {
+    std::string Record = Whole;
+    for (const auto &[Offset, Byte] : Row.Bytes) {
+      Record[Offset] = Byte;
+    }
+    Write ("record", Record);
+    const Json Result = ReportJson ("record --raw")["records"][0];
+    std::string Codes;
+    for (const Json &Note : Result["notes"]) {
+      Codes += Note["code"].get<std::string> () + " ";
+    }
+    EXPECT_EQ (Codes, Row.Codes);
+    EXPECT_EQ (Outcome (Result), Row.Event);
   }
-  EXPECT_EQ (Codes, "record-length-differs section-count section-severity-differs "
-                    "section-severity-differs body-not-at-200 location-not-valid "
-                    "low-bits-compared ");
-  EXPECT_EQ (Outcome (Result), "memory Warning CPU1_C2_D0");
 }
 
 TEST_F (Report, HandsOverRawBytesInAPageOfZeros)
