@@ -8,6 +8,7 @@
 #include "BmcAnswers.h"
 #include "CompletionCode.h"
 #include "CperLayout.h"
+#include "CperNames.h"
 #include "DevicePlace.h"
 #include "Event.h"
 #include "Guid.h"
@@ -63,6 +64,15 @@ WhyNotTaken (const BmcRequest &Request, std::span<const std::string> Log)
   }
   return {"bmc-refused",
           "the BMC refused the event: " + CompletionCodeText (*Request.CompletionCode), Line};
+}
+
+/// "ARM processor (E19E3D16-...)", or the identifier alone.
+std::string
+TypeText (const EFI_GUID &SectionType)
+{
+  const char *Name = SectionTypeName (SectionType);
+  return Name != nullptr ? fmt::format ("{} ({})", Name, GuidText (SectionType))
+                         : GuidText (SectionType);
 }
 
 /// Whether the status code is of the driver's type.
@@ -187,9 +197,8 @@ WhyDropped (const ReportedRecord &Reported,
   const EFI_GUID SectionType = FrontOf (Reported.File.Bytes).Section.SectionType;
   const CperSection *Section = FindCperSection (SectionType);
   if (Section == nullptr) {
-    return {"unknown-section",
-            fmt::format ("the driver knows no section of the type {}, and logs nothing",
-                         GuidText (SectionType))};
+    return {"unknown-section", "the driver does not know the first section's type, " +
+                                   TypeText (SectionType) + ", and logs nothing"};
   }
   if (std::string Line = FindLine (Log, NotFoundLine); !Line.empty ()) {
     return WhyNotFound (Reported, Section->ErrorClass, std::move (Line));

@@ -33,8 +33,8 @@ constexpr struct {
      "severity-without-event",
      "nic (01:02.0) is there, but pcie errors of this severity give no event: severity 7"},
     {"other --section-type 81212A96-09ED-4996-9471-8D729C8E69ED", "", "unknown-section",
-     "the driver knows no section of the type 81212A96-09ED-4996-9471-8D729C8E69ED, and logs "
-     "nothing"},
+     "the driver does not know the first section's type, firmware "
+     "(81212A96-09ED-4996-9471-8D729C8E69ED), and logs nothing"},
     {"processor", "--status-code 1:0x03071009", "wrong-status-code",
      "the driver leaves this status code to others: the low byte of its type 0x00000001 is not "
      "0x02, and its value 0x03071009 is not 0x03071008"},
