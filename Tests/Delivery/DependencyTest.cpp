@@ -1,9 +1,16 @@
 /// What the platform has to bring: the driver's firmware file and docs/integration.md say what its
-/// start does without.
+/// boot does without, and the latter what it logs.
 
 #include <fstream>
+#include <functional>
+#include <regex>
 #include <set>
 
+#include <fmt/format.h>
+
+#include "BootServices.h"
+#include "Cper/Guid.h"
+#include "Guid/HobList.h"
 #include "Guid/RasRcHob.h"
 #include "GuidNames.h"
 #include "HobList.h"
@@ -12,52 +19,105 @@
 #include "Record/IioSiPolicy.h"
 #include "Record/StaticPointerTable.h"
 #include "Record/UpiHostData.h"
+#include "SmmServices.h"
 #include "TestPlatform.h"
+#include "TestRecords.h"
 
 namespace {
 
 using Names = std::set<std::string>;
 
-/// What a load comes to, as the tables of the document say it.
+/// What the fourth byte of CMOS from 0x4C on holds when the drivers' lines of the RAS log pass.
+constexpr UINT8 RasLogLevel = 0x08;
+
+/// Where the processor has stopped. The RAS libraries' own assertions are in their log alone.
+std::string
+Place (const SimulatedPlatform &Platform, const std::string &Stopped)
+{
+  std::smatch Site;
+  if (std::regex_search (Stopped, Site, std::regex ("at (.+):(\\d+)"))) {
+    return Site.format ("stops at $1 line $2");
+  }
+  EXPECT_TRUE (std::regex_search (Platform.Machine.Uart.Sent, Site,
+                                  std::regex ("RAS ASSERT ERROR found -- (.+ line \\d+)!")));
+  return Site.format ("stops at $1 (RAS log)");
+}
+
+/// What a boot comes to, as the tables of the document say it.
 std::string
 Outcome (SimulatedPlatform &Platform)
 {
-  const CallResult Load = Platform.LoadDriver ();
-  if (!Load.Stopped.empty ()) {
-    constexpr std::string_view Stop = "processor stopped ";
-    EXPECT_TRUE (Load.Stopped.starts_with (Stop));
-    const std::string Place = Load.Stopped.substr (Stop.size ());
-    const std::size_t Colon = Place.find (':');
-    return "stops " + (Colon == std::string::npos
-                           ? Place
-                           : Place.substr (0, Colon) + " line " + Place.substr (Colon + 1));
+  Platform.Machine.Cmos.Bytes[0x4F] = RasLogLevel;
+  const CallResult Load = LoadWithFailingCalls (Platform);
+  if (Load.Stopped.starts_with ("freed")) {
+    return "gives SMM pool to the boot services' `FreePool`";
   }
-  return EFI_ERROR (Load.Status) ? "fails" : "goes on without";
+  if (!Load.Stopped.empty ()) {
+    return Place (Platform, Load.Stopped);
+  }
+  if (EFI_ERROR (Load.Status)) {
+    return "leaves with an error";
+  }
+  const CallResult Lock = Platform.SignalReadyToLock ();
+  if (!Lock.Stopped.empty ()) {
+    return "starts; at SmmReadyToLock it " + Place (Platform, Lock.Stopped);
+  }
+  EXPECT_EQ (Platform.Report (MemoryRecord (CperSeverityCorrected, 1, 2, 0)).Events.size (), 1U);
+  return "goes on";
 }
 
-/// Rows "| `gNameGuid` | ORIGIN | OUTCOME |" by what is withheld, for everything that is there.
-std::map<std::string, std::string>
-ProtocolRows ()
+/// What comes of a boot in which something is missing.
+struct Outcomes {
+  std::string Title; ///< "`gNameGuid` | GUID", and in which database it would be.
+  std::string WithDebugService, WithoutDebugService;
+};
+using OutcomesByName = std::map<std::string, Outcomes>;
+
+Outcomes
+BootWithout (const NamedGuid &Missing, const char *Origin, const std::function<void ()> &Take)
 {
-  std::map<std::string, std::string> Rows;
+  Outcomes Found = {
+      fmt::format ("`g{}Guid` | {}{}", Missing.Name, GuidText (Missing.Guid), Origin), {}, {}};
+  for (auto [Debug, Text] : {std::pair (DebugWorld::Present, &Found.WithDebugService),
+                             std::pair (DebugWorld::Absent, &Found.WithoutDebugService)}) {
+    BootedPlatform Platform (FourSockets (), Debug);
+    Take ();
+    *Text = Outcome (Platform);
+  }
+  return Found;
+}
+
+bool
+IsThere (ProtocolSpace Space, const EFI_GUID &Protocol)
+{
+  const BootedPlatform Platform (FourSockets (), DebugWorld::Present);
+  VOID *Interface = nullptr;
+  return !EFI_ERROR (ProtocolLocate (Space, &Protocol, &Interface));
+}
+
+/// For each protocol that is there.
+OutcomesByName
+Protocols ()
+{
+  OutcomesByName All;
   for (const NamedGuid &Protocol : NamedGuids ()) {
     for (const ProtocolSpace Space : {ProtocolSmm, ProtocolBoot}) {
-      BootedPlatform Platform (FourSockets (), DebugWorld::Present);
-      VOID *Interface = nullptr;
-      if (!EFI_ERROR (ProtocolLocate (Space, &Protocol.Guid, &Interface))) {
-        ProtocolRemove (Space, &Protocol.Guid);
-        const std::string Without = Outcome (Platform);
-        Rows[GuidName (Protocol.Guid)] =
-            std::string (Space == ProtocolSmm ? "SMM | " : "boot services | ") +
-            (Without.starts_with ("goes on") ? "" : "waits, or ") + Without;
+      // A GUID with two names counts by the first.
+      if (IsThere (Space, Protocol.Guid) && GuidName (Protocol.Guid) == Protocol.Name) {
+        Outcomes &Without = All[Protocol.Name] =
+            BootWithout (Protocol, Space == ProtocolSmm ? " | SMM" : " | boot services",
+                         [&] { ProtocolRemove (Space, &Protocol.Guid); });
+        if (Without.WithDebugService.starts_with ("stops")) {
+          Without.WithDebugService.insert (0, "waits, or ");
+        }
       }
     }
   }
-  return Rows;
+  return All;
 }
 
-std::map<std::string, std::string>
-HobRows ()
+OutcomesByName
+Hobs ()
 {
   constexpr NamedGuid Hobs[] = {
       {gStaticPointerHobGuid, "StaticPointerHob"}, {gUpiFirstRecordHobGuid, "UpiFirstRecordHob"},
@@ -65,20 +125,21 @@ HobRows ()
       {gIioSiPolicyHobGuid, "IioSiPolicyHob"},     {gRasRcPolicyHobGuid, "RasRcPolicyHob"},
       {gRasRcConfigHobGuid, "RasRcConfigHob"},
   };
-  std::map<std::string, std::string> Rows;
+  OutcomesByName All;
   for (const NamedGuid &Hob : Hobs) {
-    BootedPlatform Platform (FourSockets (), DebugWorld::Present);
-    HobListRemove (&Hob.Guid);
-    Rows[Hob.Name] = "HOB | " + Outcome (Platform);
+    All[Hob.Name] = BootWithout (Hob, "", [&] { HobListRemove (&Hob.Guid); });
   }
-  return Rows;
+  All["EfiHobList"] = BootWithout ({gEfiHobListGuid, "EfiHobList"}, "", [] {
+    gSystemTable.NumberOfTableEntries = gSmmSystemTable.NumberOfTableEntries = 0;
+  });
+  return All;
 }
 
 TEST (Dependencies, AreTheProtocolsWithoutWhichTheDriverDoesNotStart)
 {
   Names Needed;
-  for (const auto &[Name, Row] : ProtocolRows ()) {
-    if (!Row.ends_with ("goes on without")) {
+  for (const auto &[Name, Without] : Protocols ()) {
+    if (Without.WithDebugService.starts_with ("waits")) {
       Needed.insert (Name);
     }
   }
@@ -89,22 +150,48 @@ TEST (Dependencies, AreTheProtocolsWithoutWhichTheDriverDoesNotStart)
   EXPECT_EQ (Needed, Expected);
 }
 
-TEST (Dependencies, AreWhatTheDocumentSays)
+/// The lines of the document that begin so.
+std::vector<std::string>
+DocumentLines (std::string_view Start)
 {
-  std::set<std::string> Written;
+  std::vector<std::string> Lines;
   std::ifstream Document (QSM_INTEGRATION_DOCUMENT);
   for (std::string Line; std::getline (Document, Line);) {
-    if (Line.starts_with ("| `g")) {
-      Written.insert (Line);
+    if (Line.starts_with (Start)) {
+      Lines.push_back (Line);
     }
   }
-  std::set<std::string> Found;
-  for (const auto &Rows : {ProtocolRows (), HobRows ()}) {
-    for (const auto &[Name, Row] : Rows) {
-      Found.insert ("| `g" + Name + "Guid` | " + Row + " |");
+  return Lines;
+}
+
+TEST (Dependencies, AreWhatTheDocumentSays)
+{
+  const std::vector<std::string> Lines = DocumentLines ("| `g");
+  const Names Written (Lines.begin (), Lines.end ());
+  Names Found;
+  for (const auto &All : {Protocols (), Hobs ()}) {
+    for (const auto &[Name, Without] : All) {
+      Found.insert (fmt::format ("| {} | {} | {} |", Without.Title, Without.WithDebugService,
+                                 Without.WithoutDebugService));
     }
   }
   EXPECT_EQ (Written, Found);
+}
+
+TEST (Logs, AreWhatTheDocumentSays)
+{
+  BootedPlatform Platform (FourSockets (), DebugWorld::Present);
+  Platform.Machine.Cmos.Bytes[0x4F] = RasLogLevel;
+  const std::string Start = Platform.LoadDriver ().Transcript ();
+  const std::string Lock = Platform.SignalReadyToLock ().Transcript ();
+  std::string Logs = Platform.Machine.Uart.Sent + Start + Lock;
+  Logs = std::regex_replace (Logs, std::regex ("(SktId.*\\r\\n)+|(  Setting .*\\n)+"), "...\n");
+  Logs = std::regex_replace (Logs, std::regex ("(^|\\n)(.*?) *\\r?(?=\\n)"), "$1    $2");
+  std::string Written;
+  for (const std::string &Line : DocumentLines ("    ")) {
+    Written += (Line.starts_with ("    ...") ? "    ..." : Line) + '\n';
+  }
+  EXPECT_EQ (Written, Logs);
 }
 
 } // namespace

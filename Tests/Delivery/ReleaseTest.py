@@ -49,7 +49,8 @@ class Release(unittest.TestCase):
     def test_it_is_whole(self):
         files = {str(path.relative_to(self.path)) for path in self.path.rglob('*')
                  if path.is_file()}
-        documents = {f'docs/{path.name}' for path in (ROOT / 'docs').glob('*.md')}
+        documents = {str(path.relative_to(ROOT)) for directory in ('docs', 'Include')
+                     for path in (ROOT / directory).rglob('*') if path.suffix in ('.md', '.h')}
         self.assertLessEqual(
             {f'{NAME}.{form}' for form in ('efi', 'ffs', 'depex', 'map', 'debug.efi')} |
             {'LICENSE', 'README.md', 'CHANGELOG.md', 'size.txt', 'sbom.cdx.json'} | documents,
