@@ -1,6 +1,7 @@
 /// What the platform has to bring: the driver's firmware file and docs/integration.md say what its
 /// boot does without, and the latter what it logs.
 
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <regex>
@@ -150,12 +151,19 @@ TEST (Dependencies, AreTheProtocolsWithoutWhichTheDriverDoesNotStart)
   EXPECT_EQ (Needed, Expected);
 }
 
+std::string
+TextOf (const std::filesystem::path &File)
+{
+  std::ifstream Stream (File);
+  return {std::istreambuf_iterator<char> (Stream), {}};
+}
+
 /// The lines of the document that begin so.
 std::vector<std::string>
 DocumentLines (std::string_view Start)
 {
   std::vector<std::string> Lines;
-  std::ifstream Document (QSM_INTEGRATION_DOCUMENT);
+  std::ifstream Document (QSM_SOURCES "/docs/integration.md");
   for (std::string Line; std::getline (Document, Line);) {
     if (Line.starts_with (Start)) {
       Lines.push_back (Line);
@@ -192,6 +200,25 @@ TEST (Logs, AreWhatTheDocumentSays)
     Written += (Line.starts_with ("    ...") ? "    ..." : Line) + '\n';
   }
   EXPECT_EQ (Written, Logs);
+}
+
+TEST (Logs, AreQuotedInTroubleAsTheyAre)
+{
+  std::string Known;
+  for (const auto &Entry : std::filesystem::directory_iterator (QSM_SOURCES "/Tests/Transcripts")) {
+    Known += TextOf (Entry.path ());
+  }
+  std::erase (Known, '|'); // Parts the bursts of the serial port.
+  std::string Document = TextOf (QSM_SOURCES "/docs/troubleshooting.md");
+  Document = Document.substr (0, Document.find ("## The reasons"));
+  const std::regex Quoted ("\"([^\"\\n]+)\"");
+  UINTN Count = 0;
+  for (std::sregex_iterator Each (Document.begin (), Document.end (), Quoted), Last; Each != Last;
+       ++Each) {
+    EXPECT_NE (Known.find (Each->str (1)), std::string::npos) << Each->str ();
+    ++Count;
+  }
+  EXPECT_GT (Count, 15U);
 }
 
 } // namespace
