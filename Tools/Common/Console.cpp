@@ -46,7 +46,9 @@ HexText (std::span<const UINT8> Bytes)
   for (const UINT8 Byte : Bytes) {
     Text += {Digits[Byte >> 4], Digits[Byte & 0xF], ' '};
   }
-  Text.resize (Text.size () - (Text.empty () ? 0 : 1));
+  if (!Text.empty ()) {
+    Text.pop_back ();
+  }
   return Text;
 }
 
