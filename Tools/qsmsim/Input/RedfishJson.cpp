@@ -238,8 +238,11 @@ RedfishJson::Next ()
       }
       Inner.reset ();
     }
-    if (Entries.empty () && !ReadValue ()) {
-      return std::nullopt;
+    if (Entries.empty ()) {
+      if (!ReadValue ()) {
+        return std::nullopt;
+      }
+      continue; // The value may have none.
     }
     const Entry First = std::move (Entries.front ());
     Entries.pop_front ();
