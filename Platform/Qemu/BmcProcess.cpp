@@ -48,8 +48,8 @@ BmcProcess::Start ()
       ChildStreams{.Input = Theirs.Get (), .Output = Theirs.Get (), .Error = STDERR_FILENO});
   Channel = LineChannel (std::move (Ours), Options.Patience);
   Theirs.Close ();
-  ReadUntil ("listening");
-  ReadUntil ("mode");
+  ReadUntil ({"listening"});
+  ReadUntil ({"mode"});
 }
 
 void
@@ -96,30 +96,39 @@ BmcEvent
 BmcProcess::WaitForEvent (int MachineEnd)
 {
   if (Events.empty ()) {
-    ReadUntil ("sequence", MachineEnd);
+    ReadUntil ({"sequence"}, MachineEnd);
   }
   BmcEvent First = Events.front ();
   Events.erase (Events.begin ());
   return First;
 }
 
+void
+BmcProcess::WaitForRequest (int MachineEnd)
+{
+  if (Events.empty ()) {
+    ReadUntil ({"sequence", "refused"}, MachineEnd);
+  }
+}
+
 std::string
 BmcProcess::Ask (const std::string &Line, const std::string &Key)
 {
   Channel.WriteLine (Line);
-  return ReadUntil (Key);
+  return ReadUntil ({Key});
 }
 
-/// Reads up to the line that has the key, keeps all events, and returns the value if it is a text.
+/// Reads up to the line that has one of the keys, keeps all events, and returns the value if it is
+/// a text.
 std::string
-BmcProcess::ReadUntil (const std::string &Key, int SenderEnd)
+BmcProcess::ReadUntil (const std::vector<std::string> &Keys, int SenderEnd)
 {
   for (;;) {
     std::string Line;
     try {
       Line = Channel.ReadLine (SenderEnd);
     } catch (const MachineError &Error) {
-      throw MachineError (fmt::format ("BMC: {}: {}", Key, Error.what ()));
+      throw MachineError (fmt::format ("BMC: {}: {}", Keys.front (), Error.what ()));
     }
     const auto Json = nlohmann::json::parse (Line, nullptr, false);
     if (!Json.is_object ()) {
@@ -128,8 +137,10 @@ BmcProcess::ReadUntil (const std::string &Key, int SenderEnd)
     if (Json.contains ("sequence")) {
       Events.push_back (ReadEvent (Json));
     }
-    if (const auto Value = Json.find (Key); Value != Json.end ()) {
-      return Value->is_string () ? Value->get<std::string> () : "";
+    for (const std::string &Key : Keys) {
+      if (const auto Value = Json.find (Key); Value != Json.end ()) {
+        return Value->is_string () ? Value->get<std::string> () : "";
+      }
     }
   }
 }

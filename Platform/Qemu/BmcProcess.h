@@ -56,9 +56,13 @@ public:
   /// behind which nobody sends one; -1 is none.
   BmcEvent WaitForEvent (int MachineEnd = -1);
 
+  /// Waits for the next request that is an event or that the BMC refuses, as WaitForEvent does. An
+  /// event is kept for TakeEvents.
+  void WaitForRequest (int MachineEnd = -1);
+
 private:
   std::string Ask (const std::string &Line, const std::string &Key);
-  std::string ReadUntil (const std::string &Key, int SenderEnd = -1);
+  std::string ReadUntil (const std::vector<std::string> &Keys, int SenderEnd = -1);
 
   BmcProcessOptions Options;
   std::unique_ptr<ChildProcess> Process;

@@ -50,6 +50,36 @@ WriteFile (const std::filesystem::path &File, std::string_view Content)
   }
 }
 
+/// A write to the exit port always gives an odd code.
+bool
+IsWrittenEnd (int Status)
+{
+  return WIFEXITED (Status) && WEXITSTATUS (Status) % 2 != 0;
+}
+
+/// "exit code 5, an exception".
+std::string
+StatusText (int Status)
+{
+  return ChildStatusText (Status) +
+         (IsWrittenEnd (Status) ? ", " + EndText (WEXITSTATUS (Status) / 2) : "");
+}
+
+/// The words as a shell reads them.
+std::string
+CommandText (const std::vector<std::string> &Words)
+{
+  std::string Text;
+  for (const std::string &Word : Words) {
+    Text += Text.empty () ? "'" : " '";
+    for (const char Character : Word) {
+      Text += Character == '\'' ? "'\\''" : std::string (1, Character);
+    }
+    Text += '\'';
+  }
+  return Text + '\n';
+}
+
 } // namespace
 
 EmulatedMachine::EmulatedMachine (const MachineOptions &Given)
@@ -59,6 +89,7 @@ EmulatedMachine::EmulatedMachine (const MachineOptions &Given)
   WriteFile (Files.Inventory, Options.Inventory);
   WriteFile (Files.Volume, {reinterpret_cast<const char *> (Volume.data ()), Volume.size ()});
   const auto Arguments = MachineArguments (Options, Files, Volume.size ());
+  WriteFile (Files.Command, CommandText (Arguments));
   const FileDescriptor ControlListener = ListenAt (Files.Control);
   const FileDescriptor QmpListener = ListenAt (Files.Qmp);
   const FileDescriptor Errors (
@@ -188,8 +219,7 @@ EmulatedMachine::WaitForEnd ()
   if (!Status) {
     Fail ("end", fmt::format ("the machine still runs after {} ms", Options.Patience.count ()));
   }
-  // A write to the exit port always gives an odd code.
-  if (!WIFEXITED (*Status) || WEXITSTATUS (*Status) % 2 == 0) {
+  if (!IsWrittenEnd (*Status)) {
     Fail ("end", WIFEXITED (*Status) && WEXITSTATUS (*Status) == 0
                      ? "the machine reset itself: a triple fault"
                      : "QEMU ended with " + ChildStatusText (*Status));
@@ -245,8 +275,9 @@ EmulatedMachine::Fail (const std::string &Step, const std::string &Reason)
     }
   }
   throw MachineFailure (
-      fmt::format ("{}: {}{}", Step, Reason,
-                   Status ? fmt::format ("; QEMU has ended: {}", ChildStatusText (*Status)) : ""),
+      fmt::format ("{}: {}{}{}", Step, Reason,
+                   Status ? "; QEMU has ended: " + StatusText (*Status) : "",
+                   LastLineText (DebugLog ())),
       Processors,
       TailText ("QEMU says", Files.Errors) + TailText ("the debug log ends with", Files.DebugLog) +
           TailText ("the RAS log ends with", Files.RasLog) +

@@ -117,7 +117,8 @@ FilesIn (const std::filesystem::path &Directory)
           .Qmp = Directory / "qmp",
           .Inventory = Directory / "inventory.txt",
           .Volume = Directory / "modules.fv",
-          .Errors = Directory / "qemu.log"};
+          .Errors = Directory / "qemu.log",
+          .Command = Directory / "qemu.sh"};
 }
 
 std::string

@@ -52,6 +52,7 @@ struct MachineFiles {
   std::filesystem::path Inventory = {}; ///< The text of the options.
   std::filesystem::path Volume = {};    ///< Of the options' modules.
   std::filesystem::path Errors = {};    ///< What QEMU itself complains of.
+  std::filesystem::path Command = {};   ///< QEMU's command line, for a shell.
 };
 
 /// Where the files of a run are.

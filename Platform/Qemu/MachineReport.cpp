@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "MachineLog.h"
+
 std::vector<LoadedModule>
 LoadedModules (const std::string &DebugLog)
 {
@@ -78,4 +80,37 @@ ExceptionLine (const std::string &DebugLog, const CodeMap &Code)
     return "none any more\n";
   }
   return fmt::format ("processor {}: RIP 0x{:X}, {}\n", Processor, Address, Code.NameOf (Address));
+}
+
+std::string
+EndText (int Number)
+{
+  switch (Number) {
+  case 0:
+    return "QEMU itself failed";
+  case EndSettings:
+    return "a setting, the inventory, the volume or a module is not as it has to be";
+  case EndException:
+    return "an exception";
+  case EndFault:
+    return "the driver broke a rule of the platform";
+  case EndMachine:
+    return "the hardware is not as the boot code needs it";
+  case EndAssertion:
+    return "the driver asserted";
+  default:
+    return fmt::format ("exit {} on the control channel", Number);
+  }
+}
+
+std::string
+LastLineText (const std::string &Log)
+{
+  constexpr const char *LINE_END = "\r\n";
+  const std::size_t Last = Log.find_last_not_of (LINE_END);
+  if (Last == std::string::npos) {
+    return "";
+  }
+  const std::size_t Start = Log.find_last_of (LINE_END, Last) + 1; // 0 behind npos.
+  return fmt::format ("; the last line is \"{}\"", Log.substr (Start, Last - Start + 1));
 }

@@ -22,5 +22,12 @@ CodeMap MachineCode (const MachineOptions &Options, const std::string &DebugLog)
 /// SMM, and whether it halts.
 std::string ProcessorLines (const std::string &Registers, const CodeMap &Code);
 
+/// What it means that the machine has written that number to the exit port, and QEMU's exit code is
+/// twice that and one.
+std::string EndText (int Number);
+
+/// The last line of a log as the end of a sentence: "; the last line is \"...\"", or nothing.
+std::string LastLineText (const std::string &Log);
+
 /// Where the exception was that has ended the machine; "none any more" if it was not one.
 std::string ExceptionLine (const std::string &DebugLog, const CodeMap &Code);

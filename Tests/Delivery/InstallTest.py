@@ -3,8 +3,10 @@
 
 InstallTest.py PRESET: installs that build.
 """
+import json
 import os
 import re
+import socket
 import subprocess
 import sys
 import tempfile
@@ -59,9 +61,53 @@ class Install(unittest.TestCase):
             self.assertIn('event: memory, Warning, "CPU1_C2_D0"',
                           self.tool('qsmsim', 'report', 'a.cper', *platform))
 
+    def ended(self, tool, *words, **options):
+        """Runs an installed tool that may end with any code."""
+        return subprocess.run([self.prefix / 'bin' / tool, *words], text=True, cwd=self.directory,
+                              stderr=subprocess.PIPE, **({'stdout': subprocess.PIPE} | options))
+
     def test_qsmmachine_runs_the_machine_with_its_bmc(self):
         self.assertIn('pcie, Critical, "Slot1"',
                       self.tool('qsmmachine', '--inject', 'pcie-uncorrected@nv1'))
+        (self.directory / 'inventory').write_text('slot 1 Other\n')
+        run = self.ended('qsmmachine', '--json', '--keep', '--quiet', '--inject', 'pcie-corrected',
+                         '--inventory', 'inventory', '--log-levels', '0',
+                         env=dict(os.environ, TMPDIR=str(self.directory)))
+        report = json.loads(run.stdout)
+        self.assertEqual(report['injections'][0]['events'][0]['id'], 'Other')
+        self.assertEqual((report['rasLog'], 'FindRedFishId' in report['debugLog']), ('', False))
+        self.assertEqual([type(cpu['max']) for cpu in report['state']['processors']], [int] * 4)
+        self.assertIn("'-bios'", Path(report['kept'], 'qemu.sh').read_text())
+
+    def test_qsmmachine_says_in_one_line_that_a_bmc_does_not_do_its_part(self):
+        with socket.create_server(('127.0.0.1', 0)) as nobody:
+            port = str(nobody.getsockname()[1])
+        through = 'the event has not got through to the BMC: Time out|.*0xC3, timeout'
+        for words, reason in ((('--bmc-mode', 'mute'), through),
+                              (('--bmc-mode', 'refuse=0xC1'),
+                               'the BMC has not taken the event: 0xC1, invalid command'),
+                              (('--bmc-port', port),
+                               'the BMC has not taken the event: 0xD2, initialization in progress')):
+            run = self.ended('qsmmachine', '--inject', 'pcie-uncorrected', *words)
+            self.assertEqual((run.returncode, run.stderr), (1, ''), words)
+            self.assertRegex(run.stdout, rf'\nfault: pcie-uncorrected@nv1: ({reason})\n$')
+
+    def test_a_reader_that_has_gone_ends_a_tool_without_a_word(self):
+        for tool in TOOLS:
+            read, write = os.pipe()
+            os.close(read)
+            run = self.ended(tool, '--help', stdout=write)
+            os.close(write)
+            self.assertEqual((run.returncode, run.stderr), (141, ''), tool)
+
+    def test_help_fits_a_terminal(self):
+        commands = [(tool,) for tool in TOOLS]
+        for command in commands:
+            text = self.tool(*command, '--help')
+            self.assertLessEqual(max(map(len, text.splitlines())), 80, text)
+            listed = text.partition('\nSubcommands:\n')[2]
+            commands += [(*command, name) for name in re.findall(r'^  ([a-z]\S*)', listed, re.M)]
+        self.assertGreater(len(commands), 15)
 
     def test_each_tool_tells_its_version_and_has_a_manual(self):
         for tool in TOOLS:

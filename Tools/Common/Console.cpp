@@ -1,5 +1,6 @@
 #include "Console.h"
 
+#include <fmt/color.h>
 #include <fmt/format.h>
 
 namespace {
@@ -10,31 +11,61 @@ constexpr UINTN PROGRESS_STEPS_MIN = 20;
 /// So many steps are shown until fewer of them are.
 constexpr UINTN PROGRESS_SHOWN_MAX = 100;
 
-const char *
-EscapeSequence (Colour Colour)
+fmt::text_style
+StyleOf (Colour Colour)
 {
   switch (Colour) {
   case Colour::Bold:
-    return "\x1B[1m";
+    return fmt::emphasis::bold;
   case Colour::Dim:
-    return "\x1B[2m";
+    return fmt::emphasis::faint;
   case Colour::Red:
-    return "\x1B[31m";
+    return fg (fmt::terminal_color::red);
   case Colour::Yellow:
-    return "\x1B[33m";
+    return fg (fmt::terminal_color::yellow);
   case Colour::Green:
-    return "\x1B[32m";
+    return fg (fmt::terminal_color::green);
   }
-  return "";
+  return {};
+}
+
+/// Whether the character at that place is a control: of ASCII, or of the 32 that UTF-8 has more.
+bool
+IsControl (std::string_view Text, std::size_t Place)
+{
+  const auto ByteAt = [&] (std::size_t At) {
+    return static_cast<UINT8> (At < Text.size () ? Text[At] : 0);
+  };
+  const auto IsPair = [&] (std::size_t At) {
+    return ByteAt (At) == 0xC2 && ByteAt (At + 1) >= 0x80 && ByteAt (At + 1) < 0xA0;
+  };
+  return ByteAt (Place) < 0x20 || ByteAt (Place) == 0x7F || IsPair (Place) || IsPair (Place - 1);
 }
 
 } // namespace
 
 std::string
+ShownText (std::string_view Text)
+{
+  std::string Shown;
+  for (std::size_t Place = 0; Place < Text.size (); ++Place) {
+    const char Character = Text[Place];
+    if (!IsControl (Text, Place)) {
+      Shown += Character;
+    } else if (Character == '\n') {
+      Shown += "\\n";
+    } else {
+      Shown += fmt::format ("\\x{:02X}", static_cast<UINT8> (Character));
+    }
+  }
+  return Shown;
+}
+
+std::string
 Coloured (const Console &Console, Colour Colour, std::string_view Text)
 {
-  return Console.OutIsTerminal ? fmt::format ("{}{}\x1B[0m", EscapeSequence (Colour), Text)
-                               : std::string (Text);
+  std::string Shown = ShownText (Text);
+  return Console.UsesColours ? fmt::format (StyleOf (Colour), "{}", Shown) : Shown;
 }
 
 std::string

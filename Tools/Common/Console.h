@@ -12,8 +12,9 @@
 struct Console {
   std::ostream &Out;
   std::ostream &Err;
-  bool OutIsTerminal = false; ///< Then colour may be used.
+  bool OutIsTerminal = false;
   bool ErrIsTerminal = false; ///< Then progress is shown.
+  bool UsesColours = false;   ///< As RunTool finds.
 };
 
 enum class Colour {
@@ -24,7 +25,10 @@ enum class Colour {
   Green
 };
 
-/// Text in a colour if standard output is a terminal, else as it is.
+/// Text of others, such as a file's name, with control characters as they are written in C.
+std::string ShownText (std::string_view Text);
+
+/// That in a colour, if colours are used.
 std::string Coloured (const Console &Console, Colour Colour, std::string_view Text);
 
 /// "00 02 01".

@@ -20,21 +20,45 @@ constexpr Named<GarbageKind> Garbages[] = {
     {"noise", GarbageKind::Noise},
 };
 
+template <typename Value, std::size_t Count>
+std::vector<std::string>
+NamesOf (const Named<Value> (&Values)[Count])
+{
+  std::vector<std::string> Names;
+  for (const Named<Value> &Row : Values) {
+    Names.emplace_back (Row.Name);
+  }
+  return Names;
+}
+
 } // namespace
 
+std::vector<std::string>
+BmcModeNames ()
+{
+  return NamesOf (Modes);
+}
+
+std::vector<std::string>
+GarbageNames ()
+{
+  return NamesOf (Garbages);
+}
+
 BmcMode
-ParseBmcMode (const std::string &Text)
+ParseBmcMode (const std::string &Text, const std::string &GivenFor)
 {
   const std::size_t Blank = std::min (Text.find (' '), Text.size ());
   const std::string Name = Text.substr (0, Blank);
   const std::string Argument = Text.substr (std::min (Blank + 1, Text.size ()));
-  BmcMode Mode = {.Kind = NamedOption<BmcModeKind> ("mode", Name, Modes)};
+  BmcMode Mode = {.Kind = NamedOption<BmcModeKind> (GivenFor, Name, Modes)};
   if (Mode.Kind == BmcModeKind::Refuse) {
-    Mode.CompletionCode = static_cast<UINT8> (NumberOption ("mode refuse", Argument, 1, 0xFF));
+    Mode.CompletionCode =
+        static_cast<UINT8> (NumberOption (GivenFor + " refuse", Argument, 1, 0xFF));
   } else if (Mode.Kind == BmcModeKind::Garbage) {
-    Mode.Garbage = NamedOption<GarbageKind> ("mode garbage", Argument, Garbages);
+    Mode.Garbage = NamedOption<GarbageKind> (GivenFor + " garbage", Argument, Garbages);
   } else if (Blank != Text.size ()) {
-    RefuseOption ("mode " + Name, "nothing more", Argument);
+    RefuseOption (GivenFor + " " + Name, "nothing more", Argument);
   }
   return Mode;
 }

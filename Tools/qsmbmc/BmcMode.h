@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "Base.h"
 
@@ -28,8 +29,13 @@ struct BmcMode {
   GarbageKind Garbage = {}; ///< Of Garbage.
 };
 
-/// The mode of a text: "normal", "mute", "late", "refuse CODE", "garbage KIND". Throws InputError.
-BmcMode ParseBmcMode (const std::string &Text);
+/// The mode of a text: "normal", "mute", "late", "refuse CODE", "garbage KIND". Throws InputError,
+/// which names what the text was given for.
+BmcMode ParseBmcMode (const std::string &Text, const std::string &GivenFor = "mode");
+
+/// The names of the modes, and those of the garbage.
+std::vector<std::string> BmcModeNames ();
+std::vector<std::string> GarbageNames ();
 
 /// The text of a mode.
 std::string BmcModeText (const BmcMode &Mode);

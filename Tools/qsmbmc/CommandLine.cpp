@@ -5,7 +5,9 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "BmcMode.h"
 #include "Server.h"
+#include "ToolOptions.h"
 #include "ToolRun.h"
 
 namespace {
@@ -21,27 +23,44 @@ constexpr const char *MODE_HELP =
     "How it answers: normal; mute, not at all; late, when it is told to; refuse, by a completion "
     "code; garbage, by no answer to the request";
 
+constexpr const char *CODE_DEFAULT = "0xC0", *GARBAGE_DEFAULT = "checksum";
+
 struct BmcArguments {
   std::string Address;
-  std::string Mode = "normal", CompletionCode = "0xC0", Garbage = "checksum";
+  std::string Mode = "normal";
+  std::optional<std::string> CompletionCode, Garbage;
   std::string LogFile;
   bool Json = false;
 };
 
-/// What the mode of the command line needs behind its name.
-std::string
-ModeArgument (const BmcArguments &Arguments)
+/// Refuses an option of another mode.
+void
+CheckModeOf (const char *Option, bool IsGiven, const char *Mode, const BmcArguments &Arguments)
 {
-  if (Arguments.Mode == "refuse") {
-    return " " + Arguments.CompletionCode;
+  if (IsGiven && Arguments.Mode != Mode) {
+    RefuseOption (Option, fmt::format ("--mode {} with it", Mode), Arguments.Mode);
   }
-  return Arguments.Mode == "garbage" ? " " + Arguments.Garbage : "";
+}
+
+BmcMode
+ReadMode (const BmcArguments &Arguments)
+{
+  CheckModeOf ("--completion-code", Arguments.CompletionCode.has_value (), "refuse", Arguments);
+  CheckModeOf ("--garbage", Arguments.Garbage.has_value (), "garbage", Arguments);
+  std::string Text = Arguments.Mode;
+  if (Text == "refuse") {
+    const std::string Code = Arguments.CompletionCode.value_or (CODE_DEFAULT);
+    Text += fmt::format (" {}", NumberOption ("--completion-code", Code, 1, 0xFF));
+  } else if (Text == "garbage") {
+    Text += " " + Arguments.Garbage.value_or (GARBAGE_DEFAULT);
+  }
+  return ParseBmcMode (Text);
 }
 
 void
 Serve (const BmcArguments &Arguments, Console &Console)
 {
-  const BmcMode Mode = ParseBmcMode (Arguments.Mode + ModeArgument (Arguments));
+  const BmcMode Mode = ReadMode (Arguments);
   const FileDescriptor Signals = CatchEndSignals ();
   std::optional<EventLog> Log;
   if (!Arguments.LogFile.empty ()) {
@@ -70,14 +89,19 @@ QsmbmcMain (int ArgumentCount, const char *const *Arguments, Console &Console)
   App.add_option ("--log", Parsed.LogFile,
                   "File that keeps the events, one line of JSON each; it is gone on with")
       ->type_name ("FILE");
-  App.add_option ("--mode", Parsed.Mode, MODE_HELP)->type_name ("MODE")->capture_default_str ();
-  App.add_option ("--completion-code", Parsed.CompletionCode, "Of the mode refuse")
+  App.add_option ("--mode", Parsed.Mode, MODE_HELP)
+      ->type_name ("MODE")
+      ->capture_default_str ()
+      ->check (CLI::IsMember (BmcModeNames ()));
+  App.add_option ("--completion-code", Parsed.CompletionCode,
+                  fmt::format ("Of the mode refuse, {} unless given", CODE_DEFAULT))
       ->type_name ("CODE")
-      ->capture_default_str ();
+      ->needs ("--mode");
   App.add_option ("--garbage", Parsed.Garbage,
-                  "Of the mode garbage: checksum, short, foreign, long or noise")
+                  fmt::format ("Of the mode garbage, {} unless given", GARBAGE_DEFAULT))
       ->type_name ("KIND")
-      ->capture_default_str ();
+      ->check (CLI::IsMember (GarbageNames ()))
+      ->needs ("--mode");
   App.add_flag ("--json", Parsed.Json, "Print JSON, one object a line");
   App.callback ([&] { Serve (Parsed, Console); });
   return RunTool (App, ArgumentCount, Arguments, Console, EXIT_DONE);

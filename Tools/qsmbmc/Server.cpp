@@ -86,7 +86,8 @@ Server::Run (const FileDescriptor &Signals)
 void
 Server::Tell (const char *Key, const std::string &Value)
 {
-  Streams.Out << (AsJson ? nlohmann::json{{Key, Value}}.dump () : fmt::format ("{} {}", Key, Value))
+  Streams.Out << (AsJson ? nlohmann::json{{Key, Value}}.dump ()
+                         : fmt::format ("{} {}", Key, ShownText (Value)))
               << std::endl;
 }
 

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "BmcMode.h"
+#include "HelpText.h"
 #include "HostInterface.h"
 #include "InputFile.h"
 #include "MachineRun.h"
@@ -29,6 +32,7 @@ const std::vector<std::string> UsualErrors = {"pcie-uncorrected", "pcie-correcte
                                               "memory-corrected", "processor-corrected"};
 
 constexpr UINTN FILE_SIZE_MAX = 16 << 20;
+constexpr UINTN INVENTORY_SIZE_MAX = 8191;
 
 /// Someone who works with a debugger is waited for longer than any machine.
 constexpr std::chrono::hours DEBUGGER_PATIENCE (24);
@@ -41,6 +45,10 @@ struct RunArguments {
   std::vector<std::string> Errors;
   std::vector<std::string> Withheld;
   std::string BmcPort, GdbPort;
+  std::string BmcMode = "normal";
+  std::string InventoryFile;
+  std::string LogLevels = "0xFFFFFFFF";
+  bool Quiet = false;
   bool Json = false;
   bool Keep = false;
 };
@@ -65,6 +73,14 @@ ReadProcessors (const std::string &Text, MachineOptions &Options)
       RefuseOption ("--smp sockets", "two processors in each of several sockets", Sockets);
     }
   }
+}
+
+/// "MODE" or "MODE=ARGUMENT".
+std::string
+ReadBmcMode (std::string Text)
+{
+  std::ranges::replace (Text, '=', ' ');
+  return BmcModeText (ParseBmcMode (Text, "--bmc-mode"));
 }
 
 /// "KIND" or "KIND@TARGET".
@@ -110,8 +126,13 @@ ReadPlan (const RunArguments &Arguments)
   (void)MachineVolume (Machine);
   ReadProcessors (Arguments.Processors, Machine);
   Machine.DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, DriverMax);
-  Machine.Inventory = MachineInventory (Machine);
-  Machine.LogLevels = ~UINT32{0};
+  Machine.Inventory = Arguments.InventoryFile.empty ()
+                          ? MachineInventory (Machine)
+                          : ReadInputFile (Arguments.InventoryFile, INVENTORY_SIZE_MAX);
+  Machine.LogLevels = static_cast<UINT32> (
+      NumberOption ("--log-levels", Arguments.LogLevels, 0, std::numeric_limits<UINT32>::max ()));
+  Machine.IsQuiet = Arguments.Quiet;
+  Plan.BmcMode = ReadBmcMode (Arguments.BmcMode);
   if (!Arguments.BmcPort.empty ()) {
     Machine.BmcPort = NumberOption ("--bmc-port", Arguments.BmcPort, 1, 0xFFFF);
   }
@@ -144,8 +165,8 @@ KindsText ()
   std::string Text = "Kinds of errors:\n";
   for (const ErrorKind &Kind : ErrorKinds ()) {
     const auto &[Name, Prefix, First, Count] = Kind.Target;
-    Text += fmt::format ("  {:<27}{}; {}{} unless given\n", fmt::format ("{}@{}", Kind.Name, Name),
-                         Kind.Help, Prefix, First);
+    Text += HelpEntry (fmt::format ("{}@{}", Kind.Name, Name),
+                       fmt::format ("{}; {}{} unless given", Kind.Help, Prefix, First));
   }
   return Text;
 }
@@ -170,9 +191,16 @@ QsmmachineMain (int ArgumentCount, const char *const *Arguments, Console &Consol
                   "Error to inject; may be given several times. One of each class unless given")
       ->type_name ("KIND[@TARGET]")
       ->allow_extra_args (false);
+  Add ("--inventory", Parsed.InventoryFile,
+       "The machine's inventory, as docs/machine.md has it; all that errors can be injected into "
+       "unless given",
+       "FILE");
+  Add ("--log-levels", Parsed.LogLevels, "Mask of the driver's RAS log", "MASK")
+      ->capture_default_str ();
   Add ("--gdb", Parsed.GdbPort, "Stop ahead of the first instruction until gdb comes", "PORT");
   App.add_flag ("--json", Parsed.Json, "Print one JSON document");
-  App.add_flag ("--keep", Parsed.Keep, "Leave the directory of the run in place");
+  App.add_flag ("--keep", Parsed.Keep,
+                "Leave the directory of the run in place, with QEMU's command line");
   Add ("--rom", Parsed.Rom, "The machine's firmware", "FILE");
   Add ("--driver", Parsed.Driver, "The driver's firmware file", "FILE");
   App.add_option ("--withhold", Parsed.Withheld,
@@ -184,6 +212,15 @@ QsmmachineMain (int ArgumentCount, const char *const *Arguments, Console &Consol
   Add ("--bmc", Parsed.Bmc, "The BMC's program", "FILE");
   Add ("--bmc-port", Parsed.BmcPort, "Start no BMC: one listens at this port of 127.0.0.1", "PORT")
       ->excludes ("--bmc");
+  Add ("--bmc-mode", Parsed.BmcMode,
+       "How the BMC answers, as qsmbmc has it: normal, mute, late, refuse=CODE or garbage=KIND",
+       "MODE")
+      ->capture_default_str ()
+      ->excludes ("--bmc-port");
+  // The driver's messages alone tell whether such a BMC has taken the event.
+  App.add_flag ("--quiet", Parsed.Quiet, "Leave the driver's messages out of the debug log")
+      ->excludes ("--bmc-port")
+      ->excludes ("--bmc-mode");
   App.footer (KindsText ());
   App.callback ([&] { ExitCode = Run (Parsed, Console); });
   return RunTool (App, ArgumentCount, Arguments, Console, ExitCode);

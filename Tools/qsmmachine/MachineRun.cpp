@@ -1,17 +1,17 @@
 #include "MachineRun.h"
 
-#include <algorithm>
-#include <iterator>
 #include <optional>
 
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include "ChildProcess.h"
+#include "CompletionCode.h"
 #include "Debugging.h"
 #include "InputFile.h"
 #include "Interruption.h"
 #include "MachineError.h"
+#include "MachineReport.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -39,6 +39,9 @@ Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
                                    .Socket = Options.BmcSocket,
                                    .Log = Options.Directory / "events.jsonl",
                                    .Patience = Options.Patience});
+    if (!Plan.BmcMode.empty ()) {
+      Bmc->SetMode (Plan.BmcMode);
+    }
   }
   EmulatedMachine Machine (Options);
   std::optional<ChildProcess> Follower;
@@ -53,32 +56,33 @@ Run (const RunPlan &Plan, const MachineOptions &Options, RunReport &Report)
   }
   Machine.WaitUntilReady ();
   for (const Injection &Error : Plan.Injections) {
-    std::vector<BmcEvent> Events;
+    const std::string Name = fmt::format ("{}@{}", Error.Kind->Name, TargetText (Error));
+    const std::size_t LogStart = Machine.DebugLog ().size ();
     if (Bmc) {
       Report.Steps.push_back ({.Error = Error, .Events = {}});
     }
     Error.Kind->Inject (Machine, Options, Error.Number);
     // Nobody may look before the interrupt has brought the error to the BMC.
     if (Bmc && Error.Kind->Notice == ErrorNotice::Interrupt) {
-      Events.push_back (
-          Machine.Guard (fmt::format ("{}@{}: no event", Error.Kind->Name, TargetText (Error)),
-                         [&] { return Bmc->WaitForEvent (Machine.EndDescriptor ()); }));
+      Machine.Guard (Name + ": no event", [&] { Bmc->WaitForRequest (Machine.EndDescriptor ()); });
     }
     // Here the other errors are seen, and when it is done all processors are at rest.
     Machine.Command ("poll all");
-    if (!Bmc) {
-      continue;
+    if (Bmc) {
+      Report.Steps.back ().Events = Bmc->TakeEvents ();
     }
-    std::ranges::move (Bmc->TakeEvents (), std::back_inserter (Events));
-    Report.Steps.back ().Events = Events;
-    if (Events.empty ()) {
-      throw MachineError (
-          fmt::format ("{}@{}: the BMC has got no event", Error.Kind->Name, TargetText (Error)));
+    const std::string Lost = LostEventText (Machine.DebugLog ().substr (LogStart));
+    if (!Lost.empty ()) {
+      // The errors behind it may get through. The first that does not is the fault.
+      Report.Fault = Report.Fault.empty () ? fmt::format ("{}: {}", Name, Lost) : Report.Fault;
+    } else if (Bmc && Report.Steps.back ().Events.empty ()) {
+      throw MachineError (Name + ": the BMC has got no event" + LastLineText (Machine.DebugLog ()));
     }
   }
-  Report.State = Machine.Command ("state");
+  Report.State = Machine.State ();
   if (const int Number = Machine.Exit (GOOD_END); Number != GOOD_END) {
-    throw MachineError (fmt::format ("the machine ended with {}", Number));
+    throw MachineError (fmt::format ("the machine ended with {}: {}{}", Number, EndText (Number),
+                                     LastLineText (Machine.DebugLog ())));
   }
 }
 
@@ -111,6 +115,28 @@ RunMachine (const RunPlan &Plan)
   Report.DebugLog = LogText (Files.DebugLog);
   Report.QemuLog = LogText (Files.Errors);
   return Report;
+}
+
+std::string
+LostEventText (std::string_view Log)
+{
+  constexpr std::string_view STATUS = "REDFISH_COMMAND Status :", CODE = "CommandCompletionCode:0x";
+  for (std::size_t Place = 0; (Place = Log.find (STATUS, Place)) != std::string_view::npos;) {
+    Place += STATUS.size ();
+    const std::string Status (Log.substr (Place, Log.find (',', Place) - Place));
+    if (Status != "Success") {
+      return "the event has not got through to the BMC: " + Status;
+    }
+    const std::size_t Code = Log.find (CODE, Place);
+    const UINT8 Answer = Code == std::string_view::npos
+                             ? CompletionNormal
+                             : static_cast<UINT8> (std::stoul (
+                                   std::string (Log.substr (Code + CODE.size (), 2)), nullptr, 16));
+    if (Answer != CompletionNormal) {
+      return "the BMC has not taken the event: " + CompletionCodeText (Answer);
+    }
+  }
+  return "";
 }
 
 std::string

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct RunPlan {
   std::filesystem::path BmcProgram;
   std::vector<Injection> Injections;
   bool IsKept = false; ///< The directory stays even if all goes well.
+  std::string BmcMode; ///< Of the run's own BMC, as BmcProcess::SetMode takes it; normal if empty.
   /// Is told what to do when the machine waits for a debugger.
   std::function<void (const std::string &Text)> Tell = {};
 };
@@ -34,7 +36,7 @@ struct RunReport {
 
   std::string Directory;   ///< Empty unless it stays.
   std::vector<Step> Steps; ///< None if the BMC is not the run's own.
-  std::vector<std::string> State;
+  std::optional<MachineState> State;
   std::string RasLog, DebugLog, QemuLog;
   std::string Fault;      ///< What went wrong.
   std::string Processors; ///< Where they were then; empty if QEMU had not been started.
@@ -47,6 +49,10 @@ RunReport RunMachine (const RunPlan &Plan);
 
 /// The target as it is written behind "@": "nv1" or "0".
 std::string TargetText (const Injection &Error);
+
+/// What the driver's part of the debug log says of an event that the BMC has not taken; empty if it
+/// has taken all.
+std::string LostEventText (std::string_view Log);
 
 /// Prints a report for people, or as one JSON document.
 void PrintReport (const RunReport &Report, Console &Console);

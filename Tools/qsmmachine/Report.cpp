@@ -7,6 +7,8 @@
 
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 /// A heading and lines below it, indented; nothing if there are none.
 void
 PrintSection (Console &Console, const char *Heading, const std::string &Text)
@@ -24,6 +26,37 @@ PrintSection (Console &Console, const char *Heading, const std::string &Text)
   }
 }
 
+/// As the machine writes it.
+std::string
+StateText (const MachineState &State)
+{
+  std::string Text =
+      fmt::format ("pool {} blocks {} bytes\nchecksum {:016X} at ready {:016X} now\n",
+                   State.PoolBlocks, State.PoolBytes, State.ChecksumAtReady, State.ChecksumNow);
+  for (UINTN Number = 0; Number < State.Processors.size (); ++Number) {
+    const SmiTimes &Smi = State.Processors[Number];
+    Text += fmt::format ("cpu {} smi {} last {} min {} max {}\n", Number, Smi.Count, Smi.Last,
+                         Smi.Shortest, Smi.Longest);
+  }
+  return Text;
+}
+
+/// Checksums have more digits than the numbers of many readers.
+Json
+StateJson (const MachineState &State)
+{
+  Json Processors = Json::array ();
+  for (const SmiTimes &Smi : State.Processors) {
+    Processors.push_back (
+        {{"smi", Smi.Count}, {"last", Smi.Last}, {"min", Smi.Shortest}, {"max", Smi.Longest}});
+  }
+  return {{"poolBlocks", State.PoolBlocks},
+          {"poolBytes", State.PoolBytes},
+          {"checksumAtReady", fmt::format ("0x{:016X}", State.ChecksumAtReady)},
+          {"checksumNow", fmt::format ("0x{:016X}", State.ChecksumNow)},
+          {"processors", std::move (Processors)}};
+}
+
 } // namespace
 
 void
@@ -32,7 +65,9 @@ PrintReport (const RunReport &Report, Console &Console)
   PrintSection (Console, "RAS log (COM1):", Report.RasLog);
   PrintSection (Console, "debug log:", Report.DebugLog);
   PrintSection (Console, "QEMU:", Report.QemuLog);
-  PrintSection (Console, "state:", fmt::format ("{}", fmt::join (Report.State, "\n")));
+  if (Report.State) {
+    PrintSection (Console, "state:", StateText (*Report.State));
+  }
   for (const RunReport::Step &Step : Report.Steps) {
     std::string Events;
     for (const BmcEvent &Event : Step.Events) {
@@ -45,7 +80,7 @@ PrintReport (const RunReport &Report, Console &Console)
   }
   PrintSection (Console, "processors:", Report.Processors);
   if (!Report.Directory.empty ()) {
-    Console.Out << "kept: " << Report.Directory << "\n";
+    Console.Out << "kept: " << ShownText (Report.Directory) << "\n";
   }
   if (!Report.Fault.empty ()) {
     Console.Out << Coloured (Console, Colour::Red, "fault: " + Report.Fault) << "\n";
@@ -55,7 +90,6 @@ PrintReport (const RunReport &Report, Console &Console)
 void
 PrintReportJson (const RunReport &Report, Console &Console)
 {
-  using Json = nlohmann::ordered_json;
   Json Injections = Json::array ();
   for (const RunReport::Step &Step : Report.Steps) {
     Json Events = Json::array ();
@@ -75,7 +109,7 @@ PrintReportJson (const RunReport &Report, Console &Console)
   const Json Document = {{"rasLog", Report.RasLog},
                          {"debugLog", Report.DebugLog},
                          {"qemuLog", Report.QemuLog},
-                         {"state", Report.State},
+                         {"state", Report.State ? StateJson (*Report.State) : Json ()},
                          {"injections", Injections},
                          {"processors", TextOrNull (Report.Processors)},
                          {"kept", TextOrNull (Report.Directory)},

@@ -112,7 +112,8 @@ TEST_F (EmulatedMachineTest, IsDrivenOverItsChannels)
   Machine.WaitUntilReady ();
   EXPECT_THAT (Machine.Command ("good"), ElementsAre ("first", "second"));
   const std::string Error = ErrorOf ([&] { Machine.Command ("bad"); });
-  EXPECT_THAT (Error, testing::StartsWith ("bad: error: not that\n"));
+  EXPECT_THAT (Error,
+               testing::StartsWith ("bad: error: not that; the last line is \"firmware\"\n"));
   EXPECT_THAT (Error, testing::EndsWith ("\nthe debug log ends with:\nfirmware\n"
                                          "the RAS log ends with:\ndriver\n"
                                          "the directory of the run: " +
@@ -132,12 +133,15 @@ TEST_F (EmulatedMachineTest, FailsWithinItsPatience)
   Silent.WaitUntilReady ();
   EXPECT_THAT (ErrorOf ([&] { Silent.WaitForEnd (); }), HasSubstr ("still runs after 3000 ms"));
   kill (Silent.ProcessId (), SIGSTOP);
-  EXPECT_THAT (ErrorOf ([&] { Silent.Command ("good"); }),
-               testing::StartsWith ("good: no line came for 3000 ms\nprocessors:\n"
-                                    "QEMU does not tell: no line came for 3000 ms\n"));
+  EXPECT_THAT (
+      ErrorOf ([&] { Silent.Command ("good"); }),
+      testing::StartsWith ("good: no line came for 3000 ms; the last line is \"firmware\"\n"
+                           "processors:\n"
+                           "QEMU does not tell: no line came for 3000 ms\n"));
   kill (Silent.ProcessId (), SIGKILL);
-  EXPECT_THAT (ErrorOf ([&] { Silent.Command ("good"); }),
-               MatchesRegex ("good: [^\n]*; QEMU has ended: signal 9\n.*"));
+  EXPECT_THAT (
+      ErrorOf ([&] { Silent.Command ("good"); }),
+      MatchesRegex ("good: [^\n]*; QEMU has ended: signal 9; the last line is \"firmware\"\n.*"));
 
   EmulatedMachine Resetting (Options);
   Resetting.WaitUntilReady ();

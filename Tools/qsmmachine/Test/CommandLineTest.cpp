@@ -30,6 +30,14 @@ TEST_F (Qsmmachine, RefusesBadInputWithOneLine)
       {F + "--drivers 0", "--drivers: expected a number from 1 to 16, found \"0\""},
       {F + "--bmc-port 0", "--bmc-port: expected a number from 1 to 65535, found \"0\""},
       {F + "--gdb 65536", "--gdb: expected a number from 1 to 65535, found \"65536\""},
+      {F + "--bmc-mode refuse=0",
+       "--bmc-mode refuse: expected a number from 1 to 255, found \"0\""},
+      {F + "--bmc-mode deaf",
+       "--bmc-mode: expected normal, mute, late, refuse, garbage, found \"deaf\""},
+      {F + "--bmc-mode mute --quiet", "--bmc-mode excludes --quiet (see --help)"},
+      {F + "--inventory nosuch", "nosuch: expected a readable file: No such file or directory"},
+      {F + "--log-levels 0x100000000",
+       "--log-levels: expected a number from 0 to 4294967295, found \"0x100000000\""},
       {F + "--inject fire",
        "--inject: expected one of the kinds that --help lists, found \"fire\""},
       {F + "--inject pcie-corrected@nv3",
@@ -99,7 +107,7 @@ TEST_F (Qsmmachine, ListsTheKindsOfErrors)
 {
   const ToolResult Result = Run ("--help");
   EXPECT_EQ (Result.ExitCode, 0);
-  EXPECT_NE (Result.Out.find ("  pcie-uncorrected@DEVICE    malformed TLP"), std::string::npos)
+  EXPECT_NE (Result.Out.find ("  pcie-uncorrected@DEVICE     malformed TLP"), std::string::npos)
       << Result.Out;
 }
 

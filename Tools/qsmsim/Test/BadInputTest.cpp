@@ -25,7 +25,13 @@ public:
 const ToolTest::Refusal BadLines[] = {
     {"", "A subcommand is required (see --help)"},
     {"report", "RECORD is required (see --help)"},
-    {"report good.cper --cpus 1", "There is no \"--cpus\" here (see --help)"},
+    {"report good.cper --cpus 1", "There is no \"--cpus\" here; did you mean --cpu? (see --help)"},
+    {"show topologie", "There is no \"topologie\" here; did you mean topology? (see --help)"},
+    {"report --jsom=x good.cper",
+     "There is no \"--jsom=x\" here; did you mean --json? (see --help)"},
+    {"report --color=red good.cper", "--color: expected auto, always, never, found \"red\""},
+    {"make processor -o a\x1B[2J\u009B/b",
+     "a\\x1B[2J\\xC2\\x9B/b: expected a file that can be written: No such file or directory"},
     {"report nosuch", "nosuch: expected a readable file: No such file or directory"},
     {"report header", "header: offset 127: expected the record's header up to offset 127, found "
                       "the end of the record"},
@@ -112,6 +118,10 @@ TEST_F (BadInput, IsNotAskedForWithHelp)
     EXPECT_NE (Result.Out.find ("Usage: qsmsim " + std::string (Command) + "["), std::string::npos)
         << Result.Out;
     EXPECT_EQ (Result.Err, "");
+    std::istringstream Lines (Result.Out);
+    for (std::string Line; std::getline (Lines, Line);) {
+      EXPECT_LE (Line.size (), 80U) << Line;
+    }
   }
 }
 

@@ -167,9 +167,36 @@ TEST_F (Report, EndsAtAFaultWithCodeOne)
   EXPECT_EQ (NotLoaded["records"].size (), 0U);
 }
 
+TEST_F (Report, IsColouredAsItIsAskedTo)
+{
+  Make ("processor -o re\x1B[cord");
+  const struct {
+    const char *NoColour, *Terminal, *Option;
+    bool IsTerminal, IsColoured;
+  } Rows[] = {
+      {"", "xterm", "--quiet", true, true},        {"1", "xterm", "--quiet", true, false},
+      {"", "dumb", "--quiet", true, false},        {"1", "dumb", "--color=always", false, true},
+      {"", "xterm", "--color=never", true, false}, {"1", "xterm", "--color=auto", true, false},
+  };
+  for (const auto &Row : Rows) {
+    setenv ("NO_COLOR", Row.NoColour, 1);
+    setenv ("TERM", Row.Terminal, 1);
+    std::ostringstream Out, Err;
+    Console Console = {.Out = Out, .Err = Err, .OutIsTerminal = Row.IsTerminal};
+    const char *Arguments[] = {"qsmsim", "report", Row.Option, "re\x1B[cord"};
+    EXPECT_EQ (QsmsimMain (4, Arguments, Console), 0) << Err.str ();
+    EXPECT_TRUE (Out.str ().starts_with (Row.IsColoured ? "\x1B[1mre\\x1B[cord\x1B[0m: processor"
+                                                        : "re\\x1B[cord: processor"))
+        << Out.str ();
+    EXPECT_EQ (Out.str ().find ('\x1B') != std::string::npos, Row.IsColoured);
+  }
+}
+
 TEST_F (Report, IsColouredAndCountedOnATerminalOnly)
 {
   Make ("processor -o record");
+  setenv ("NO_COLOR", "", 1);
+  setenv ("TERM", "xterm", 1);
   std::vector<const char *> Arguments (25, "record");
   Arguments[0] = "qsmsim";
   Arguments[1] = "report";
