@@ -14,15 +14,19 @@ constexpr std::size_t SizeMin = IdAt + 1, SizeMax = IdAt + 150;
 /// Completion codes (IPMI 2.0, table 5-2).
 enum : Byte {
   Completed = 0x00,
+  LunInvalid = 0xC2,
   OutOfSpace = 0xC4,
   LengthInvalid = 0xC7,
   FieldInvalid = 0xCC,
 };
 
-/// Completed if the data are an event, or what to answer instead.
+/// Completed if that is an event for the LUN, or what to answer instead.
 inline Byte
-JudgeEvent (std::span<const Byte> Request)
+JudgeEvent (Byte Lun, std::span<const Byte> Request)
 {
+  if (Lun != 0) {
+    return LunInvalid;
+  }
   if (Request.size () < SizeMin || Request.size () > SizeMax) {
     return LengthInvalid;
   }

@@ -36,9 +36,9 @@ constexpr Byte RecordType = 0xE0;
 constexpr std::size_t RecordSize = 13, RecordIdAt = 2;
 
 Byte
-TakeEvent (lmc_data_t *Mc, std::span<const Byte> Request)
+TakeEvent (lmc_data_t *Mc, Byte Lun, std::span<const Byte> Request)
 {
-  if (const Byte Code = JudgeEvent (Request); Code != Completed) {
+  if (const Byte Code = JudgeEvent (Lun, Request); Code != Completed) {
     return Code;
   }
   const auto Id = Request.subspan (IdAt);
@@ -53,7 +53,7 @@ TakeEvent (lmc_data_t *Mc, std::span<const Byte> Request)
 void
 Handle (lmc_data_t *Mc, msg_t *Message, Byte *Response, unsigned int *ResponseSize, void *)
 {
-  Response[0] = TakeEvent (Mc, {Message->data, Message->len});
+  Response[0] = TakeEvent (Mc, Message->rs_lun, {Message->data, Message->len});
   *ResponseSize = 1;
 }
 

@@ -77,16 +77,13 @@ RedfishEntry (const FoundEvent &Found)
   if (Found.Time) {
     Entry["Created"] = *Found.Time;
   }
-  Entry["Message"] =
-      fmt::format ("A {} error was reported for {}.", Names.Message, DeviceText (Found));
+  const std::string Device = DeviceText (Found);
+  Entry["Message"] = fmt::format ("A {} error was reported for {}.", Names.Message, Device);
   Entry["MessageId"] = fmt::format ("VelmoraQsm.1.0.{}{}", Names.MessageKey, Severity);
-  Entry["MessageArgs"] = Json::array ();
-  if (NamesDevice (Found)) {
-    Entry["MessageArgs"].push_back (Found.DeviceId);
-    if (!Found.IdMayBeCut) {
-      Entry["Links"]["OriginOfCondition"]["@odata.id"] =
-          fmt::format ("{}/{}/{}", SystemPath, Names.Collection, PathSegment (Found.DeviceId));
-    }
+  Entry["MessageArgs"] = {Device};
+  if (NamesDevice (Found) && !Found.IdMayBeCut) {
+    Entry["Links"]["OriginOfCondition"]["@odata.id"] =
+        fmt::format ("{}/{}/{}", SystemPath, Names.Collection, PathSegment (Found.DeviceId));
   }
   return Entry;
 }

@@ -64,10 +64,7 @@ TEST_F (BmcTest, JudgesEventsAsTheModuleOfTheOtherBmcDoes)
     ASSERT_EQ (Answers.size (), 1U);
     EXPECT_EQ (Answers[0].Data, Bytes{Each.CompletionCode});
     EXPECT_EQ (Events.size (), Each.CompletionCode == 0 ? 1U : 0U);
-    // That one knows no LUN.
-    if (Each.Lun == 0) {
-      EXPECT_EQ (JudgeEvent (Each.Data), Each.CompletionCode);
-    }
+    EXPECT_EQ (JudgeEvent (Each.Lun, Each.Data), Each.CompletionCode);
   }
 }
 
