@@ -100,6 +100,14 @@ class Install(unittest.TestCase):
             os.close(write)
             self.assertEqual((run.returncode, run.stderr), (141, ''), tool)
 
+    def test_each_script_tells_its_version_and_what_it_does(self):
+        builds_its_tool_for_help = {'run', 'machine'}
+        for script in (ROOT / 'scripts').iterdir():
+            if script.is_file() and os.access(script, os.X_OK):
+                self.assertEqual(run(script, '--version'), f'scripts/{script.name} {version()}\n')
+                if script.name not in builds_its_tool_for_help:
+                    self.assertRegex(run(script, '--help'), r'[A-Z].*\.\s')
+
     def test_help_fits_a_terminal(self):
         commands = [(tool,) for tool in TOOLS]
         for command in commands:

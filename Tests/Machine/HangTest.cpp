@@ -90,7 +90,7 @@ TEST_F (MachineHang, TellsAtOnceThatTheMachineHasEnded)
   } catch (const MachineFailure &Failure) {
     EXPECT_THAT (Failure.Reason,
                  MatchesRegex (".*; QEMU has ended: exit code 5, an exception; the last line is "
-                               "\"processor 0: exception 14, .*\""));
+                               "\"smm: processor 0: exception 14, .*\""));
     EXPECT_THAT (Failure.Processors,
                  MatchesRegex ("processor 0: RIP 0xFC0[0-9A-F]*, module 1, Driver: "
                                "QsmLogErrorWrapper\\+0x2\n"));
