@@ -21,10 +21,10 @@ TEST_F (FieldRecord, IsToldAsItIsAndAsTheDriverReadsIt)
   Write ("odd.json", Platform.replace (Platform.find ("LONG"), 4, std::string (150, 'L')));
   std::filesystem::copy (QSM_FIELD_RECORDS, ".");
   for (const auto &Entry : std::filesystem::directory_iterator (QSM_FIELD_RECORDS)) {
-    const std::string Name = Entry.path ().filename ();
+    const std::string File = Entry.path ().filename ();
     if (Entry.path ().extension () == ".cper") {
-      const std::string Options = " --quiet --platform odd.json " + Name;
-      ExpectText (QSM_EXPECTED_TEXTS "/field/" + Name + ".txt",
+      const std::string Options = " --quiet --platform odd.json " + File;
+      ExpectText (QSM_EXPECTED_TEXTS "/field/" + File + ".txt",
                   Run ("report" + Options).Out + Run ("report --json" + Options).Out);
     }
   }
