@@ -3,10 +3,14 @@ import math
 import os
 import re
 import resource
+import signal
 import subprocess
 import sys
 import time
 from pathlib import Path
+
+# A reader that goes away ends a script without a word.
+signal.signal(signal.SIGPIPE, signal.SIG_DFL)
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 DRIVER = ('MdePkg', 'MdeModulePkg', 'UefiCpuPkg', 'Features', 'CpRcPkg', 'OrvModulePkg',
