@@ -6,9 +6,16 @@ install (TARGETS qsmsim qsmmachine qsmbmc RUNTIME DESTINATION bin)
 install (TARGETS QsmDriver LIBRARY DESTINATION ${ProductDirectory})
 install (
   FILES ${PROJECT_SOURCE_DIR}/build/machine/VelmoraMachine.rom
+        ${PROJECT_SOURCE_DIR}/build/machine/VelmoraMachine.debug.elf
+        ${PROJECT_SOURCE_DIR}/build/machine/MachineBoot.map
+        ${PROJECT_SOURCE_DIR}/build/machine/MachineSmm.map
         ${PROJECT_SOURCE_DIR}/build/image/VelmoraQsmErrorHandler.efi
         ${PROJECT_SOURCE_DIR}/build/image/VelmoraQsmErrorHandler.ffs
+        ${PROJECT_SOURCE_DIR}/build/image/VelmoraQsmErrorHandler.depex
+        ${PROJECT_SOURCE_DIR}/build/image/VelmoraQsmErrorHandler.map
+        ${PROJECT_SOURCE_DIR}/build/image/VelmoraQsmErrorHandler.debug.efi
         ${PROJECT_SOURCE_DIR}/build/image/SystemInventory.ffs
+        ${PROJECT_SOURCE_DIR}/build/image/SystemInventory.map
   DESTINATION ${ProductDirectory})
 file (GLOB Descriptions ${PROJECT_SOURCE_DIR}/Platform/Data/*.json)
 install (FILES ${Descriptions} DESTINATION share/${PROJECT_NAME}/platforms)
@@ -42,5 +49,5 @@ qsm_add_manual_page ("run the driver's image on an emulated server" qsmmachine)
 qsm_add_manual_page ("a BMC that takes the driver's events" qsmbmc)
 
 get_property (Pages GLOBAL PROPERTY QSM_MANUAL_PAGES)
-add_custom_target (ManualPages DEPENDS ${Pages})
+add_custom_target (ManualPages ALL DEPENDS ${Pages})
 install (FILES ${Pages} DESTINATION share/man/man1)

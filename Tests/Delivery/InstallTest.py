@@ -117,6 +117,13 @@ class Install(unittest.TestCase):
             commands += [(*command, name) for name in re.findall(r'^  ([a-z]\S*)', listed, re.M)]
         self.assertGreater(len(commands), 15)
 
+    def test_qsmmachine_withholds_a_module(self):
+        self.assertIn('VelmoraQsmErrorHandler waits for 710D487E-',
+                      self.tool('qsmmachine', '--withhold', 'SystemInventory'))
+
+    def test_gdb_has_the_recorded_session_with_the_symbols_that_are_installed(self):
+        run(ROOT / 'Tests/Machine/debug-session', self.prefix / 'bin/qsmmachine')
+
     def test_each_tool_tells_its_version_and_has_a_manual(self):
         for tool in TOOLS:
             self.assertEqual(self.tool(tool, '--version'), f'{tool} {version()}\n')

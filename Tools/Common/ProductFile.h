@@ -3,8 +3,11 @@
 
 #include <string>
 
-/// The path of the file that the build has made at Built. Installed tools, which lie in a directory
-/// "bin", have it by its name in the directory of the product below "lib" beside that.
+/// Whether the tool is installed: it then lies in a directory "bin".
+bool IsInstalled ();
+
+/// The path of the file that the build has made at Built. Installed tools have it by its name in the
+/// directory of the product below "lib" beside their own.
 std::string ProductFile (const std::string &Built);
 
 /// The path of another tool, at Built or beside this one.

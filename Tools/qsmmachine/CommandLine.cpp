@@ -108,6 +108,12 @@ ReadError (const std::string &Text, const MachineOptions &Options)
   return {&*Kind, *Number};
 }
 
+bool
+Withholds (const RunArguments &Arguments, const char *Title)
+{
+  return std::ranges::find (Arguments.Withheld, Title) != Arguments.Withheld.end ();
+}
+
 RunPlan
 ReadPlan (const RunArguments &Arguments)
 {
@@ -119,13 +125,17 @@ ReadPlan (const RunArguments &Arguments)
   ReadInputFile (Arguments.Rom, FILE_SIZE_MAX);
   for (const auto &[Title, File] : {std::pair{DRIVER_TITLE, Arguments.Driver},
                                     std::pair{INVENTORY_TITLE, ProductFile (QSM_INVENTORY)}}) {
-    if (std::ranges::find (Arguments.Withheld, Title) == Arguments.Withheld.end ()) {
+    if (!Withholds (Arguments, Title)) {
       Machine.Modules.emplace_back (File);
     }
   }
   (void)MachineVolume (Machine);
   ReadProcessors (Arguments.Processors, Machine);
   Machine.DriverCount = NumberOption ("--drivers", Arguments.DriverCount, 1, DriverMax);
+  if (Machine.DriverCount > 1 && Withholds (Arguments, DRIVER_TITLE)) {
+    RefuseOption ("--drivers", fmt::format ("1 with --withhold {}", DRIVER_TITLE),
+                  Arguments.DriverCount);
+  }
   Machine.Inventory = Arguments.InventoryFile.empty ()
                           ? MachineInventory (Machine)
                           : ReadInputFile (Arguments.InventoryFile, INVENTORY_SIZE_MAX);

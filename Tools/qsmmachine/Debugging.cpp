@@ -6,6 +6,7 @@
 #include "Interruption.h"
 #include "MachineError.h"
 #include "MachineReport.h"
+#include "ProductFile.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -37,17 +38,13 @@ BootLog (MachineOptions Options)
   return Machine.DebugLog ();
 }
 
-} // namespace
-
+/// The lines that add the symbols of each driver, or nothing if there are none.
 std::string
-DebuggerLines (const MachineOptions &Options)
+DriverSymbols (const MachineOptions &Options)
 {
-  std::string Lines = fmt::format ("  directory {}\n", QSM_SOURCES);
-  if (const auto File = SymbolsOf (Options.Rom, ".debug.elf"); std::filesystem::exists (File)) {
-    Lines += fmt::format ("  add-symbol-file {}\n", File.string ());
-  }
   const auto File = Options.Modules.empty () ? std::filesystem::path ()
                                              : SymbolsOf (Options.Modules.front (), ".debug.efi");
+  std::string Lines;
   if (std::filesystem::exists (File)) {
     for (const LoadedModule &Module : LoadedModules (BootLog (Options))) {
       if (Module.Name == "VelmoraQsmErrorHandler") {
@@ -55,8 +52,20 @@ DebuggerLines (const MachineOptions &Options)
       }
     }
   }
-  return Lines + fmt::format ("  target remote {}\n"
-                              "  hbreak SendRedfishEvent\n"
-                              "  continue\n",
-                              Options.GdbServer.substr (Options.GdbServer.find (':') + 1));
+  return Lines;
+}
+
+} // namespace
+
+std::string
+DebuggerLines (const MachineOptions &Options)
+{
+  std::string Lines = IsInstalled () ? "" : fmt::format ("  directory {}\n", QSM_SOURCES);
+  if (const auto File = SymbolsOf (Options.Rom, ".debug.elf"); std::filesystem::exists (File)) {
+    Lines += fmt::format ("  add-symbol-file {}\n", File.string ());
+  }
+  const std::string Driver = DriverSymbols (Options);
+  return fmt::format ("{}{}  target remote {}\n{}  continue\n", Lines, Driver,
+                      Options.GdbServer.substr (Options.GdbServer.find (':') + 1),
+                      Driver.empty () ? "" : "  hbreak SendRedfishEvent\n");
 }

@@ -28,6 +28,8 @@ TEST_F (Qsmmachine, RefusesBadInputWithOneLine)
        "--smp sockets: expected two processors in each of several sockets, found \"2\""},
       {F + "--smp 5,sockets=5", "--smp sockets: expected a number from 1 to 4, found \"5\""},
       {F + "--drivers 0", "--drivers: expected a number from 1 to 16, found \"0\""},
+      {F + "--drivers 2 --withhold VelmoraQsmErrorHandler",
+       "--drivers: expected 1 with --withhold VelmoraQsmErrorHandler, found \"2\""},
       {F + "--bmc-port 0", "--bmc-port: expected a number from 1 to 65535, found \"0\""},
       {F + "--gdb 65536", "--gdb: expected a number from 1 to 65535, found \"65536\""},
       {F + "--bmc-mode refuse=0",
