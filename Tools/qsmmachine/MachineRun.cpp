@@ -128,10 +128,11 @@ LostEventText (std::string_view Log)
       return "the event has not got through to the BMC: " + Status;
     }
     const std::size_t Code = Log.find (CODE, Place);
-    const UINT8 Answer = Code == std::string_view::npos
-                             ? CompletionNormal
-                             : static_cast<UINT8> (std::stoul (
-                                   std::string (Log.substr (Code + CODE.size (), 2)), nullptr, 16));
+    UINT8 Answer = CompletionNormal;
+    if (Code != std::string_view::npos) {
+      const std::string Digits (Log.substr (Code + CODE.size (), 2));
+      Answer = static_cast<UINT8> (std::stoul (Digits, nullptr, 16));
+    }
     if (Answer != CompletionNormal) {
       return "the BMC has not taken the event: " + CompletionCodeText (Answer);
     }
