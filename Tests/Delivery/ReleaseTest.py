@@ -17,6 +17,7 @@ from hosttests import version  # noqa: E402
 
 NAME = 'VelmoraQsmErrorHandler'
 TITLE = f'{NAME}-{version()}'
+FORMS = ('efi', 'ffs', 'depex', 'map', 'debug.efi')
 ARCHIVE = ROOT / f'build/release/{TITLE}.tar.gz'
 
 
@@ -52,14 +53,23 @@ class Release(unittest.TestCase):
         documents = {str(path.relative_to(ROOT)) for directory in ('docs', 'Include')
                      for path in (ROOT / directory).rglob('*') if path.suffix in ('.md', '.h')}
         self.assertLessEqual(
-            {f'{NAME}.{form}' for form in ('efi', 'ffs', 'depex', 'map', 'debug.efi')} |
+            {f'{NAME}.{form}' for form in FORMS} |
             {'LICENSE', 'README.md', 'CHANGELOG.md', 'size.txt', 'sbom.cdx.json'} | documents,
             files)
         run('sha256sum', '--check', '--strict', 'SHA256SUMS', cwd=self.path)
         sums = (self.path / 'SHA256SUMS').read_text().splitlines()
         self.assertEqual({line.split('  ')[1] for line in sums}, files - {'SHA256SUMS'})
-        self.assertEqual((self.path / f'{NAME}.efi').read_bytes(),
-                         (ROOT / f'build/image/{NAME}.efi').read_bytes())
+        for form in FORMS:
+            self.assertEqual((self.path / f'{NAME}.{form}').read_bytes(),
+                             (ROOT / f'build/image/{NAME}.{form}').read_bytes(), form)
+
+    def test_another_parser_reads_the_firmware_file(self):
+        volume = self.path.parent / 'volume'
+        run(ROOT / 'build/image/firmwarefile', 'volume', volume, self.path / f'{NAME}.ffs')
+        run('UEFIExtract', volume, 'report')
+        self.assertRegex(Path(f'{volume}.report.txt').read_text(),
+                         rf'SMM module .* {NAME}\n.* MM dependency .*\n.* PE32 image .*\n'
+                         r'.* UI .*\n.* Version ')
 
     def test_the_image_bears_the_version(self):
         headers = run('llvm-readobj', '--file-headers', self.path / f'{NAME}.efi')
