@@ -71,6 +71,11 @@ class Release(unittest.TestCase):
                          rf'SMM module .* {NAME}\n.* MM dependency .*\n.* PE32 image .*\n'
                          r'.* UI .*\n.* Version ')
 
+    def test_the_tools_of_its_build_tell_the_version(self):
+        for tool in ('build/image/firmwarefile', 'build/image/imagecheck', 'scripts/release',
+                     'scripts/coverage', 'Tools/stackframes/stackframes.py'):
+            self.assertRegex(run(ROOT / tool, '--version'), rf'^\S+ {version()}\n$')
+
     def test_the_image_bears_the_version(self):
         headers = run('llvm-readobj', '--file-headers', self.path / f'{NAME}.efi')
         major, minor, _ = version().split('.')

@@ -96,13 +96,16 @@ main (int Count, char **Words)
   const std::span Arguments (Words, static_cast<std::size_t> (Count));
   const std::string_view What = Count > 1 ? Arguments[1] : "";
   try {
-    if (What == "module" && Count == 7) {
+    if (What == "--version") {
+      std::puts ("firmwarefile " QSM_VERSION);
+    } else if (What == "module" && Count == 7) {
       WriteModule (Arguments.subspan (2));
     } else if (What == "volume" && Count > 3) {
       WriteVolume (Arguments.subspan (2));
     } else {
       std::fputs ("usage: firmwarefile module NAME VERSION IMAGE FILE DEPEX\n"
-                  "       firmwarefile volume VOLUME FILE...\n",
+                  "       firmwarefile volume VOLUME FILE...\n"
+                  "       firmwarefile --version\n",
                   stderr);
       return 2;
     }

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 
 #include "ImageCheck.h"
 
@@ -22,8 +23,12 @@ ReadFile (const char *Path)
 int
 main (int ArgumentCount, char **Arguments)
 {
+  if (ArgumentCount == 2 && std::string_view (Arguments[1]) == "--version") {
+    std::puts ("imagecheck " QSM_VERSION);
+    return 0;
+  }
   if (ArgumentCount != 4) {
-    std::fputs ("usage: imagecheck IMAGE RELINKED TWIN\n", stderr);
+    std::fputs ("usage: imagecheck IMAGE RELINKED TWIN\n       imagecheck --version\n", stderr);
     return 2;
   }
   const std::vector<UINT8> Image = ReadFile (Arguments[1]);

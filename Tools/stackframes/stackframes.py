@@ -1,3 +1,4 @@
+#!/usr/bin/env python3
 """stackframes.py IMAGE MAP OUTPUT: writes a section .debug_frame for the image, in assembly.
 
 A debugger finds the caller of a function by it. For this target the compiler describes stack frames
@@ -9,6 +10,11 @@ ends with something left on the stack, or if an instruction does to the stack wh
 import re
 import subprocess
 import sys
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent.parent / 'scripts/lib'))
+from hosttests import version  # noqa: E402
 
 # The registers that a function hands back as it got them, by their numbers in DWARF.
 SAVED = {'rbx': 3, 'rbp': 6, 'rsi': 4, 'rdi': 5, 'r12': 12, 'r13': 13, 'r14': 14, 'r15': 15}
@@ -155,8 +161,10 @@ def description(start, end, rows):
 
 
 def main():
+    if sys.argv[1:] == ['--version']:
+        sys.exit(print('stackframes.py', version()))
     if len(sys.argv) != 4:
-        sys.exit('usage: stackframes.py IMAGE MAP OUTPUT')
+        sys.exit('usage: stackframes.py IMAGE MAP OUTPUT\n       stackframes.py --version')
     image, map_file, output = sys.argv[1:]
     text = HEAD
     code = {}
