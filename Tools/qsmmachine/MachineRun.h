@@ -22,7 +22,8 @@ struct RunPlan {
   std::filesystem::path BmcProgram;
   std::vector<Injection> Injections;
   bool IsKept = false; ///< The directory stays even if all goes well.
-  std::string BmcMode; ///< Of the run's own BMC, as BmcProcess::SetMode takes it; normal if empty.
+  std::string BmcMode =
+      {}; ///< Of the run's own BMC, as BmcProcess::SetMode takes it; normal if empty.
   /// Is told what to do when the machine waits for a debugger.
   std::function<void (const std::string &Text)> Tell = {};
 };
