@@ -61,6 +61,14 @@ class Install(unittest.TestCase):
             self.assertIn('event: memory, Warning, "CPU1_C2_D0"',
                           self.tool('qsmsim', 'report', 'a.cper', *platform))
 
+    def test_what_scripts_run_finds_paths_where_the_caller_stands(self):
+        (self.directory / 'b.cper').write_bytes(b'')
+        become = 'source "${0%/*}/lib/common"; become "$@"'
+        done = subprocess.run(['bash', '-c', become, ROOT / 'scripts/run', f'build/{PRESET}/Tools/'
+                               'qsmsim/qsmsim', 'report', 'b.cper'], cwd=self.directory,
+                              stderr=subprocess.PIPE, text=True)
+        self.assertRegex(done.stderr, '^qsmsim: b.cper: expected an error record')
+
     def ended(self, tool, *words, **options):
         """Runs an installed tool that may end with any code."""
         return subprocess.run([self.prefix / 'bin' / tool, *words], text=True, cwd=self.directory,
@@ -136,14 +144,17 @@ class Install(unittest.TestCase):
         rows = [('qsmsim ', {'report', 'make', 'show'}, {'--help'}),
                 ('qsmsim make mem', {'memory'}, {'pcie'}),
                 ('qsmsim report a.cper --q', {'--quiet'}, {'--raw'}),
-                ('qsmmachine --', {'--smp', '--inject', '--version'}, {'qsmbmc'})]
+                ('qsmmachine --', {'--smp', '--inject', '--version'}, {'qsmbmc'}),
+                ('qsmmachine --inject pcie', {'pcie-corrected'}, {'processor-corrected'}),
+                ('qsmmachine --withhold ', {'SystemInventory'}, {'--smp'}),
+                ('qsmbmc --mode ', {'mute', 'refuse'}, {'checksum'})]
         for line, expected, unexpected in rows:
             words = line.split(' ')
             source = self.prefix / f'share/bash-completion/completions/{words[0]}'
             found = set(run('bash', '-euc', '''
                 source "$1"; shift
                 COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
-                _qsm_tool "$1" "${!#}"
+                _qsm_tool "$1" "${!#}" "${@:$#-1:1}"
                 printf '%s\\n' "${COMPREPLY[@]}"''', 'bash', source, *words,
                 env={'PATH': f'{self.prefix}/bin:/usr/bin:/bin'}).split())
             self.assertLessEqual(expected, found, line)

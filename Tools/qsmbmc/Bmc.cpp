@@ -10,8 +10,8 @@ namespace {
 constexpr UINT8 APPLICATION_NET_FUNCTION = 0x06;
 constexpr UINT8 GET_DEVICE_ID_COMMAND = 0x01;
 
-/// IPMI 2.0, table 20-2: device id, device revision, firmware revision 1.0 of this BMC, which is not
-/// the version of the program, IPMI 2.0, no further functions, manufacturer and product unspecified.
+/// IPMI 2.0, table 20-2: device id, device revision, firmware revision 1.0 whatever the version of
+/// the program, IPMI 2.0, no further functions, manufacturer and product unspecified.
 constexpr UINT8 DeviceId[] = {0x20, 0x01, 0x01, 0x00, 0x02, 0x00, 0, 0, 0, 0, 0};
 
 /// Responses have odd network functions.
