@@ -9,7 +9,6 @@ namespace {
 /// Where memory and PCIe errors are. A device elsewhere differs in the last thing compared.
 constexpr UINT8 HerePlace = 1;
 constexpr UINT8 ElsewherePlace = 2;
-constexpr CHAR8 RedfishId[] = "CPU1_C2_D0";
 
 } // namespace
 
@@ -18,17 +17,18 @@ BenchInventory::Fill (UINT8 DeviceType, UINTN Count, MatchPlace Place)
 {
   Devices.assign (Count, InventoryDevice{});
   List.clear ();
+  ErrorSeverity = Place == MatchPlace::Each ? CperSeverityInformational : CperSeverityFatal;
   for (UINTN Index = 0; Index < Count; ++Index) {
-    const bool Here = (Place == MatchPlace::First && Index == 0) ||
+    const bool Here = Place == MatchPlace::Each || (Place == MatchPlace::First && Index == 0) ||
                       (Place == MatchPlace::Last && Index == Count - 1);
     InventoryDevice &Device = Devices[Index];
     Device.DeviceType = DeviceType;
     Device.ProcessorSocket = Here ? ReportingPackage : ReportingPackage + 1U;
     Device.MemoryDimm = Here ? HerePlace : ElsewherePlace;
     Device.PciDevFunc = Here ? HerePlace : ElsewherePlace;
-    Device.ProcessorRedfishId = RedfishId;
-    Device.MemoryRedfishId = RedfishId;
-    Device.PcieRedfishId = RedfishId;
+    Device.ProcessorRedfishId = RedfishId.c_str ();
+    Device.MemoryRedfishId = RedfishId.c_str ();
+    Device.PcieRedfishId = RedfishId.c_str ();
     List.push_back (&Device);
   }
   Info.DataReady = 1;
@@ -40,7 +40,7 @@ EFI_STATUS_CODE_DATA *
 BenchInventory::Record (UINT8 ErrorClass)
 {
   ErrorRecord Record = {};
-  Record.Header.ErrorSeverity = CperSeverityFatal;
+  Record.Header.ErrorSeverity = ErrorSeverity;
   switch (ErrorClass) {
   case ErrorClassProcessor:
     Record.Section.SectionType = gEfiProcessorGenericErrorSectionGuid;

@@ -1,6 +1,7 @@
 /// An inventory of any size, and an error of each class that belongs to one of its devices.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "Record/ErrorClass.h"
@@ -12,6 +13,7 @@ enum class MatchPlace {
   First,
   Last,
   None,
+  Each, ///< Each matches, and there is no event for the error unless it is one of memory.
 };
 
 class BenchInventory {
@@ -23,13 +25,15 @@ public:
   /// belongs to the one at Place.
   void Fill (UINT8 DeviceType, UINTN Count, MatchPlace Place);
 
-  /// The data of a status code with a fatal error of a class.
+  /// The data of a status code with an error of a class, fatal unless each device matches it.
   EFI_STATUS_CODE_DATA *Record (UINT8 ErrorClass);
 
   InventoryInfo Info = {};
+  std::string RedfishId = "CPU1_C2_D0"; ///< Of all devices; not to be changed behind Fill.
 
 private:
   UINT8 ReportingPackage;
+  UINT32 ErrorSeverity = CperSeverityFatal;
   std::vector<InventoryDevice> Devices;
   std::vector<const InventoryDevice *> List;
   std::vector<UINT8> Data;

@@ -1,6 +1,7 @@
 /// The driver's print formatter beside the C library's, each in its own format language.
 
 #include <cstdio>
+#include <string>
 
 #include <benchmark/benchmark.h>
 
@@ -85,5 +86,33 @@ PAIR (Guid,
        mGuid.Data4[5],
        mGuid.Data4[6],
        mGuid.Data4[7]));
+
+// One directive for texts of all lengths.
+template <typename Function>
+void
+PrintText (benchmark::State &State, Function *volatile &Printer, const char *Format)
+{
+  const std::string Text (static_cast<std::size_t> (State.range (0)), 'x');
+  char Line[Room];
+  for ([[maybe_unused]] const auto Iteration : State) {
+    benchmark::DoNotOptimize (Printer (Line, Room, Format, Text.c_str ()));
+    benchmark::ClobberMemory ();
+  }
+}
+
+void
+Text (benchmark::State &State)
+{
+  PrintText (State, Print, "%a");
+}
+
+void
+TextLibrary (benchmark::State &State)
+{
+  PrintText (State, LibraryPrint, "%s");
+}
+
+BENCHMARK (Text)->RangeMultiplier (2)->Range (1, 128);
+BENCHMARK (TextLibrary)->RangeMultiplier (2)->Range (1, 128);
 
 } // namespace
