@@ -15,16 +15,16 @@ struct DispatchWorld {
   /// Loads a module and calls its entry, which may install protocols.
   VOID (*Start) (VOID *Context, const SmmModule &Module);
 
-  /// Called once for each protocol that is not there, for a module that was not started; and, for
-  /// one that goes with another module which was not started, with that one's name.
+  /// Called for each mention of a protocol that is not there, for a module that was not started;
+  /// and, for one that goes with another module which was not started, with that one's name.
   VOID (*Waits) (VOID *Context, const SmmModule &Module, const EFI_GUID &For);
 };
 
-/// Starts all of the Count modules that can be, each once: first the one that comes first in the
-/// volume, and again from the start until there are no more. A module without an expression waits
-/// for nothing. Then tells what each of the others waits for; an expression that asks that a
-/// protocol should not be there waits for no protocol, and Waits is called with an all-zero name.
-/// Refuses, ahead of starting any, an expression that is not sound; Offset then counts from the
-/// expression, and Refused is the module's number.
+/// Starts all of the Count modules, at most ModuleMax, that can be, each once: first the one that
+/// comes first in the volume, and again from the start until there are no more. A module without an
+/// expression waits for nothing. Then tells what each of the others waits for; an expression that
+/// asks that a protocol should not be there waits for no protocol, and Waits is called with an
+/// all-zero name. Refuses, ahead of starting any, an expression that is not sound; Offset then
+/// counts from the expression, and Refused is the module's number.
 [[nodiscard]] VolumeFault
 DispatchModules (const SmmModule *Modules, UINTN Count, const DispatchWorld &World, UINTN &Refused);

@@ -113,12 +113,21 @@ PartOf (SmmModule &Module, UINT8 SectionType)
   }
 }
 
-/// Whether a title is whole characters, of which the last is the NUL.
+/// Whether a title is whole characters from blank to tilde, and a NUL behind them.
 bool
 IsTitle (const FilePart &Title)
 {
-  return Title.Size >= sizeof (CHAR16) && Title.Size % sizeof (CHAR16) == 0 &&
-         Title.Bytes[Title.Size - 1] == 0 && Title.Bytes[Title.Size - 2] == 0;
+  if (Title.Size < sizeof (CHAR16) || Title.Size % sizeof (CHAR16) != 0) {
+    return false;
+  }
+  const UINTN End = Title.Size - sizeof (CHAR16);
+  for (UINTN Offset = 0; Offset < End; Offset += sizeof (CHAR16)) {
+    const UINT8 Low = Title.Bytes[Offset];
+    if (Low < ' ' || Low > '~' || Title.Bytes[Offset + 1] != 0) {
+      return false;
+    }
+  }
+  return Title.Bytes[End] == 0 && Title.Bytes[End + 1] == 0;
 }
 
 VolumeFault
@@ -147,7 +156,7 @@ ReadModule (const Volume &In, const EFI_FFS_FILE_HEADER *File, SmmModule &Module
     return In.Fault ("a module has no image", File);
   }
   if (Module.Title.Bytes != nullptr && !IsTitle (Module.Title)) {
-    return In.Fault ("a module's title has no end", Module.Title.Bytes);
+    return In.Fault ("a module's title is not printable text with a NUL", Module.Title.Bytes);
   }
   return {};
 }

@@ -18,7 +18,7 @@ struct SmmModule {
   EFI_GUID Name;
   FilePart Dependency;
   FilePart Image; ///< PE32+, not looked into. Every module has one.
-  FilePart Title; ///< Its name for people: UTF-16 that ends with a NUL, of two bytes at least.
+  FilePart Title; ///< Its name for people: UTF-16 from blank to tilde, and a NUL.
 };
 
 /// Fills Modules, which has room for Limit, and Count from the Size bytes at Bytes. A volume may

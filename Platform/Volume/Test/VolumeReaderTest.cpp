@@ -118,7 +118,9 @@ const Spoiled SpoiledVolumes[] = {
      [] (auto &Volume) { At<Section> (Volume, ImageSection).Type = EFI_SECTION_MM_DEPEX; }},
     {"a module has no image", FirstFile,
      [] (auto &Volume) { At<Section> (Volume, ImageSection).Type = EFI_SECTION_VERSION; }},
-    {"a module's title has no end", TitleSection + 4,
+    {"a module's title is not printable text with a NUL", TitleSection + 4,
+     [] (auto &Volume) { Volume[TitleSection + 4] = '\n'; }},
+    {"a module's title is not printable text with a NUL", TitleSection + 4,
      [] (auto &Volume) { Volume[TitleSection + 4 + sizeof u"Module" - 2] = 1; }},
     {"what is free of the volume is not erased", 0x2438, [] (auto &Volume) { Volume.back () = 0; }},
 };
