@@ -41,9 +41,9 @@ main (int ArgumentCount, char **Arguments)
       const std::filesystem::path File = Directory.Path () / Of.Name;
       SmiProfile Least = TraceSmi (Machine, Code, File, Of.Raise).at (0);
       for (UINTN Round = 1; Round < Rounds; ++Round) {
-        for (const auto &[Function, Instructions] :
-             TraceSmi (Machine, Code, File, Of.Raise).at (0)) {
-          Least[Function] = std::min (Least[Function], Instructions);
+        const auto Smis = TraceSmi (Machine, Code, File, Of.Raise);
+        for (auto &[Function, Instructions] : Least) {
+          Instructions = std::min (Instructions, Smis.at (0).at (Function));
         }
       }
       for (const auto &[Function, Instructions] : Least) {
