@@ -133,7 +133,7 @@ Measure (const ImageInstance &Image,
                             .MessageCount = Messages.size (),
                             .HasEvent = mCommands != 0};
   const CodeWatch Floor = Step (reinterpret_cast<UINTN> (ListenerFloor),
-                                {reinterpret_cast<UINTN> (&Least)}, __start_Floor, __stop_Floor);
+                                {reinterpret_cast<UINTN> (&Least)}, gFloorBegin, gFloorEnd);
   std::cout << fmt::format ("{} {} {} {} {} {} {}\n", Of.Name, Name, Count, Error.Instructions,
                             Floor.Instructions, Stack, Calls);
 }

@@ -35,5 +35,6 @@ extern "C" UINTN EFIAPI ListenerFloor (const FloorCalls *Calls);
 
 /// Where its code lies.
 extern "C" {
-extern const UINT8 __start_Floor[], __stop_Floor[];
+extern const UINT8 gFloorBegin[] asm("__start_Floor");
+extern const UINT8 gFloorEnd[] asm("__stop_Floor");
 }

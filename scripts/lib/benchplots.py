@@ -19,7 +19,6 @@ class Picture:
     """A file of panels side by side, in as many columns as asked for."""
 
     def __init__(self, width, height, columns=2, rows=1):
-        # The title and the like stay text, in a font that each viewer has one of.
         self.head = (f'set terminal svg size {width},{height} font "Helvetica,Arial,sans-serif,14" '
                      f'background "white"\n')
         self.layout = f'set multiplot layout {rows},{columns}\n'
@@ -41,7 +40,6 @@ class Picture:
         done = subprocess.run(['gnuplot'], input=script, text=True, capture_output=True)
         if done.returncode != 0 or 'warning' in done.stderr:
             sys.exit(f'scripts/bench: gnuplot: {done.stderr}')
-        # What differs in each file of gnuplot's is taken out.
         path.write_text('\n'.join(line.rstrip() for line in path.read_text().splitlines()) + '\n')
         print(f'drawn: {path}')
 
@@ -53,8 +51,8 @@ def line(colour, title, dashed=False, columns='1:2'):
 
 def devices_picture(least):
     """Time and instructions of one error over the number of devices."""
-    picture = Picture(1080, 470)
-    axes = ('set logscale xy\nset xlabel "devices in the inventory"\n'
+    picture = Picture(1080, 500)
+    axes = ('set logscale xy\nset xlabel "devices in the inventory"\nset format y "%.0s%c"\n'
             'set xtics (8, 64, 512, 4096)\nset xrange [6:5500]\n')
     for title, label, key, span in (
             ('Time of one error on the host', 'nanoseconds', 'errors: ', '[30:2e7]'),
@@ -62,12 +60,13 @@ def devices_picture(least):
              '[200:1e8]')):
         series = []
         for name, colour in COLOURS.items():
-            for place, dashed in (('last', False), ('first', True)):
+            for place, words in (('last', name), ('first', '')):
                 rows = [(count, least(f'{key}{name}, {place} of {count}')) for count in COUNTS]
-                series.append((rows, line(colour, f'{name}, the {place} matches', dashed)))
+                series.append((rows, line(colour, words, dashed=place == 'first')))
         rows = [(count, least(f'{key}memory, other of {count}')) for count in COUNTS]
         series.append((rows, line(GREY, 'memory, no device of its class')))
-        picture.panel(f'{axes}set title "{title}"\nset ylabel "{label}"\nset format y "%.0f"\n'
+        picture.panel(f'{axes}set title "{title}\\n'
+                      f'solid: the last device matches, dashed: the first"\nset ylabel "{label}"\n'
                       f'set yrange {span}', *series)
     return picture
 
@@ -78,7 +77,8 @@ def primitives_picture(least):
     sizes = [8 ** power for power in range(9)]
     units = ('set logscale xy\nset xtics ("1" 1, "8" 8, "64" 64, "512" 512, "4 Ki" 4096, '
              '"32 Ki" 32768, "256 Ki" 262144, "2 Mi" 2097152, "16 Mi" 16777216)\n'
-             'set xlabel "bytes"\nset ylabel "nanoseconds"\nset format y "%.0f"\n')
+             'set xtics font ",12"\nset xrange [1:2.4e7]\n'
+             'set xlabel "bytes"\nset ylabel "nanoseconds"\nset format y "%.0s%c"\n')
     panels = [('CopyMem', 'memmove', 'CopyMemory', sizes, ''),
               ('ZeroMem', 'memset', 'ZeroMemory', sizes, ''),
               ('AsciiStrLen', 'strlen', 'TextLength', sizes, ''),
@@ -113,6 +113,7 @@ def smi_picture(least):
             'set xtics scale 0 font ",12"\nset xrange [-0.6:5.6]\nset bmargin 3\n')
     share = 'using {}:xtic(1) linecolor "{}" title "{}"'
     picture.panel(f'{axes}set title "Instructions of the SMI of one error, with BMC"\n'
+                  'set format y "%.0s%c"\n'
                   'set ylabel "instructions"',
                   (bars, share.format(2, RED, 'driver')),
                   (bars, share.format(3, BLUE, 'firmware')))
@@ -137,8 +138,8 @@ def processors_picture(least, greatest):
         picture.panel(
             'set logscale xy 2\nset logscale y 10\nset xtics (1, 2, 4, 8, 16)\n'
             'set xlabel "processors that report at the same moment"\n'
-            'set ylabel "instructions of a processor\'s SMI"\nset format y "%.0f"\n'
-            f'set xrange [0.8:20]\nset yrange [500:2e5]\nset title "A {cause} error each"',
+            'set ylabel "instructions of a processor\'s SMI"\nset format y "%.0s%c"\n'
+            f'set xrange [0.8:20]\nset yrange [500:1e5]\nset title "A {cause} error each"',
             (rows('firmware'),
              f'using 1:2:3:4 with yerrorbars linecolor "{BLUE}" linewidth 2 pointtype 7 '
              'pointsize 0.6 title "firmware: least, median and greatest"'),
