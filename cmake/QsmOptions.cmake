@@ -57,6 +57,7 @@ if (NOT QSM_HOST)
 else ()
   target_compile_options (
     qsm_driver_options INTERFACE -fPIC -fexceptions -fasynchronous-unwind-tables
+                                 $<$<CONFIG:Debug>:-O1>
                                  $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
   if (CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options (qsm_driver_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)

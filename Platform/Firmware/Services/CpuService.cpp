@@ -54,11 +54,12 @@ WhoAmI (const EFI_SMM_CPU_SERVICE_PROTOCOL *This, UINTN *ProcessorNumber)
 {
   RequireInterface (This);
   const EFI_STATUS Planned = FaultPlanCount (ServiceWhoAmI);
-  if (EFI_ERROR (Planned)) {
-    return Planned;
-  }
   if (ProcessorNumber == nullptr) {
     return EFI_INVALID_PARAMETER;
+  }
+  if (EFI_ERROR (Planned)) {
+    *ProcessorNumber = ~UINTN{0}; // A failed call may leave anything behind.
+    return Planned;
   }
   *ProcessorNumber = gWorld.ExecutingProcessor (gWorld.Context);
   return Planned;

@@ -19,6 +19,7 @@ constexpr BOOLEAN PcdSerialDetectCable = TRUE;
 } // namespace DeepFifoAndCable
 
 namespace NoFifoAndNoCable {
+constexpr UINT32 PcdSerialBaudRate = 300;
 constexpr UINT8 PcdSerialFifoControl = 0x26;
 constexpr BOOLEAN PcdSerialUseHardwareFlowControl = TRUE;
 #include "BaseSerialPortLib16550.cpp"
@@ -145,7 +146,7 @@ TEST (SerialPortSettings, DecideOnDivisorFifoBurstAndOtherSide)
        {0, 0, 0, 66}},
       {NoFifoAndNoCable::SerialPortInitialize,
        NoFifoAndNoCable::SerialPortWrite,
-       1,
+       384,
        0x20,
        std::vector<UINTN> (66, 1),
        {66, 66, 0, 66}},
@@ -164,6 +165,9 @@ TEST (SerialPortSettings, DecideOnDivisorFifoBurstAndOtherSide)
     Uart.FifoControl ^= 1;
     EXPECT_EQ (Row.Initialize (), RETURN_SUCCESS);
     EXPECT_EQ (Uart.FifoControl, Row.FifoControl);
+    Uart.ModemControl = 0x0B;
+    EXPECT_EQ (Row.Initialize (), RETURN_SUCCESS);
+    EXPECT_EQ (Uart.ModemControl, 0x0B) << "stays as it is";
     for (UINT8 Lines = 0; Lines < 4; ++Lines) {
       Uart.ModemStatus = static_cast<UINT8> (0x8F | Lines << 4);
       Uart.Bursts.clear ();

@@ -139,6 +139,15 @@ TEST (Print, PrintsEachTextInAllModesAndSizes)
   }
 }
 
+TEST (Print, HasPartsThatFillABuffer)
+{
+  std::string Buffer (6, '.');
+  EXPECT_EQ (BasePrintLibValueToString (Buffer.data (), 0x1A, 16), &Buffer[2]);
+  EXPECT_EQ (Buffer, "\0A1..."s);
+  EXPECT_EQ (BasePrintLibFillBuffer (&Buffer[0], &Buffer[6], 2, 0x4241, 2), &Buffer[4]);
+  EXPECT_EQ (Buffer, "ABAB.."s);
+}
+
 TEST (Print, AgreesWithTheLibraryWhereTheLanguagesCoincide)
 {
   const struct {

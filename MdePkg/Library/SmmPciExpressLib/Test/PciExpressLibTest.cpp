@@ -47,7 +47,11 @@ TEST_F (PciExpress, ReachesRegistersThroughTheWindow)
   EXPECT_EQ (SmmPciExpressLibConstructor (nullptr, nullptr), EFI_SUCCESS);
   EXPECT_EQ (SmmPciExpressLibConstructor (nullptr, nullptr), EFI_SUCCESS);
   EXPECT_EQ (gFaultPlan.Calls[ServiceBootLocateProtocol], 1U);
+  ExpectNothingAt (0x10000000);
+  ExpectNothingAt (AllOnes);
+  EXPECT_TRUE (Accesses.empty ());
 
+  InstallDebugService ();
   Machine.Pci.AddFunction ({.Segment = 0, .Bus = 0x12, .Device = 3, .Function = 4}, 0x00);
   constexpr UINT64 Function = 0x0121C000;
   EXPECT_EQ (PciExpressRead8 (Function + 0x0E), 0x00);
@@ -63,11 +67,6 @@ TEST_F (PciExpress, ReachesRegistersThroughTheWindow)
   };
   EXPECT_EQ (Accesses, Expected);
 
-  Accesses.clear ();
-  ExpectNothingAt (0x10000000);
-  ExpectNothingAt (AllOnes);
-  EXPECT_TRUE (Accesses.empty ());
-  InstallDebugService ();
   EXPECT_EQ (StoppedAt ([] { (void)PciExpressWindowAddress (0x10000000); }),
              "MdePkg/Library/SmmPciExpressLib/PciExpressLib:132 ((Address) & ~0xfffffff) == 0");
 }

@@ -112,7 +112,7 @@ TEST_F (ProcessorLocation, DividesAPackageWithoutLevelsByTheFirstCache)
       {"eight cores", {NoLevels, Logical (16), EightCores}, 0x47, {4, 3, 1}},
       {"no power of two", {NoLevels, Logical (23), {4, 0, 5 << 14, 0, 0, 0}}, 0x47, {2, 1, 3}},
       {"cache leaf is last", {Intel (4), Logical (16), EightCores}, 0x47, {4, 3, 1}},
-      {"no cache leaf", {Intel (3), Logical (16), EightCores}, 0x47, {4, 0, 7}},
+      {"no cache leaf", {Intel (3), Logical (128), EightCores}, 0xC7, {1, 0, 0x47}},
       {"no cache", {NoLevels, Logical (16), {4, 0, 0, 0, 0, 0}}, 0x47, {4, 0, 7}},
       {"nothing to divide", {NoLevels, Logical (0), {4, 0, 0, 0, 0, 0}}, 0x47, {0x47, 0, 0}},
       {"less than one each", {NoLevels, Logical (7), EightCores}, 0x47, {8, 7, 0}},
@@ -131,7 +131,7 @@ TEST_F (ProcessorLocation, DividesAnAmdPackageByItsTopologyExtensions)
        0x18347,
        {3, 3, 0x47}},
       {"three threads a core", {{0x8000001E, 0, 0, 0x200, 0, 0}}, 0x47, {0, 17, 3}},
-      {"room for half a core", {{0x8000001E, 0, 0, 0x7F00, 0, 0}}, 0x47, {1, 0, 7}},
+      {"room for half a core", {{0x8000001E, 0, 0, 0x7F00, 0, 0}}, 0x67, {1, 0, 0x27}},
       {"other vendor", {{0, 0, 0xD, 0x68747540, 0x444D4163, 0x69746E65}}, 0x47, {1, 0, 7}},
   };
   ExpectLocations (*this, "amd-naples", Rows);
