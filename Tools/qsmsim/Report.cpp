@@ -92,7 +92,7 @@ RunReport (const ReportArguments &Arguments, Console &Console)
   Options.CodeType = EFI_ERROR_CODE | EFI_ERROR_MINOR;
   ReadStatusCode (Arguments.Failures, Options);
 
-  RecordSource Source (Arguments.Records, Arguments.Raw);
+  RecordSource Source (Arguments.Records, Arguments.Raw, Console.Out);
   Summary Summary;
   const RecordDecoder Decoder (Plan.Platform, Options.Processor);
   const auto Writer = MakeWriter (Arguments, Plan.Platform, Console, Decoder);

@@ -73,7 +73,7 @@ OutcomeText (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
   JsonAppender Json (Text);
   Json.Open ('{');
   if (Outcome.File != nullptr) {
-    WriteRecord (Json, Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
+    WriteRecord (Json, Outcome.File->Name, DescribeFile (Decoder, *Outcome.File));
     WriteText (Json.Key ("readAs"), Outcome.File->Form);
   }
   if (WithLog) {

@@ -73,10 +73,12 @@ public:
   Take (const Outcome &Outcome) override
   {
     if (Outcome.File != nullptr) {
-      PrintRecord (Target, Outcome.File->Name, Decoder.Describe (Outcome.File->Bytes));
-      if (Outcome.File->IsFirst && !Outcome.File->Form.empty ()) {
-        Target.Out << "  read as " << Outcome.File->Form << "\n";
+      PrintRecord (Target, Outcome.File->Name, DescribeFile (Decoder, *Outcome.File));
+      const std::string &Form = Outcome.File->Form;
+      if (!Form.empty () && (Outcome.File->IsFirst || Form != LastForm)) {
+        Target.Out << "  read as " << Form << "\n";
       }
+      LastForm = Form;
     } else {
       Target.Out << Coloured (Target, Colour::Bold, "boot") << "\n";
     }
@@ -112,6 +114,7 @@ private:
   Console &Target;
   const RecordDecoder &Decoder;
   bool WithLog;
+  std::string LastForm; ///< Of the last record; told once as long as it stays the same.
 };
 
 } // namespace

@@ -4,8 +4,18 @@
 #include <memory>
 
 #include "Console.h"
+#include "CperFile.h"
 #include "RecordDecoder.h"
 #include "Summary.h"
+
+/// What the record of a file says, and what the file's form leaves open.
+inline CperDescription
+DescribeFile (const RecordDecoder &Decoder, const CperFile &File)
+{
+  CperDescription Description = Decoder.Describe (File.Bytes);
+  Description.Notes.insert (Description.Notes.end (), File.Notes.begin (), File.Notes.end ());
+  return Description;
+}
 
 class ReportWriter {
 public:

@@ -21,7 +21,7 @@ NoteHeader (const CperRecordHeader &Header, UINTN Size, std::vector<CperNote> &N
   if (Header.RecordLength != Size) {
     Notes.push_back (
         {"record-length-differs",
-         fmt::format ("RecordLength is {}, the file has {} bytes", +Header.RecordLength, Size)});
+         fmt::format ("RecordLength is {}, the record has {} bytes", +Header.RecordLength, Size)});
   }
   if (Header.SectionCount != 1) {
     Notes.push_back ({"section-count",

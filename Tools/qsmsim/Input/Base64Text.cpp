@@ -9,6 +9,10 @@ namespace {
 constexpr std::string_view Alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
+/// They are the margins of a line, and may stand between groups of four characters, at which no
+/// bits wait: words of other text are hardly so.
+constexpr std::string_view Blanks = " \t\r";
+
 /// The alphabet that is safe in URLs and file names has two other characters.
 char
 StandardCharacter (char Character)
@@ -28,7 +32,8 @@ public:
   void
   Decode (std::string_view Line, UINT64 Offset, std::string &Bytes) override
   {
-    for (std::size_t Index = 0; Index < Line.size (); ++Index) {
+    const std::size_t End = Line.find_last_not_of (Blanks) + 1; // npos + 1 is 0.
+    for (std::size_t Index = Line.find_first_not_of (Blanks); Index < End; ++Index) {
       if (Line[Index] == '=') {
         BitCount = 0;
         continue;
@@ -36,7 +41,7 @@ public:
       const std::size_t Value = Alphabet.find (StandardCharacter (Line[Index]));
       if (Value != std::string_view::npos) {
         Add (static_cast<UINT32> (Value), Bytes);
-      } else if (Line[Index] != '\r') {
+      } else if (BitCount != 0 || Blanks.find (Line[Index]) == std::string_view::npos) {
         throw InputError (
             fmt::format ("offset 0x{:X}: expected a character of base64", Offset + Index));
       }

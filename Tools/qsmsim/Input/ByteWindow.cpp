@@ -16,6 +16,7 @@ constexpr std::size_t PieceSize = 64 * 1024;
 bool
 FileBytes::ReadMore (std::string &Bytes)
 {
+  Output.flush ();
   const std::size_t Before = Bytes.size ();
   Bytes.resize (Before + PieceSize);
   ssize_t Count = 0;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -21,11 +22,16 @@ public:
 /// An open file, pipe or terminal.
 class FileBytes : public ByteSource {
 public:
-  explicit FileBytes (FileDescriptor &&Open) : Descriptor (std::move (Open)) {}
+  /// What comes of the bytes goes to Tied, which is flushed before more of them are read.
+  FileBytes (FileDescriptor &&Open, std::ostream &Tied)
+      : Descriptor (std::move (Open)), Output (Tied)
+  {
+  }
   bool ReadMore (std::string &Bytes) override;
 
 private:
   FileDescriptor Descriptor;
+  std::ostream &Output;
 };
 
 /// The part of a source that has been read and not been taken yet. It grows only as far as somebody

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "InputFile.h"
+
 namespace {
 
 /// Longer lines are decoded in pieces, which end behind a separator, or behind this even number of
@@ -34,6 +36,9 @@ FirstLine (std::string_view Text)
 bool
 DecodedText::ReadMore (std::string &Bytes)
 {
+  if (Failure) {
+    std::rethrow_exception (Failure);
+  }
   const std::size_t Before = Bytes.size ();
   while (Bytes.size () == Before) {
     std::string_view Ahead = Text.Ahead (1);
@@ -47,7 +52,14 @@ DecodedText::ReadMore (std::string &Bytes)
     const UINT64 Offset = Text.Offset ();
     const std::string Piece (Ahead.substr (0, Size));
     Text.Take (Followed);
-    Decoder->Decode (Piece, Offset, Bytes);
+    try {
+      Decoder->Decode (Piece, Offset, Bytes);
+    } catch (const InputError &) {
+      if (Bytes.size () == Before) {
+        throw;
+      }
+      Failure = std::current_exception ();
+    }
   }
   return true;
 }

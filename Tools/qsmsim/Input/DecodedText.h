@@ -1,6 +1,8 @@
 /// Text that stands for bytes.
 #pragma once
 
+#include <exception>
+
 #include "ByteWindow.h"
 
 /// Decodes one way of writing bytes as text.
@@ -34,4 +36,5 @@ public:
 private:
   ByteWindow &Text;
   std::unique_ptr<TextDecoder> Decoder;
+  std::exception_ptr Failure; ///< Behind the bytes that were there ahead of it.
 };

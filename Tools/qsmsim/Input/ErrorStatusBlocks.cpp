@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -41,6 +42,7 @@ EntryHeadSize (const ErrorDataEntry &Entry)
 bool
 BeginsLikeErrorStatusBlock (std::string_view Bytes)
 {
+  Bytes.remove_prefix (std::min (Bytes.find_first_not_of ('\0'), Bytes.size ()));
   if (Bytes.size () < sizeof (ErrorStatusBlock) + EntrySizeMin) {
     return false;
   }
@@ -53,16 +55,39 @@ BeginsLikeErrorStatusBlock (std::string_view Bytes)
          EntryHeadSize (First) + First.ErrorDataLength <= Head.DataLength;
 }
 
+/// Takes so many bytes, or all that there are.
+void
+ErrorStatusBlocks::Skip (std::size_t Size)
+{
+  Window.Take (std::min (Size, Window.Ahead (Size).size ()));
+}
+
 /// Goes to the next block. Returns false if there is none.
 bool
 ErrorStatusBlocks::BeginBlock ()
 {
-  Window.Ahead (DataLeft + RawSize);
-  Window.Take (std::min (DataLeft + RawSize, Window.Ahead (0).size ()));
-  DataLeft = RawSize = EntryCount = Entry = 0;
+  const std::size_t Unread = std::exchange (DataLeft, 0);
+  const UINT64 UnreadOffset = Window.Offset ();
+  Skip (Unread + std::exchange (RawSize, 0));
+  if (Unread != 0) {
+    throw InputError (fmt::format ("offset 0x{:X}: expected the end of a Generic Error Status "
+                                   "Block behind section {} of {}, found {} more bytes of its data",
+                                   UnreadOffset, Entry, EntryCount, Unread));
+  }
+  EntryCount = Entry = 0;
+  while (Window.Ahead (1).starts_with ('\0')) {
+    const std::string_view Zeros = Window.Ahead (1);
+    Window.Take (std::min (Zeros.find_first_not_of ('\0'), Zeros.size ()));
+  }
   const std::string_view Bytes = Window.Ahead (sizeof (ErrorStatusBlock) + EntrySizeMin);
-  if (!BeginsLikeErrorStatusBlock (Bytes)) {
+  if (Bytes.empty () || IsLost) {
     return false;
+  }
+  if (!BeginsLikeErrorStatusBlock (Bytes)) {
+    IsLost = true;
+    throw InputError (
+        fmt::format ("offset 0x{:X}: expected a Generic Error Status Block or zeros, found neither",
+                     Window.Offset ()));
   }
   const auto Head = FrontOf<ErrorStatusBlock> (Bytes);
   Window.Take (sizeof Head);
@@ -87,10 +112,12 @@ ErrorStatusBlocks::TakeEntry ()
   const std::size_t Size = HeadSize + Head.ErrorDataLength;
   if (Bytes.size () < EntrySizeMin || Bytes.size () < Size) {
     const std::string Place = fmt::format ("section {} of {}", Entry + 1, EntryCount);
-    Entry = EntryCount = 0; // The entries behind it cannot be found.
+    const std::size_t Found = Bytes.size ();
+    Entry = EntryCount; // The entries behind it cannot be found.
+    Skip (std::exchange (DataLeft, 0));
     throw InputError (fmt::format ("offset 0x{:X}: expected {} of a Generic Error Status Block, {} "
                                    "bytes, found {}",
-                                   Offset, Place, std::max (Size, EntrySizeMin), Bytes.size ()));
+                                   Offset, Place, std::max (Size, EntrySizeMin), Found));
   }
   LooseSection Section = {.Type = Head.SectionType,
                           .Severity = Head.ErrorSeverity,

@@ -47,10 +47,12 @@ public:
 private:
   bool IsDump = false;   ///< Lines begin with an offset.
   bool LeftOut = false;  ///< Lines like the last one are missing ahead of this one.
-  UINT64 DumpOffset = 0; ///< That the next line of the dump should have.
+  UINT64 DumpOffset = 0; ///< That the next line of the dump should have,
+  int OffsetBase = 16;   ///< and the base in which it stands there.
   std::string LastLine;  ///< The bytes of the dump's last line.
 
   std::string_view TakeOffset (std::string_view Line, UINT64 Offset, std::string &Bytes);
+  void GoTo (std::string_view OffsetDigits, UINT64 Offset, std::string &Bytes);
   void FillTo (UINT64 Target, UINT64 Offset, std::string &Bytes);
 };
 
@@ -79,6 +81,31 @@ Hex::FillTo (UINT64 Target, UINT64 Offset, std::string &Bytes)
   DumpOffset = Target;
 }
 
+/// Begins a line of the dump. A dump goes on where its last line has ended, or another one begins.
+void
+Hex::GoTo (std::string_view OffsetDigits, UINT64 Offset, std::string &Bytes)
+{
+  if (!IsDump || Value (OffsetDigits, 16) == 0) {
+    OffsetBase = OffsetDigits.size () == OctalOffsetSize ? 8 : 16;
+    DumpOffset = Value (OffsetDigits, OffsetBase);
+    LeftOut = false;
+  }
+  if (OffsetBase == 8 && Value (OffsetDigits, 8) < DumpOffset &&
+      Value (OffsetDigits, 10) == DumpOffset) {
+    OffsetBase = 10;
+  }
+  const UINT64 Found = Value (OffsetDigits, OffsetBase);
+  if (LeftOut) {
+    FillTo (Found, Offset, Bytes);
+  } else if (Found != DumpOffset) {
+    throw InputError (fmt::format (
+        "offset 0x{:X}: expected the line of the dump with offset 0x{:X}, found that with 0x{:X}",
+        Offset, DumpOffset, Found));
+  }
+  IsDump = true;
+  LeftOut = false;
+}
+
 /// The line without the columns that are no bytes.
 std::string_view
 Hex::TakeOffset (std::string_view Line, UINT64 Offset, std::string &Bytes)
@@ -92,13 +119,7 @@ Hex::TakeOffset (std::string_view Line, UINT64 Offset, std::string &Bytes)
   if (!HasOffset) {
     return Line;
   }
-  const UINT64 Found = Value (First, First.size () == OctalOffsetSize ? 8 : 16);
-  if (LeftOut) {
-    FillTo (Found, Offset, Bytes);
-  }
-  IsDump = true;
-  LeftOut = false;
-  DumpOffset = Found;
+  GoTo (First, Offset, Bytes);
   Rest = WithoutLeading (Rest.substr (HasColon ? 1 : 0), " ");
   return Rest.substr (0, CharacterColumn (Rest, HasColon));
 }
@@ -120,12 +141,15 @@ Hex::Decode (std::string_view Line, UINT64 Offset, std::string &Bytes)
     Rest.remove_prefix (HasPrefix ? 2 : 0);
     std::string_view Pairs = LeadingDigits (Rest);
     Rest.remove_prefix (Pairs.size ());
-    if (Pairs.empty () || (Pairs.size () % 2 != 0 && !(HasPrefix && Pairs.size () == 1))) {
-      throw InputError (fmt::format ("offset 0x{:X}: expected pairs of hexadecimal digits",
-                                     Offset + static_cast<UINT64> (Rest.data () - Start)));
-    }
+    const bool HasSlip =
+        Pairs.empty () || (Pairs.size () % 2 != 0 && !(HasPrefix && Pairs.size () == 1));
+    Pairs.remove_suffix (HasSlip ? Pairs.size () % 2 : 0);
     for (; !Pairs.empty (); Pairs.remove_prefix (std::min<std::size_t> (2, Pairs.size ()))) {
       Bytes += static_cast<char> (Value (Pairs.substr (0, 2), 16));
+    }
+    if (HasSlip) {
+      throw InputError (fmt::format ("offset 0x{:X}: expected pairs of hexadecimal digits",
+                                     Offset + static_cast<UINT64> (Rest.data () - Start)));
     }
   }
   if (IsDump) {

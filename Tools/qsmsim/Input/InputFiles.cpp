@@ -28,8 +28,11 @@ InputFiles::PushDirectory (const fs::path &Path)
   for (fs::directory_iterator Entry (Path, Error), End; !Error && Entry != End;
        Entry.increment (Error)) {
     std::error_code Ignored;
-    const bool IsLinkToDirectory = Entry->is_symlink (Ignored) && Entry->is_directory (Ignored);
-    if ((Entry->is_regular_file (Ignored) || Entry->is_directory (Ignored)) && !IsLinkToDirectory) {
+    const bool IsLink = Entry->is_symlink (Ignored);
+    const bool IsDirectory = !IsLink && Entry->is_directory (Ignored);
+    const bool IsDangling =
+        !Entry->exists (Ignored) && Entry->path ().extension () == RECORD_SUFFIX;
+    if (Entry->is_regular_file (Ignored) || IsDirectory || IsDangling) {
       Names.push_back (Entry->path ());
     }
   }

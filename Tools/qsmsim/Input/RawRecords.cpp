@@ -25,6 +25,16 @@ IsPadding (char Byte)
   return Byte == '\0' || Byte == '\xFF' || Byte == '\n' || Byte == '\r';
 }
 
+/// Whether Bytes have the first section as a whole, and there is no other record in them.
+bool
+IsWholeRecord (std::string_view Bytes)
+{
+  CperSectionDescriptor First = {};
+  std::memcpy (&First, Bytes.data () + sizeof (CperRecordHeader), sizeof First);
+  return UINT64{First.SectionOffset} + First.SectionLength <= Bytes.size () &&
+         FindSignature (Bytes, sizeof (CperRecordHeader)) == std::string_view::npos;
+}
+
 } // namespace
 
 std::size_t
@@ -43,6 +53,17 @@ bool
 BeginsLikeRecord (std::string_view Bytes)
 {
   return Bytes.starts_with (Signature);
+}
+
+std::size_t
+RecordLengthOf (std::string_view Bytes)
+{
+  CperRecordHeader Header = {};
+  if (Bytes.size () < sizeof Header) {
+    return RECORD_SIZE_MAX;
+  }
+  std::memcpy (&Header, Bytes.data (), sizeof Header);
+  return Header.RecordLength;
 }
 
 RawRecords::RawRecords (ByteWindow &From)
@@ -76,27 +97,30 @@ RawRecords::SkipOther ()
 std::size_t
 RawRecords::RecordSize ()
 {
-  CperRecordHeader Header = {};
-  const std::string_view Front = Window.Ahead (sizeof Header);
-  if (Front.size () < sizeof Header) {
+  const std::string_view Front = Window.Ahead (sizeof (CperRecordHeader));
+  if (Front.size () < sizeof (CperRecordHeader)) {
     return Front.size ();
   }
-  std::memcpy (&Header, Front.data (), sizeof Header);
-  const std::size_t Length = Header.RecordLength;
+  const std::size_t Length = RecordLengthOf (Front);
   const bool CanBe = Length >= RecordSizeMin && Length <= RECORD_SIZE_MAX;
-  std::string_view Bytes = Window.Ahead (CanBe ? Length + SignatureSize : RECORD_SIZE_MAX + 1);
+  std::string_view Bytes = Window.Ahead (CanBe ? Length : RECORD_SIZE_MAX + 1);
   if (CanBe && Bytes.size () >= Length) {
+    if (IsWholeRecord (Bytes.substr (0, Length))) {
+      return Length; // Without a look behind it, where nothing may be yet.
+    }
+    Bytes = Window.Ahead (Length + SignatureSize);
     const std::string_view Behind = Bytes.substr (Length);
     if (Behind.empty () || FindSignature (Behind.substr (0, SignatureSize)) == 0) {
       return Length;
     }
     if (IsPadding (Behind.front ()) &&
-        FindSignature (Bytes.substr (0, Length), sizeof Header) == std::string_view::npos) {
+        FindSignature (Bytes.substr (0, Length), sizeof (CperRecordHeader)) ==
+            std::string_view::npos) {
       return Length;
     }
     Bytes = Window.Ahead (RECORD_SIZE_MAX + 1);
   }
-  const std::size_t Next = FindSignature (Bytes, sizeof Header);
+  const std::size_t Next = FindSignature (Bytes, sizeof (CperRecordHeader));
   const std::size_t Rest = std::min (Next, Bytes.size ());
   if (Rest <= RECORD_SIZE_MAX) {
     return Rest;
@@ -134,7 +158,7 @@ RawRecords::Next ()
   }
   FoundRecord Found = {.Bytes = {Bytes.begin (), Bytes.end ()}, .Place = {}, .Form = Form};
   Window.Take (Size);
-  if (Count > 1 || Offset != 0 || !Window.Ahead (1).empty ()) {
+  if (Offset != 0) {
     Found.Place = fmt::format ("record {} at offset 0x{:X}", Count, Offset);
   }
   return Found;

@@ -81,9 +81,9 @@ WholeWords (std::string_view Front)
   return Front.substr (0, std::min (End, FrontSize));
 }
 
-/// What Front stands for, or nothing if it is not written so.
-std::string
-Decoded (std::string_view Front, std::unique_ptr<TextDecoder> Decoder)
+/// Whether Front is a way of writing records, or a slip breaks off the first record.
+bool
+AreRecords (std::string_view Front, std::unique_ptr<TextDecoder> Decoder)
 {
   std::string Bytes;
   try {
@@ -92,20 +92,15 @@ Decoded (std::string_view Front, std::unique_ptr<TextDecoder> Decoder)
     while (Source.ReadMore (Bytes)) {
     }
   } catch (const InputError &) {
-    return {};
+    return BeginsLikeRecord (Bytes) && Bytes.size () < RecordLengthOf (Bytes);
   }
-  return Bytes;
-}
-
-bool
-AreRecords (std::string_view Bytes)
-{
   return FindSignature (Bytes) != std::string_view::npos || BeginsLikeErrorStatusBlock (Bytes) ||
          BeginsLikeRecord (Bytes);
 }
 
+/// The reader of a text that stands for bytes as a whole; null for another text.
 std::unique_ptr<RecordReader>
-OpenText (ByteWindow &Window)
+OpenEncodedText (ByteWindow &Window)
 {
   constexpr struct {
     std::unique_ptr<TextDecoder> (*Decoder) ();
@@ -114,21 +109,38 @@ OpenText (ByteWindow &Window)
 
   const std::string_view Front = WholeWords (Window.Ahead (FrontSize).substr (0, FrontSize));
   for (const auto &[Decoder, Form] : Encodings) {
-    if (AreRecords (Decoded (Front, Decoder ()))) {
+    if (AreRecords (Front, Decoder ())) {
       return std::make_unique<DecodedRecords> (std::make_unique<DecodedText> (Window, Decoder ()),
                                                OpenBytes, Form);
     }
   }
-  return std::make_unique<TextRuns> (Window);
+  return nullptr;
+}
+
+std::unique_ptr<RecordReader>
+OpenText (ByteWindow &Window)
+{
+  auto Encoded = OpenEncodedText (Window);
+  return Encoded ? std::move (Encoded) : std::make_unique<TextRuns> (Window);
 }
 
 } // namespace
 
 std::unique_ptr<RecordReader>
+OpenTextWithRecord (ByteWindow &Window)
+{
+  auto Encoded = OpenEncodedText (Window);
+  if (!Encoded && HasRun (Window.Ahead (0))) {
+    return std::make_unique<TextRuns> (Window);
+  }
+  return Encoded;
+}
+
+std::unique_ptr<RecordReader>
 OpenBytes (ByteWindow &Window)
 {
   if (!BeginsLikeRecord (Window.Ahead (4)) &&
-      BeginsLikeErrorStatusBlock (Window.Ahead (FrontSize))) {
+      BeginsLikeErrorStatusBlock (Window.Ahead (RECOGNISED_SIZE))) {
     return std::make_unique<ErrorStatusBlocks> (Window);
   }
   return std::make_unique<RawRecords> (Window);

@@ -7,12 +7,20 @@
 #include <vector>
 
 #include "ByteWindow.h"
+#include "CperDescription.h"
+#include "InputFile.h"
 
 /// A record, where it was found in its file, and how.
 struct FoundRecord {
   std::vector<UINT8> Bytes;
   std::string Place; ///< "record 3 at offset 0x1234"; empty when the file is this record alone.
   std::string Form;  ///< "hex text"; empty for the plain bytes of records.
+  std::vector<CperNote> Notes = {}; ///< Of what had to be assumed.
+};
+
+/// A complaint of a file that may be of another kind, beside records in a directory.
+class OtherInputError : public InputError {
+  using InputError::InputError;
 };
 
 /// Reads one form of input. It does not own the bytes that it reads.

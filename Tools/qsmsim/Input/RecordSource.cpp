@@ -57,8 +57,16 @@ RecordSource::Open (const InputFiles::File &File)
   Name = File.Path.string ();
   MustHaveRecord = File.IsChosen;
   HasRecord = false;
-  Window = std::make_unique<ByteWindow> (std::make_unique<FileBytes> (OpenFile (File.Path)));
+  Window =
+      std::make_unique<ByteWindow> (std::make_unique<FileBytes> (OpenFile (File.Path), Output));
   Reader = IsRaw ? std::make_unique<WholeFile> (*Window) : OpenInput (*Window);
+}
+
+[[noreturn]] void
+RecordSource::ComplainOf (const InputError &Error)
+{
+  HasRecord = true; // One complaint of it is enough.
+  throw InputError (fmt::format ("{}: {}", Name, Error.what ()));
 }
 
 /// The next record of the file that is open, or none if it has no more.
@@ -68,10 +76,11 @@ RecordSource::NextOfFile ()
   auto Found = Reader->Next ();
   if (!Found) {
     Reader.reset ();
-    if (MustHaveRecord && !HasRecord) {
-      throw InputError ("expected an error record: bytes that begin with \"CPER\", these in "
-                        "hexadecimal or base64, a Generic Error Status Block, Redfish JSON, or a "
-                        "text with one of them; found none");
+    if (!HasRecord) {
+      throw OtherInputError (
+          "expected an error record: bytes that begin with \"CPER\", these in "
+          "hexadecimal or base64, a Generic Error Status Block, Redfish JSON, or a "
+          "text with one of them; found none");
     }
     return std::nullopt;
   }
@@ -79,6 +88,7 @@ RecordSource::NextOfFile ()
   return CperFile{.Name = Found->Place.empty () ? Name : Name + ", " + Found->Place,
                   .Bytes = std::move (Found->Bytes),
                   .Form = std::move (Found->Form),
+                  .Notes = std::move (Found->Notes),
                   .IsFirst = IsFirst};
 }
 
@@ -96,13 +106,13 @@ RecordSource::Next ()
         Open (*File);
       }
       Found = NextOfFile ();
-    } catch (const InputError &Error) {
+    } catch (const OtherInputError &Error) {
       if (MustHaveRecord || HasRecord) {
-        HasRecord = true; // One complaint of it is enough.
-        throw InputError (fmt::format ("{}: {}", Name, Error.what ()));
+        ComplainOf (Error);
       }
-      Reader.reset (); // A file of another kind beside records.
       continue;
+    } catch (const InputError &Error) {
+      ComplainOf (Error);
     }
     if (Found) {
       if (!IsRaw) {

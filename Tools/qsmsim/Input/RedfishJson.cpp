@@ -5,19 +5,18 @@
 #include <fmt/format.h>
 
 #include "DecodedText.h"
-#include "ErrorStatusBlocks.h"
 #include "Guid.h"
 #include "InputFile.h"
-#include "RawRecords.h"
 #include "Recognition.h"
 #include "SectionRecord.h"
+#include "TextRuns.h"
 
 namespace {
 
 using Json = nlohmann::json;
 
 /// Larger values are not read: a collection has its members in memory.
-constexpr std::size_t ValueSizeMax = 256 * 1024 * 1024;
+constexpr std::size_t ValueSizeMax = 64 * 1024 * 1024;
 
 constexpr const char *DataKey = "DiagnosticData";
 constexpr std::string_view BetweenValues = " \t\r\n,\x1E";
@@ -25,10 +24,7 @@ constexpr std::string_view BetweenValues = " \t\r\n,\x1E";
 /// Deeper ones are refused.
 constexpr std::size_t DepthMax = 100;
 
-/// So much of a line that is no JSON is passed by at once.
-constexpr std::size_t LineSizeMax = 4096;
-
-/// The JSON object or array that Window begins with; the rest of the line where there is neither.
+/// The JSON object or array that Window begins with, as far as it may be one.
 struct ValueExtent {
   std::size_t Size;
   bool IsClosed;
@@ -37,21 +33,25 @@ struct ValueExtent {
 ValueExtent
 MeasureValue (ByteWindow &Window)
 {
-  const std::string_view Front = Window.Ahead (1);
-  if (!Front.starts_with ('{') && !Front.starts_with ('[')) {
-    const std::string_view Line = Window.Ahead (LineSizeMax);
-    return {std::min (Line.find ('\n'), Line.size ()), true};
+  std::string_view Text = Window.Ahead (1);
+  if (!Text.starts_with ('{') && !Text.starts_with ('[')) {
+    return {0, false};
   }
   std::size_t Depth = 0;
   bool InString = false;
   std::size_t Size = 0;
   for (; Size < ValueSizeMax && Depth <= DepthMax; ++Size) {
-    const std::string_view Text = Window.Ahead (Size + 1);
     if (Text.size () <= Size) {
-      return {Text.size (), false};
+      Text = Window.Ahead (Size + 1);
+    }
+    if (Text.size () <= Size) {
+      break;
     }
     const char Character = Text[Size];
     if (InString) {
+      if (Character == '\n') {
+        break; // No string has one.
+      }
       Size += Character == '\\' ? 1 : 0;
       InString = Character != '"';
     } else if (Character == '"') {
@@ -65,14 +65,30 @@ MeasureValue (ByteWindow &Window)
       return {Size + 1, true};
     }
   }
-  return {std::min (Size, Window.Ahead (Size).size ()), false};
+  return {std::min (Size, Text.size ()), false};
 }
 
-/// Where a value may begin behind one that has no end.
-std::size_t
-NextLineWithValue (std::string_view Text)
+/// Goes to the next line that begins like a value, behind one that has no end.
+void
+SkipToLineWithValue (ByteWindow &Window)
 {
-  return std::min ({Text.find ("\n{"), Text.find ("\n["), Text.size ()});
+  for (;;) {
+    const std::string_view Text = Window.Ahead (2);
+    const std::size_t Found = std::min (Text.find ("\n{"), Text.find ("\n["));
+    if (Found != std::string_view::npos || Text.size () < 2) {
+      Window.Take (std::min (Found, Text.size ()));
+      return;
+    }
+    Window.Take (Text.size () - 1);
+  }
+}
+
+/// Whether broken JSON is of records.
+bool
+SpeaksOfRecords (std::string_view Text)
+{
+  return Text.find ("CPER") != std::string_view::npos ||
+         Text.find (DataKey) != std::string_view::npos || HasRun (Text);
 }
 
 std::string
@@ -83,41 +99,58 @@ TextMember (const Json &Object, const char *Key)
 }
 
 bool
-IsEncodedRecord (const Json &Value)
+IsByte (const Json &Value)
 {
-  if (!Value.is_string ()) {
-    return false;
-  }
-  const auto &Text = Value.get_ref<const std::string &> ();
-  return Text.starts_with ("Q1BFUg") || Text.starts_with ("43504552");
+  return Value.is_number_unsigned () && Value.get<UINT64> () <= 0xFF;
 }
 
-/// The severity of an event that the log entry was made from.
-UINT32
-SectionSeverity (const std::string &EntrySeverity)
-{
-  return EntrySeverity == "Critical" ? CperSeverityFatal : CperSeverityCorrected;
-}
-
-/// The bytes for which Text stands in base64, or those in hexadecimal if only these are a record;
-/// none if it is neither.
+/// The text of a value that has a record: as a string, or as an array of its bytes.
 std::string
-Decode (const std::string &Text)
+TextWithRecord (const Json &Value)
 {
-  std::string Bytes;
-  for (const auto Decoder : {Base64Decoder, HexDecoder}) {
-    try {
-      std::string Decoded;
-      Decoder ()->Decode (Text, 0, Decoded);
-      if (BeginsLikeRecord (Decoded) || BeginsLikeErrorStatusBlock (Decoded)) {
-        return Decoded;
-      }
-      Bytes = Bytes.empty () ? Decoded : Bytes;
-    } catch (const InputError &) {
-      // Not written this way.
-    }
+  if (Value.is_string () && HasRun (Value.get_ref<const std::string &> ())) {
+    return Value.get<std::string> ();
   }
-  return Bytes;
+  if (Value.is_array () && std::ranges::all_of (Value, IsByte)) {
+    const auto Bytes = Value.get<std::vector<UINT8>> ();
+    const std::string Text = fmt::format ("{:02x}", fmt::join (Bytes, ""));
+    return HasRun (Text) ? Text : "";
+  }
+  return "";
+}
+
+/// The bytes for which Text stands in base64, none if it is none.
+std::string
+DecodeBase64 (const std::string &Text)
+{
+  try {
+    ByteWindow Window (Text);
+    DecodedText Decoded (Window, Base64Decoder ());
+    std::string Bytes;
+    while (Decoded.ReadMore (Bytes)) {
+    }
+    return Bytes;
+  } catch (const InputError &) {
+    return "";
+  }
+}
+
+/// A record of the body of a section. How severe its error was is not in the log entry.
+FoundRecord
+RecordOfBody (const EFI_GUID &Type, const std::string &EntrySeverity, std::string_view Body)
+{
+  const bool IsFatal = EntrySeverity == "Critical";
+  const UINT32 Severity = IsFatal ? CperSeverityFatal : CperSeverityCorrected;
+  return {
+      .Bytes = RecordOfSection ({.Type = Type, .Severity = Severity}, Body),
+      .Place = {},
+      .Form = "body of a section",
+      .Notes = {
+          {"severity-assumed",
+           fmt::format ("the log entry does not say how severe the error was: taken for {}, as its "
+                        "own Severity is {}",
+                        CperSeverityText (Severity),
+                        EntrySeverity.empty () ? "not given" : EntrySeverity)}}};
 }
 
 } // namespace
@@ -147,6 +180,11 @@ RedfishJson::ReadValue ()
   const auto [Size, IsClosed] = MeasureValue (Window);
   const std::string_view Text = Window.Ahead (Size).substr (0, Size);
   ++ValueCount;
+  if (Size >= ValueSizeMax && !IsClosed) {
+    SkipToLineWithValue (Window);
+    throw InputError (fmt::format ("offset 0x{:X}: expected a JSON value of at most {} MiB", Offset,
+                                   ValueSizeMax >> 20));
+  }
   Json Value;
   std::optional<std::size_t> Broken;
   try {
@@ -156,9 +194,19 @@ RedfishJson::ReadValue ()
   } catch (const Json::exception &) {
     Broken = 0; // A number that is too large.
   }
-  Window.Take (IsClosed ? Size : NextLineWithValue (Text));
+  const bool IsOfRecords = Broken && SpeaksOfRecords (Text);
+  if (IsClosed) {
+    Window.Take (Size);
+  } else {
+    SkipToLineWithValue (Window);
+  }
   if (Broken) {
-    throw InputError (fmt::format ("offset 0x{:X}: expected well-formed JSON", Offset + *Broken));
+    const std::string Complaint =
+        fmt::format ("offset 0x{:X}: expected well-formed JSON", Offset + *Broken);
+    if (IsOfRecords) {
+      throw InputError (Complaint);
+    }
+    throw OtherInputError (Complaint);
   }
   Collect (Value, fmt::format ("value {}", ValueCount));
   return true;
@@ -175,8 +223,9 @@ RedfishJson::Collect (const Json &Value, const std::string &PlaceOfOwner)
   const std::string Of = Id.empty () ? PlaceOfOwner : fmt::format ("entry {}", Id);
   Entry Found = {.Place = Of};
   for (const auto &[Key, Child] : Value.items ()) {
-    if (Key != DataKey && IsEncodedRecord (Child)) {
-      Entries.push_back ({.Place = Of, .Key = Key, .Text = Child.get<std::string> ()});
+    std::string Text = Key != DataKey ? TextWithRecord (Child) : "";
+    if (!Text.empty ()) {
+      Entries.push_back ({.Place = Of, .Key = Key, .Text = std::move (Text)});
     }
     Collect (Child, Of);
   }
@@ -197,6 +246,15 @@ RedfishJson::Collect (const Json &Value, const std::string &PlaceOfOwner)
   }
 }
 
+/// Tells of a record of the entry that is read where and how it was found.
+FoundRecord
+RedfishJson::Placed (FoundRecord Found) const
+{
+  Found.Place = Found.Place.empty () ? Place : Place + ", " + Found.Place;
+  Found.Form = Found.Form.empty () ? Form : Form + ", " + Found.Form;
+  return Found;
+}
+
 std::optional<FoundRecord>
 RedfishJson::Open (const Entry &Of)
 {
@@ -207,18 +265,15 @@ RedfishJson::Open (const Entry &Of)
   }
   Place = Of.Place;
   Form = fmt::format ("{}, {}", Of.Key == DataKey ? "Redfish log entry" : "JSON", Of.Key);
-  const std::string Decoded = Decode (Of.Text);
-  if (BeginsLikeRecord (Decoded) || BeginsLikeErrorStatusBlock (Decoded)) {
-    Bytes = std::make_unique<ByteWindow> (Decoded);
-    Inner = OpenBytes (*Bytes);
+  Encoded = std::make_unique<ByteWindow> (Of.Text);
+  Inner = OpenTextWithRecord (*Encoded);
+  if (Inner) {
     return std::nullopt;
   }
   const auto Type = ParseGuid (Of.SectionType);
-  if (Type && !Decoded.empty ()) {
-    return FoundRecord{.Bytes = RecordOfSection (
-                           {.Type = *Type, .Severity = SectionSeverity (Of.Severity)}, Decoded),
-                       .Place = Place,
-                       .Form = Form + ", body of a section, of the log entry's severity"};
+  const std::string Body = Type ? DecodeBase64 (Of.Text) : "";
+  if (!Body.empty ()) {
+    return Placed (RecordOfBody (*Type, Of.Severity, Body));
   }
   if (Of.Type.starts_with ("CPER") || !Of.SectionType.empty ()) {
     throw InputError (fmt::format ("{}: expected an error record in base64 in {}", Place, Of.Key));
@@ -232,9 +287,7 @@ RedfishJson::Next ()
   for (;;) {
     if (Inner) {
       if (auto Found = Inner->Next ()) {
-        Found->Place = Found->Place.empty () ? Place : Place + ", " + Found->Place;
-        Found->Form = Found->Form.empty () ? Form : Form + ", " + Found->Form;
-        return Found;
+        return Placed (std::move (*Found));
       }
       Inner.reset ();
     }

@@ -10,9 +10,10 @@
 /// Whether JSON of objects begins at the first byte.
 bool BeginsLikeJson (std::string_view Text);
 
-/// JSON values, one behind the other, of which one at a time is in memory. Each string that decodes
-/// to a record is one, wherever it stands; of a log entry (Redfish LogEntry 1.15.0), DiagnosticData
-/// may also be a Generic Error Status Block, or the body of the section that its CPER object names.
+/// JSON values, one behind the other, of which one at a time is in memory. Each string that has
+/// a record, and each array of its bytes, is read as text, wherever it stands; of a log entry
+/// (Redfish LogEntry 1.15.0), DiagnosticData may also be a Generic Error Status Block, or the body
+/// of the section that its CPER object names.
 class RedfishJson : public RecordReader {
 public:
   explicit RedfishJson (ByteWindow &From) : Window (From) {}
@@ -32,12 +33,13 @@ private:
 
   ByteWindow &Window;
   UINTN ValueCount = 0;
-  std::deque<Entry> Entries;         ///< Of the last value; still to be read.
-  std::unique_ptr<ByteWindow> Bytes; ///< Those of the entry that is read.
+  std::deque<Entry> Entries;           ///< Of the last value; still to be read.
+  std::unique_ptr<ByteWindow> Encoded; ///< That of the entry that is read.
   std::unique_ptr<RecordReader> Inner;
   std::string Place, Form;
 
   bool ReadValue ();
   void Collect (const nlohmann::json &Value, const std::string &PlaceOfOwner);
+  FoundRecord Placed (FoundRecord Found) const;
   std::optional<FoundRecord> Open (const Entry &Of);
 };

@@ -12,7 +12,7 @@ struct LooseSection {
   EFI_GUID Type = {};
   UINT32 Severity = CperSeverityCorrected;
   UINT8 ValidationBits = 0; ///< Of FruId and FruText, as in a section descriptor.
-  UINT32 Flags = CPER_SECTION_FLAG_PRIMARY;
+  UINT32 Flags = 0;
   EFI_GUID FruId = {};
   CHAR8 FruText[20] = {};
   std::optional<UINT64> TimeStamp = {}; ///< As in a record header (UEFI 2.10, N.2.1).
