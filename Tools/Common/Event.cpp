@@ -91,3 +91,10 @@ EventSeverityText (UINT8 Severity)
     return fmt::format ("severity {}", Severity);
   }
 }
+
+std::string
+EventText (const Event &Event)
+{
+  return fmt::format ("{}, {}, \"{}\"", ErrorClassText (Event.ErrorClass),
+                      EventSeverityText (Event.Severity), Event.DeviceId);
+}

@@ -34,3 +34,6 @@ std::string ErrorClassText (UINT8 ErrorClass);
 
 /// "Warning" or "Critical", or "severity 3".
 std::string EventSeverityText (UINT8 Severity);
+
+/// 'memory, Warning, "CPU1_C2_D0"'.
+std::string EventText (const Event &Event);

@@ -99,10 +99,8 @@ LineJson (const RefusedRequest &Refusal)
 std::string
 LineText (const TakenEvent &Taken)
 {
-  const Event Event = DecodeEvent (Taken.Data);
-  return fmt::format ("{}: {}, {}, {}, \"{}\": {}", Taken.Sequence, TimeText (Taken.Time),
-                      ErrorClassText (Event.ErrorClass), EventSeverityText (Event.Severity),
-                      Event.DeviceId, HexText (Taken.Data));
+  return fmt::format ("{}: {}, {}: {}", Taken.Sequence, TimeText (Taken.Time),
+                      EventText (DecodeEvent (Taken.Data)), HexText (Taken.Data));
 }
 
 std::string

@@ -78,6 +78,12 @@ CountText (UINTN Count, const std::string &Singular)
 Outcome
 ReportRecord (SimulatedPlatform &Platform, const CperFile &File, const ReportOptions &Options)
 {
+  if (auto Reason = WhyNotReported (File, Options)) {
+    Outcome Outcome;
+    Outcome.File = &File;
+    Outcome.Dropped = std::move (Reason);
+    return Outcome;
+  }
   return Try (Platform, &File, [&] {
     return JudgeReport ({File, Options, Platform}, Platform.Report (File.Bytes, Options));
   });

@@ -29,7 +29,7 @@ BootPlan ReadBootPlan (const BootArguments &Arguments);
 /// "1 driver", "2 drivers".
 std::string CountText (UINTN Count, const std::string &Singular);
 
-/// Reports a record and judges how that ended.
+/// Reports a record, unless the driver would read beyond its end, and judges how that ended.
 Outcome
 ReportRecord (SimulatedPlatform &Platform, const CperFile &File, const ReportOptions &Options);
 

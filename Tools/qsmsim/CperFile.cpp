@@ -36,9 +36,4 @@ ExpectCper (const CperFile &File)
   Expect (Record.Header.SignatureEnd == CPER_SIGNATURE_END,
           offsetof (CperRecordHeader, SignatureEnd), "the end of the signature, FF FF FF FF");
   ExpectBytesTo (File, offsetof (ErrorRecord, Memory), "the first section's descriptor");
-  const EFI_GUID SectionType = Record.Section.SectionType;
-  if (const CperSection *Section = FindCperSection (SectionType)) {
-    ExpectBytesTo (File, Section->ReadSize (),
-                   fmt::format ("the {} section's location", Section->Name));
-  }
 }

@@ -16,5 +16,5 @@ struct CperFile {
 };
 
 /// Throws InputError with one line that names the record, the offset in it and what was expected
-/// there, when it is no record or lacks bytes that the driver reads.
+/// there, when it is no record, or cut within its header or the first section's descriptor.
 void ExpectCper (const CperFile &File);

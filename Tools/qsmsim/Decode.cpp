@@ -5,6 +5,7 @@
 
 #include "DecodeInput.h"
 #include "DecodeRedfish.h"
+#include "InputFile.h"
 #include "Record/ErrorClass.h"
 #include "Record/RequestData.h"
 
@@ -57,6 +58,9 @@ Notes (const FoundEvent &Found)
     Notes.push_back (
         fmt::format ("the id may be cut to its first {} characters", Found.DeviceId.size ()));
   }
+  if (!Found.Words.empty ()) {
+    Notes.push_back ("the line says something else beside the bytes: " + Found.Words);
+  }
   if (Found.Refusal) {
     Notes.push_back ("the BMC has refused it: " + CompletionCodeText (*Found.Refusal));
   }
@@ -74,6 +78,7 @@ FactsJson (const FoundEvent &Found)
           {"severity", EventSeverityText (Found.Severity)},
           {"id", Found.DeviceId},
           {"idMayBeCut", Found.IdMayBeCut},
+          {"words", Found.Words.empty () ? Json () : Json (Found.Words)},
           {"completionCode", OrNull (Found.Refusal)},
           {"bytes", HexText (Found.Bytes)}};
 }
@@ -81,9 +86,8 @@ FactsJson (const FoundEvent &Found)
 void
 Print (Console &Console, const FoundEvent &Found)
 {
-  const std::string Text = fmt::format ("{}, {}, \"{}\"", ErrorClassText (Found.ErrorClass),
-                                        EventSeverityText (Found.Severity), Found.DeviceId);
-  Console.Out << Coloured (Console, Colour::Bold, Text) << ": " << MeaningText (Found) << "\n"
+  Console.Out << Coloured (Console, Colour::Bold, EventText (Found)) << ": " << MeaningText (Found)
+              << "\n"
               << "  from " << SourceText (Found) << ", " << Found.Time.value_or ("without a time")
               << "\n";
   for (const std::string &Note : Notes (Found)) {
@@ -97,6 +101,10 @@ void
 RunDecode (const DecodeArguments &Arguments, Console &Console)
 {
   const FoundEvent Found = ReadEvent (fmt::format ("{}", fmt::join (Arguments.Words, " ")));
+  if (Arguments.Redfish && Found.Refusal) {
+    throw InputError ("BYTES: expected an event that the BMC has taken, it has refused this one: " +
+                      CompletionCodeText (*Found.Refusal));
+  }
   if (Arguments.Json || Arguments.Redfish) {
     const Json Document = Arguments.Redfish ? RedfishEntry (Found) : FactsJson (Found);
     Console.Out << Document.dump (2) << "\n";

@@ -149,6 +149,15 @@ ReadSelRecord (const std::string &Text)
   return std::nullopt;
 }
 
+/// Keeps what a line says of its event in words, if the bytes say something else.
+void
+CompareWords (FoundEvent &Found, const std::string &Words)
+{
+  if (Words != EventText (Found)) {
+    Found.Words = Words;
+  }
+}
+
 /// A line of JSON: of qsmbmc, or the event of a report.
 FoundEvent
 ReadJson (const std::string &Text)
@@ -169,6 +178,10 @@ ReadJson (const std::string &Text)
         Refuse (R"(expected a time like "2026-11-25T09:30:00Z")");
       }
     }
+    if (Json.contains ("class")) {
+      CompareWords (Result, fmt::format ("{}, {}, \"{}\"", Json["class"].get<std::string> (),
+                                         Json.value ("severity", ""), Json.value ("id", "")));
+    }
     if (Json.contains ("refused")) {
       Result.Refusal = Json.at ("completionCode").get<UINT8> ();
     }
@@ -182,7 +195,7 @@ ReadJson (const std::string &Text)
 std::optional<FoundEvent>
 ReadTextLine (const std::string &Text)
 {
-  static const std::regex Taken ("\\s*(\\d{1,18}): (?:(" TIME_PATTERN "), )?\\w+, \\w+, \".*\": "
+  static const std::regex Taken ("\\s*(\\d{1,18}): (?:(" TIME_PATTERN "), )?(\\w+, \\w+, \".*\"): "
                                  "([0-9A-F ]+)");
   static const std::regex Sent (
       "\\s*(?:refused: (" TIME_PATTERN "), 0x([0-9A-F]{2}), .*, )?"
@@ -195,8 +208,9 @@ ReadTextLine (const std::string &Text)
     return Match[Group].matched ? std::optional (Match[Group].str ()) : std::nullopt;
   };
   if (std::regex_match (Text, Match, Taken)) {
-    FoundEvent Result = EventOf ({.Data = ReadHex (Match[3])});
+    FoundEvent Result = EventOf ({.Data = ReadHex (Match[4])});
     Result.Form = EventForm::LogLine;
+    CompareWords (Result, Match[3]);
     Result.Number = Number (1, 10);
     Result.Time = Time (2);
     return Result;

@@ -23,6 +23,7 @@ struct FoundEvent : Event {
   std::optional<UINT64> Number;    ///< Of the line or the record.
   std::optional<std::string> Time; ///< UTC, as ISO 8601 has it.
   std::optional<UINT8> Refusal;    ///< The completion code of an event not taken.
+  std::string Words;               ///< What stands beside the bytes, if it is not what they say.
 };
 
 /// Finds out which form the text has, and reads it. Throws InputError with one line for what is

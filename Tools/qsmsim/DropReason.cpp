@@ -174,6 +174,21 @@ ReasonOfLog (std::span<const std::string> Log)
   return std::nullopt;
 }
 
+std::optional<DropReason>
+WhyNotReported (const CperFile &File, const ReportOptions &Options)
+{
+  const EFI_GUID SectionType = FrontOf (File.Bytes).Section.SectionType;
+  const CperSection *Section = FindCperSection (SectionType);
+  if (Options.Placement != RecordPlacement::Exact || Section == nullptr ||
+      File.Bytes.size () >= Section->ReadSize ()) {
+    return std::nullopt;
+  }
+  return DropReason{"location-cut",
+                    fmt::format ("not reported, as the record ends ahead of the device's place: it "
+                                 "has {} of the {} bytes that the driver reads",
+                                 File.Bytes.size (), Section->ReadSize ())};
+}
+
 bool
 IsStatusCodeOfDriver (const ReportOptions &Options)
 {

@@ -24,6 +24,9 @@ struct ReportedRecord {
 /// The reason that a line of the log tells by itself, if there is one.
 std::optional<DropReason> ReasonOfLog (std::span<const std::string> Log);
 
+/// Why a record that ends ahead of bytes which the driver reads is not reported to it.
+std::optional<DropReason> WhyNotReported (const CperFile &File, const ReportOptions &Options);
+
 /// Whether the driver takes records that are reported so.
 bool IsStatusCodeOfDriver (const ReportOptions &Options);
 

@@ -94,7 +94,7 @@ RunReport (const ReportArguments &Arguments, Console &Console)
 
   RecordSource Source (Arguments.Records, Arguments.Raw, Console.Out);
   Summary Summary;
-  const RecordDecoder Decoder (Plan.Platform, Options.Processor);
+  const RecordDecoder Decoder (Plan.Platform, Options);
   const auto Writer = MakeWriter (Arguments, Plan.Platform, Console, Decoder);
   {
     Progress Progress (Console, "records reported", !Arguments.Json && !Arguments.Dot);

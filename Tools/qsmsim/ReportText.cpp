@@ -12,9 +12,7 @@ namespace {
 void
 PrintEvent (Console &Console, const char *Heading, Colour Colour, const BmcRequest &Request)
 {
-  const Event Event = DecodeEvent (Request.Data);
-  const std::string Text = fmt::format ("{}, {}, \"{}\"", ErrorClassText (Event.ErrorClass),
-                                        EventSeverityText (Event.Severity), Event.DeviceId);
+  const std::string Text = EventText (DecodeEvent (Request.Data));
   Console.Out << fmt::format ("  {}: {}\n", Heading, Coloured (Console, Colour, Text))
               << fmt::format ("    NetFn 0x{:02X}, LUN {}, Cmd 0x{:02X}: {}\n", Request.NetFunction,
                               Request.Lun, Request.Command, HexText (Request.Data));

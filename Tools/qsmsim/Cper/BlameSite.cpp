@@ -1,65 +1,84 @@
 #include "BlameSite.h"
 
 #include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <ranges>
 
 #include <fmt/format.h>
 
 #include "ApicPackage.h"
 #include "DevicePlace.h"
+#include "Graph.h"
 
 namespace {
 
 /// Redfish ids are cut to what fits the event.
 constexpr UINTN ID_LENGTH_MAX = 149;
 
-/// A number behind a word for a processor, as in "Socket1", "CPU 1" or "P1".
-std::optional<UINT64>
-SocketInText (std::string_view Text)
-{
-  const auto IsDigit = [] (char Character) { return Character >= '0' && Character <= '9'; };
-  std::string Lower (Text);
-  std::ranges::transform (Lower, Lower.begin (), [] (char Character) {
-    return Character >= 'A' && Character <= 'Z' ? static_cast<char> (Character + 0x20) : Character;
-  });
-  for (const std::string_view Word : {"socket", "processor", "cpu", "p"}) {
-    const std::size_t Found = Lower.find (Word);
-    if (Found == std::string::npos) {
-      continue;
-    }
-    const std::size_t First = Lower.find_first_not_of (" _-#", Found + Word.size ());
-    if (First == std::string::npos || !IsDigit (Lower[First])) {
-      continue;
-    }
-    UINT64 Number = 0;
-    for (std::size_t At = First; At < Lower.size () && IsDigit (Lower[At]); ++At) {
-      Number = Number * 10 + static_cast<UINT64> (Lower[At] - '0');
-    }
-    return Number;
+/// The socket that the name of a unit seems to tell, as notes have it; the text is empty if none.
+struct SocketHint {
+  std::optional<UINT64> Number;
+  std::string Text;
+
+  [[nodiscard]] bool
+  Contradicts (UINT64 Socket) const
+  {
+    return Number && *Number != Socket;
   }
-  return std::nullopt;
+};
+
+/// A number behind a word for a processor, as in "Socket1", "CPU 1" or "P1-DIMMA1".
+SocketHint
+SocketInText (const std::string &Text)
+{
+  std::string Lower = Text;
+  std::ranges::transform (Lower, Lower.begin (), [] (unsigned char Character) {
+    return static_cast<char> (std::tolower (Character));
+  });
+  for (std::size_t Start = 0; Start < Lower.size (); ++Start) {
+    if (Start != 0 && std::isalnum (static_cast<unsigned char> (Lower[Start - 1])) != 0) {
+      continue;
+    }
+    for (const std::string_view Word : {"socket", "processor", "proc", "cpu", "p"}) {
+      const std::size_t Digits = Lower.find_first_not_of (" _-#", Start + Word.size ());
+      UINT64 Number = 0;
+      if (Lower.compare (Start, Word.size (), Word) == 0 && Digits != std::string::npos &&
+          std::from_chars (&Lower[Digits], Lower.data () + Lower.size (), Number).ec ==
+              std::errc ()) {
+        return {Number, Number == 0 ? "socket 0"
+                                    : fmt::format ("socket {} (or {} if it counts from 1)", Number,
+                                                   Number - 1)};
+      }
+    }
+  }
+  return {};
 }
 
-/// A slot's label of a letter for the socket and a number, such as "B4" of socket 1.
-std::optional<UINT64>
-SocketInLabel (std::string_view Text)
+/// Likewise, or a slot's label of a letter and a number, such as "B4", where the letter may be
+/// that of the socket.
+SocketHint
+SocketInMemoryText (const std::string &Text)
 {
   const bool IsLabel = Text.size () >= 2 && Text.size () <= 3 && Text[0] >= 'A' && Text[0] <= 'H' &&
-                       Text.find_first_not_of ("0123456789", 1) == std::string_view::npos;
-  return IsLabel ? std::optional (static_cast<UINT64> (Text[0] - 'A')) : std::nullopt;
+                       Text.find_first_not_of ("0123456789", 1) == std::string::npos;
+  if (!IsLabel) {
+    return SocketInText (Text);
+  }
+  const auto Number = static_cast<UINT64> (Text[0] - 'A');
+  return {Number, fmt::format ("socket {} (or channel {} of another)", Number, Text[0])};
 }
 
-/// The place that the driver reads. None if there is none, or not all of it.
+/// The place that the driver compares. None if there is none, or not all of it.
 std::optional<DevicePlace>
 PlaceRead (const CperDescription &Description)
 {
-  DevicePlace Read = {};
-  UINTN Count = 0;
-  for (const auto &[Field, Value] : Description.Read ()) {
-    if (Field->TellsDevice && Value) {
-      Read.at (Count++) = static_cast<UINT8> (*Value);
-    }
+  auto Read = PlaceOf (Description.Read ());
+  if (Read) {
+    std::ranges::transform (*Read, Read->begin (),
+                            [] (UINT64 Part) { return static_cast<UINT8> (Part); });
   }
-  return Count == Read.size () ? std::optional (Read) : std::nullopt;
+  return Read;
 }
 
 } // namespace
@@ -80,27 +99,50 @@ BlameSite::BlameSite (const PlatformDescription &Of, UINTN Reporter)
   }
 }
 
-bool
-BlameSite::HasSegment (UINT64 Segment) const
+std::optional<UINT64>
+BlameSite::SegmentOfSocket (UINTN Number) const
 {
   if (!Platform.Topology) {
-    return Segment < SocketCount; // Each socket of the standard topology has its own.
+    // Each socket of the standard topology has its own.
+    return Number < SocketCount ? std::optional<UINT64> (Number) : std::nullopt;
   }
-  return std::ranges::any_of (Platform.Topology->Sockets, [&] (const SocketRow &Socket) {
-    return Socket.Present != FALSE && Socket.Segment == Segment;
-  });
+  const SocketRow &Socket = Platform.Topology->Sockets[Number];
+  return Socket.Present != FALSE ? std::optional<UINT64> (Socket.Segment) : std::nullopt;
+}
+
+std::optional<std::string>
+BlameSite::SegmentDoubt (UINT64 Segment, UINT8 Bus) const
+{
+  if (std::ranges::none_of (std::views::iota (UINTN{0}, UINTN{SOCKET_MAX}),
+                            [&] (UINTN Socket) { return SegmentOfSocket (Socket) == Segment; })) {
+    return ", which no socket of the platform has";
+  }
+  if (!Topology) {
+    Topology = SharedTopology ();
+  }
+  const auto Sockets = Topology ? SocketsOfBus (*Topology, Bus) : std::vector<UINTN> ();
+  if (Sockets.size () != 1) {
+    return Segment != 0 ? std::optional<std::string> ("") : std::nullopt;
+  }
+  const auto Reached = SegmentOfSocket (Sockets.front ());
+  return Reached && Reached != Segment
+             ? std::optional (fmt::format (", and bus 0x{:02X} is of segment {}", Bus, *Reached))
+             : std::nullopt;
 }
 
 void
 BlameSite::NoteSegment (CperDescription &Description) const
 {
   const auto Segment = ValueOf (Description.Fields, "segment");
-  if (Segment.value_or (0) != 0) {
+  const auto Bus = ValueOf (Description.Read (), "bus");
+  if (!Segment || !Bus) {
+    return;
+  }
+  if (const auto Doubt = SegmentDoubt (*Segment, static_cast<UINT8> (*Bus))) {
     Description.Notes.push_back (
         {"segment-ignored",
          fmt::format ("the record is of segment {}{}; the driver takes a device of any segment",
-                      *Segment,
-                      HasSegment (*Segment) ? "" : ", which no socket of the platform has")});
+                      *Segment, *Doubt)});
   }
 }
 
@@ -114,13 +156,13 @@ BlameSite::NoteSocket (CperDescription &Description) const
                                              SocketCount, SocketCount == 1 ? "" : "s")});
   }
   const std::string FruText = FruTextOf (Description.Sections.front ().Descriptor);
-  const auto Socket = SocketInLabel (FruText);
-  if (Node && Socket && *Socket != *Node) {
+  const SocketHint Hint = SocketInMemoryText (FruText);
+  if (Node && Hint.Contradicts (*Node)) {
     Description.Notes.push_back (
         {"fru-text-differs",
          fmt::format ("the driver takes node {} for a socket, which it need not be: the FRU text "
-                      "\"{}\" may name socket {}",
-                      *Node, FruText, *Socket)});
+                      "\"{}\" may name {}",
+                      *Node, FruText, Hint.Text)});
   }
 }
 
@@ -130,9 +172,10 @@ BlameSite::NoteReporter (CperDescription &Description) const
   auto &Notes = Description.Notes;
   Notes.push_back (
       {"follows-reporting-processor",
-       fmt::format ("the event goes to socket {}, that of the reporting processor {}, whatever the "
-                    "record says",
-                    ReportingSocket, Processor)});
+       fmt::format (
+           "an event would go to socket {}, that of the reporting processor {}, whatever the "
+           "record says",
+           ReportingSocket, Processor)});
   if (const auto ApicId = ValueOf (Description.Fields, "apic-id")) {
     const UINT32 Socket = PackageOf (*ApicId, ApicBits);
     if (Socket != ReportingSocket) {
@@ -142,10 +185,10 @@ BlameSite::NoteReporter (CperDescription &Description) const
     }
   }
   const std::string FruText = FruTextOf (Description.Sections.front ().Descriptor);
-  const auto Socket = SocketInText (FruText);
-  if (Socket && *Socket != ReportingSocket) {
+  const SocketHint Hint = SocketInText (FruText);
+  if (Hint.Contradicts (ReportingSocket)) {
     Notes.push_back ({"fru-text-differs",
-                      fmt::format ("but the FRU text \"{}\" names socket {}", FruText, *Socket)});
+                      fmt::format ("but the FRU text \"{}\" may name {}", FruText, Hint.Text)});
   }
 }
 

@@ -48,6 +48,19 @@ ValueOf (std::span<const CperDescription::FieldValue> Values, std::string_view N
   return std::nullopt;
 }
 
+std::optional<DevicePlace>
+PlaceOf (std::span<const CperDescription::FieldValue> Values)
+{
+  DevicePlace Place = {};
+  UINTN Count = 0;
+  for (const auto &[Field, Value] : Values) {
+    if (Field->TellsDevice && Value) {
+      Place.at (Count++) = *Value;
+    }
+  }
+  return Count == Place.size () ? std::optional (Place) : std::nullopt;
+}
+
 std::string
 FruTextOf (const CperSectionDescriptor &Descriptor)
 {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CperLayout.h"
+#include "DevicePlace.h"
 
 /// Something that leads to no blame, or may lead to a wrong one.
 struct CperNote {
@@ -28,6 +29,7 @@ struct CperDescription {
     CperSectionDescriptor Descriptor; ///< Zeros for what is not there.
     UINTN DescriptorSize;             ///< How many bytes of it there are,
     UINTN BodySize;                   ///< and of the body.
+    std::optional<DevicePlace> Place; ///< Of a known type, where the body declares all of it.
 
     /// Whether there is all of a member of the descriptor, by its offset and size.
     [[nodiscard]] bool
@@ -68,6 +70,9 @@ UINT64 CperValidationBits (std::span<const UINT8> Body);
 /// The value of a field by its name, if the values have it.
 std::optional<UINT64> ValueOf (std::span<const CperDescription::FieldValue> Values,
                                std::string_view Name);
+
+/// The place of the device as it stands there, if the values have all of it.
+std::optional<DevicePlace> PlaceOf (std::span<const CperDescription::FieldValue> Values);
 
 /// The name of the replaceable unit as far as the record has it, with '?' for what cannot be
 /// printed; empty unless declared valid.

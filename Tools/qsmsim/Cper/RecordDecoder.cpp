@@ -25,20 +25,6 @@ StartOf (std::span<const UINT8> Bytes)
   return Result;
 }
 
-void
-DescribeSections (std::span<const UINT8> Bytes, CperDescription &Description)
-{
-  const UINTN Count = std::max<UINTN> (Description.Header.SectionCount, 1);
-  UINTN Offset = sizeof (CperRecordHeader);
-  for (UINTN Index = 0; Index < Count && (Index == 0 || Offset < Bytes.size ()); ++Index) {
-    const auto Front = PartOf (Bytes, Offset, sizeof (CperSectionDescriptor));
-    const auto Descriptor = StartOf<CperSectionDescriptor> (Front);
-    const auto Body = PartOf (Bytes, Descriptor.SectionOffset, Descriptor.SectionLength);
-    Description.Sections.push_back ({Descriptor, Front.size (), Body.size ()});
-    Offset += sizeof (CperSectionDescriptor);
-  }
-}
-
 /// The fields of a body that are declared valid, and those that tell the device.
 std::vector<CperDescription::FieldValue>
 FieldsOf (const CperSection &Kind, std::span<const UINT8> Body)
@@ -57,19 +43,48 @@ FieldsOf (const CperSection &Kind, std::span<const UINT8> Body)
   return Values;
 }
 
-/// What the driver takes to be the body, as far as it reads it.
+/// The place of the device, if the body declares all of it.
+std::optional<DevicePlace>
+DeclaredPlace (const CperSection &Kind, std::span<const UINT8> Body)
+{
+  const UINT64 Valid = CperValidationBits (Body);
+  auto Values = FieldsOf (Kind, Body);
+  std::erase_if (
+      Values, [&] (const auto &Value) { return (Valid >> Value.Field->ValidationBit & 1) == 0; });
+  return PlaceOf (Values);
+}
+
+void
+DescribeSections (std::span<const UINT8> Bytes, CperDescription &Description)
+{
+  const UINTN Count = std::max<UINTN> (Description.Header.SectionCount, 1);
+  UINTN Offset = sizeof (CperRecordHeader);
+  for (UINTN Index = 0; Index < Count && (Index == 0 || Offset < Bytes.size ()); ++Index) {
+    const auto Front = PartOf (Bytes, Offset, sizeof (CperSectionDescriptor));
+    const auto Descriptor = StartOf<CperSectionDescriptor> (Front);
+    const auto Body = PartOf (Bytes, Descriptor.SectionOffset, Descriptor.SectionLength);
+    const CperSection *Kind = FindCperSection (Descriptor.SectionType);
+    Description.Sections.push_back ({Descriptor, Front.size (), Body.size (),
+                                     Kind != nullptr ? DeclaredPlace (*Kind, Body) : std::nullopt});
+    Offset += sizeof (CperSectionDescriptor);
+  }
+}
+
+/// What the driver takes to be the body, as far as it reads it, with zeros behind the bytes.
 std::vector<CperDescription::FieldValue>
 DriverFields (const CperSection &Kind, std::span<const UINT8> Bytes)
 {
-  auto Values = FieldsOf (Kind, PartOf (Bytes, BODY_READ_OFFSET, Kind.BodySize));
+  const ErrorRecord Front = FrontOf (Bytes);
+  auto Values = FieldsOf (Kind, PartOf ({reinterpret_cast<const UINT8 *> (&Front), sizeof (Front)},
+                                        BODY_READ_OFFSET, Kind.BodySize));
   std::erase_if (Values, [] (const auto &Value) { return !Value.Field->TellsDevice; });
   return Values;
 }
 
 } // namespace
 
-RecordDecoder::RecordDecoder (const PlatformDescription &Of, UINTN Reporter)
-    : Platform (Of), Processor (Reporter), Site (Of, Reporter)
+RecordDecoder::RecordDecoder (const PlatformDescription &Of, const ReportOptions &How)
+    : Platform (Of), Options (How), Site (Of, How.Processor)
 {
 }
 
@@ -84,8 +99,11 @@ RecordDecoder::Describe (std::span<const UINT8> Bytes) const
   Description.Body = PartOf (Bytes, First.SectionOffset, First.SectionLength);
   if (Description.Kind != nullptr) {
     Description.Fields = FieldsOf (*Description.Kind, Description.Body);
-    const UINTN ReadSize = Description.Kind->ReadSize () - BODY_READ_OFFSET;
-    if (First.SectionOffset != BODY_READ_OFFSET || First.SectionLength < ReadSize) {
+    const UINTN ReadSize = Description.Kind->ReadSize ();
+    const bool IsRead =
+        Bytes.size () >= ReadSize || Options.Placement == RecordPlacement::ZeroFilledPage;
+    if (IsRead && (First.SectionOffset != BODY_READ_OFFSET ||
+                   Description.Body.size () < ReadSize - BODY_READ_OFFSET)) {
       Description.DriverReads = DriverFields (*Description.Kind, Bytes);
     }
   }

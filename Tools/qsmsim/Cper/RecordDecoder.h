@@ -5,12 +5,13 @@
 
 #include "BlameSite.h"
 #include "CperDescription.h"
+#include "SimulatedPlatform.h"
 
-/// Describes records for a driver that runs on one platform.
+/// Describes records that are reported to a driver on one platform.
 class RecordDecoder {
 public:
-  /// Processor is the index of the one that reports. The description stays the caller's.
-  RecordDecoder (const PlatformDescription &Platform, UINTN Processor);
+  /// The description stays the caller's.
+  RecordDecoder (const PlatformDescription &Platform, const ReportOptions &Options);
 
   [[nodiscard]] const std::string &
   PlatformName () const
@@ -21,7 +22,7 @@ public:
   [[nodiscard]] UINTN
   ReportingProcessor () const
   {
-    return Processor;
+    return Options.Processor;
   }
 
   /// The bytes may be any, and must outlive the description.
@@ -29,6 +30,6 @@ public:
 
 private:
   const PlatformDescription &Platform;
-  UINTN Processor;
+  ReportOptions Options;
   BlameSite Site;
 };

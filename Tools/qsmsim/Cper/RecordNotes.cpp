@@ -76,50 +76,80 @@ NoteSections (CperDescription &Description)
   }
 }
 
-/// A section that the driver would know, if it were the first one.
+/// Sections of errors that the driver would report, if they were the first one.
 void
 NoteOtherSections (CperDescription &Description)
 {
+  const auto &First = Description.Sections.front ();
   for (UINTN Index = 1; Index < Description.Sections.size (); ++Index) {
-    const CperSection *Kind = FindCperSection (Description.Sections[Index].Descriptor.SectionType);
-    if (Kind != nullptr && Kind != Description.Kind) {
-      Description.Notes.push_back (
-          {"class-not-first",
-           fmt::format ("section {} is of a {} error, of which the driver takes no notice",
-                        Index + 1, Kind->Name)});
+    const auto &Section = Description.Sections[Index];
+    const CperSection *Kind = FindCperSection (Section.Descriptor.SectionType);
+    const bool IsOtherPlace = Section.Place && Section.Place != First.Place;
+    if (Kind == nullptr || (Kind == Description.Kind && !IsOtherPlace)) {
+      continue;
     }
+    Description.Notes.push_back (
+        {Kind != Description.Kind ? "class-not-first" : "place-not-first",
+         fmt::format ("section {} is of a {} error{}, of which the driver takes no notice",
+                      Index + 1, Kind->Name,
+                      Section.Place ? " at " + PlaceText (Kind->ErrorClass, *Section.Place) : "")});
   }
+}
+
+/// What follows from the driver's reading the first section's body at 200.
+std::string
+ConsequenceText (const CperDescription &Description)
+{
+  const auto Told = Description.Sections.front ().Place;
+  const auto Read = PlaceOf (Description.DriverReads);
+  if (!Told || !Read) {
+    return "an event may name a wrong device";
+  }
+  const UINT8 Class = Description.Kind->ErrorClass;
+  return Told == Read ? "it finds the same place there"
+                      : fmt::format ("an event would name another device, that at {} and not that "
+                                     "at {}",
+                                     PlaceText (Class, *Read), PlaceText (Class, *Told));
 }
 
 void
 NoteOffset (CperDescription &Description)
 {
+  const UINT32 Offset = Description.Sections.front ().Descriptor.SectionOffset;
+  if (Offset != BODY_READ_OFFSET) {
+    Description.Notes.push_back (
+        {"body-not-at-200",
+         Description.Kind->ReadSize () > BODY_READ_OFFSET
+             ? fmt::format ("the first section's body is at {}, the driver reads it at {}: {}",
+                            Offset, BODY_READ_OFFSET, ConsequenceText (Description))
+             : fmt::format ("the first section's body is at {} and not at {}; the driver reads "
+                            "none of it",
+                            Offset, BODY_READ_OFFSET)});
+  }
+}
+
+/// Bytes that the driver reads and that are not of the body.
+void
+NoteReadBeyond (CperDescription &Description, UINTN Size)
+{
   const CperSectionDescriptor &First = Description.Sections.front ().Descriptor;
-  const bool DriverReads = !Description.DriverReads.empty ();
-  auto &Notes = Description.Notes;
-  if (Description.Kind == nullptr) {
+  const UINTN ReadSize = Description.Kind->ReadSize ();
+  if (Description.DriverReads.empty ()) {
     return;
   }
-  if (First.SectionOffset == BODY_READ_OFFSET) {
-    if (DriverReads) {
-      Notes.push_back (
-          {"body-too-short",
-           fmt::format ("the first section's body has {} bytes, the driver reads beyond "
-                        "them",
-                        +First.SectionLength)});
-    }
-    return;
+  if (First.SectionOffset == BODY_READ_OFFSET &&
+      First.SectionLength < ReadSize - BODY_READ_OFFSET) {
+    Description.Notes.push_back (
+        {"body-too-short",
+         fmt::format ("the first section's body has {} bytes, the driver reads beyond them",
+                      +First.SectionLength)});
   }
-  Notes.push_back (
-      {"body-not-at-200",
-       DriverReads
-           ? fmt::format ("the first section's body is at {}, the driver reads it at {}: the event "
-                          "may name a wrong device",
-                          +First.SectionOffset, BODY_READ_OFFSET)
-           : fmt::format (
-                 "the first section's body is at {} and not at {}; the driver reads none of "
-                 "it",
-                 +First.SectionOffset, BODY_READ_OFFSET)});
+  if (Size < ReadSize) {
+    Description.Notes.push_back (
+        {"zeros-read", fmt::format ("of the {} bytes that the driver reads the file has {}, the "
+                                    "rest are zeros: an event may name a wrong device",
+                                    ReadSize, Size)});
+  }
 }
 
 /// "socket, channel and dimm" of the fields for which Holds.
@@ -149,7 +179,10 @@ NoteEnvelope (CperDescription &Description, UINTN Size)
   NoteHeader (Description.Header, Size, Description.Notes);
   NoteSections (Description);
   NoteOtherSections (Description);
-  NoteOffset (Description);
+  if (Description.Kind != nullptr) {
+    NoteOffset (Description);
+    NoteReadBeyond (Description, Size);
+  }
 }
 
 void

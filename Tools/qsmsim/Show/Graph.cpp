@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 #include "Record/ErrorClass.h"
 #include "SharedBuffers.h"
@@ -35,10 +36,9 @@ IsAt (const IioTopologyPort &Port, const DescribedDevice &Device)
 }
 
 bool
-IsBehind (const IioTopologyPort &Port, const DescribedDevice &Device)
+IsBehind (const IioTopologyPort &Port, UINT8 Bus)
 {
-  return Port.SecondaryBus != 0 && Port.SecondaryBus <= Device.Bus &&
-         Device.Bus <= Port.SubordinateBus;
+  return Port.SecondaryBus != 0 && Port.SecondaryBus <= Bus && Bus <= Port.SubordinateBus;
 }
 
 /// The only list of devices to which the place of the PCIe device belongs.
@@ -49,7 +49,7 @@ FindPlace (PlatformGraph &Graph, const DescribedDevice &Device)
   for (auto &[Number, Socket] : Graph.Sockets) {
     for (auto &[BusNumber, Bus] : Socket.Buses) {
       const auto At = std::ranges::find_if (Bus.Ports, [&] (const GraphPort &Each) {
-        return IsAt (Each.Port, Device) || IsBehind (Each.Port, Device);
+        return IsAt (Each.Port, Device) || IsBehind (Each.Port, Device.Bus);
       });
       if (At != Bus.Ports.end ()) {
         Places.push_back (&At->Devices);
@@ -105,4 +105,20 @@ BuildGraph (const PlatformDescription &Platform, const std::optional<IioTopology
     PlaceOf (Graph, Platform.Devices[Index]).push_back (Index);
   }
   return Graph;
+}
+
+std::vector<UINTN>
+SocketsOfBus (const IioTopologyStore &Topology, UINT8 Bus)
+{
+  std::vector<UINTN> Sockets;
+  for (UINTN Number = 0; Number < SOCKET_MAX; ++Number) {
+    const IioTopologySocket &Socket = Topology.Socket[Number];
+    const std::span Ports (Socket.Port, std::min<UINTN> (Socket.MaxPort, IIO_PORT_MAX));
+    if (Socket.Valid != 0 && std::ranges::any_of (Ports, [&] (const IioTopologyPort &Port) {
+          return Port.Valid != 0 && (Port.Bus == Bus || IsBehind (Port, Bus));
+        })) {
+      Sockets.push_back (Number);
+    }
+  }
+  return Sockets;
 }

@@ -47,6 +47,9 @@ std::optional<IioTopologyStore> SharedTopology ();
 PlatformGraph BuildGraph (const PlatformDescription &Platform,
                           const std::optional<IioTopologyStore> &Topology);
 
+/// The sockets that have a port on the bus, or one whose bridge leads to it.
+std::vector<UINTN> SocketsOfBus (const IioTopologyStore &Topology, UINT8 Bus);
+
 /// How often a device was blamed.
 struct Blame {
   UINTN Warnings = 0, Criticals = 0;

@@ -14,7 +14,6 @@ public:
     const std::string Good = Read ("good.cper");
     Write ("header", Good.substr (0, 127));
     Write ("descriptor", Good.substr (0, 199));
-    Write ("location", Good.substr (0, 237));
     Write ("unended", Good.substr (0, 6) + "FFFF" + Good.substr (10));
     Write ("large", Good.substr (0, 22) + "@" + Good.substr (23) + std::string (0x10000, 'x'));
     Write ("one.json", Platform);
@@ -38,8 +37,6 @@ const ToolTest::Refusal BadLines[] = {
     {"report unended", "unended: offset 6: expected the end of the signature, FF FF FF FF"},
     {"report descriptor", "descriptor: offset 199: expected the first section's descriptor up to "
                           "offset 199, found the end of the record"},
-    {"report location", "location: offset 237: expected the memory section's location up to "
-                        "offset 237, found the end of the record"},
     {"report large", "large: offset 0x0: expected a record of 200 to 65535 bytes, its RecordLength "
                      "is 4194584"},
     {"report --raw large", "large: offset 65535: expected the end of the file"},

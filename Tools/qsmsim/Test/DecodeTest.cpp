@@ -34,6 +34,12 @@ TEST_F (Decode, ReadsEachFormOfAnEvent)
        A + "event 3 of the BMC's log, without a time\n"},
       {"3: 2026-11-25T09:30:00Z, memory, Warning, \"A\": 00 02 01 41 00",
        A + "event 3 of the BMC's log, 2026-11-25T09:30:00Z\n"},
+      {"3: memory, Critical, \"B\": 00 02 01 41 00",
+       A + "event 3 of the BMC's log, without a time\n  note: the line says something else beside "
+           "the bytes: memory, Critical, \"B\"\n"},
+      {R"({"sequence":3,"class":"pcie","severity":"Warning","id":"A","bytes":"00 02 01 41 00"})",
+       A + "event 3 of the BMC's log, without a time\n  note: the line says something else beside "
+           "the bytes: pcie, Warning, \"A\"\n"},
       {R"({"sequence":3,"id":"A","bytes":"00 02 01 41 00"})",
        A + "event 3 of the BMC's log, without a time\n"},
       {"refused: 2026-11-25T09:30:00Z, 0xC4, out of space, NetFn 0x32, LUN 0, Cmd 0x2C: 00 02 01 "
@@ -82,6 +88,10 @@ TEST_F (Decode, RefusesWhatIsNoEvent)
        "BYTES: byte 1: expected a class, 1 to 3, found 0x04 (a BMC answers "
        "0xCC, invalid data field)"},
       {"decode " + Long, "BYTES: expected at most 4096 characters, found 4097"},
+      {"decode --redfish refused: 2026-11-25T09:30:00Z, 0xC4, out of space, NetFn 0x32, LUN 0, Cmd "
+       "0x2C: 00 02 01 41 00",
+       "BYTES: expected an event that the BMC has taken, it has refused this one: 0xC4, out of "
+       "space"},
       {"decode 00 --json --redfish", "--json excludes --redfish (see --help)"},
   };
   ExpectRefused (Rows);

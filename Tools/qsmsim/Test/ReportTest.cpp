@@ -130,6 +130,55 @@ TEST_F (Report, PointsOutWhatTheDriverReadsDifferently)
   }
 }
 
+TEST_F (Report, DoubtsTheDeviceWhereTheRecordTellsAnother)
+{
+  const std::string Memory = "memory --socket 0 --channel 2 --dimm 0";
+  const std::string Slot = "pcie --bus 0xA0 --device 0 --function 0";
+  const std::string FruStart =
+      "the driver takes node 0 for a socket, which it need not be: the FRU "
+      "text ";
+  const std::string SegmentEnd = "; the driver takes a device of any segment";
+  const struct {
+    std::string Make, Note;
+  } Rows[] = {
+      {Memory + " --fru-text B1", FruStart + R"("B1" may name socket 1 (or channel B of another))"},
+      {Memory + " --fru-text P2-DIMMA1",
+       FruStart + R"("P2-DIMMA1" may name socket 2 (or 1 if it counts from 1))"},
+      {Memory + " --fru-text CPU0_A", ""},
+      {Memory + " --fru-text Loop2_Cap3", ""},
+      {Slot + " --segment 2", ""},
+      {Slot, "the record is of segment 0, and bus 0xA0 is of segment 2" + SegmentEnd},
+      {Slot + " --segment 4",
+       "the record is of segment 4, which no socket of the platform has" + SegmentEnd},
+  };
+  for (const auto &Row : Rows) {
+    Make (Row.Make + " -o record");
+    const Json Notes = ReportJson ("record --platform " QSM_PLATFORM_DATA
+                                   "/FourSocket.json")["records"][0]["notes"];
+    EXPECT_EQ (Notes.empty () ? "" : Notes[0]["text"], Row.Note) << Row.Make;
+  }
+}
+
+TEST_F (Report, NamesTheDeviceOfASectionThatTheDriverIgnores)
+{
+  Make ("memory --socket 0 --channel 2 --dimm 0 -o one");
+  Make ("memory --socket 1 --channel 2 --dimm 0 -o two");
+  std::string Both = Read ("one").substr (0, 200) + Read ("two").substr (128, 72) +
+                     Read ("one").substr (200) + Read ("two").substr (200);
+  Both.replace (10, 1, "\x02")
+      .replace (20, 2, "\xB0\x01")
+      .replace (128, 2, "\x10\x01")
+      .replace (200, 2, "\x60\x01");
+  Write ("both", Both);
+  const std::string Text = Run ("report both --quiet").Out;
+  for (const char *Note :
+       {"section 2 is of a memory error at socket 1, channel 2, dimm 0, of which the driver",
+        "an event would name another device, that at socket 0, channel 0, dimm 0 and not that at "
+        "socket 0, channel 2, dimm 0"}) {
+    EXPECT_NE (Text.find (Note), std::string::npos) << Text;
+  }
+}
+
 TEST_F (Report, HandsOverRawBytesInAPageOfZeros)
 {
   Make ("memory --socket 1 --channel 2 --dimm 0 -o record");
@@ -138,6 +187,11 @@ TEST_F (Report, HandsOverRawBytesInAPageOfZeros)
   const Json Result = ReportJson ("--raw cut empty")["records"];
   EXPECT_EQ (Outcome (Result[0]), "memory Warning CPU1_C0_D0");
   EXPECT_EQ (Outcome (Result[1]), "unknown-section");
+  EXPECT_EQ (Result[0]["driverReads"], Json::parse (R"({"socket": 1, "channel": 0, "dimm": 0})"));
+  EXPECT_EQ (Result[0]["notes"].back ()["code"], "zeros-read");
+  const Json Exact = ReportJson ("cut")["records"][0];
+  EXPECT_EQ (Outcome (Exact), "location-cut") << "rather than that the driver reads beyond it";
+  EXPECT_EQ (Exact["fields"]["socket"], 1);
 }
 
 TEST_F (Report, GoesToEachDriverOfTheBoot)
