@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "InputFile.h"
+#include "RawRecords.h"
 
 namespace {
 
@@ -64,13 +65,14 @@ CharacterColumn (std::string_view Bytes, bool AfterColon)
   return AfterColon ? std::min (Bar, Bytes.find ("  ")) : Bar;
 }
 
-/// Supplies what a dump has left out: lines like its last one.
+/// Supplies what a dump has left out: lines like its last one, of which none begins a record.
 void
 Hex::FillTo (UINT64 Target, UINT64 Offset, std::string &Bytes)
 {
   const UINT64 Missing = Target - DumpOffset;
   if (LastLine.empty () || Target < DumpOffset || Missing > LeftOutMax ||
-      Missing % LastLine.size () != 0) {
+      Missing % LastLine.size () != 0 ||
+      FindSignature (LastLine + LastLine) != std::string_view::npos) {
     throw InputError (fmt::format (
         "offset 0x{:X}: expected the dump's offset behind its left-out lines, found 0x{:X}", Offset,
         Target));
