@@ -1,5 +1,9 @@
 #include "Console.h"
 
+#include <algorithm>
+#include <bit>
+#include <optional>
+
 #include <fmt/color.h>
 #include <fmt/format.h>
 
@@ -29,17 +33,50 @@ StyleOf (Colour Colour)
   return {};
 }
 
-/// Whether the character at that place is a control: of ASCII, or of the 32 that UTF-8 has more.
-bool
-IsControl (std::string_view Text, std::size_t Place)
+/// A character, and how many bytes it takes.
+struct Character {
+  char32_t Code;
+  std::size_t Size;
+};
+
+/// The character with which a text begins, if it begins with one in UTF-8 (RFC 3629).
+std::optional<Character>
+FirstCharacter (std::string_view Text)
 {
-  const auto ByteAt = [&] (std::size_t At) {
-    return static_cast<UINT8> (At < Text.size () ? Text[At] : 0);
-  };
-  const auto IsPair = [&] (std::size_t At) {
-    return ByteAt (At) == 0xC2 && ByteAt (At + 1) >= 0x80 && ByteAt (At + 1) < 0xA0;
-  };
-  return ByteAt (Place) < 0x20 || ByteAt (Place) == 0x7F || IsPair (Place) || IsPair (Place - 1);
+  /// The least code of each size, the shorter ones being for those below.
+  constexpr char32_t Least[] = {0, 0, 0x80, 0x800, 0x10000, 0x110000};
+  const auto First = static_cast<UINT8> (Text.front ());
+  const auto Size = static_cast<std::size_t> (std::max (std::countl_one (First), 1));
+  if (First < 0x80) {
+    return Character{First, 1};
+  }
+  if (Size == 1 || Size > 4 || Size > Text.size ()) {
+    return std::nullopt;
+  }
+  char32_t Code = First & (0x7FU >> Size);
+  for (const char Next : Text.substr (1, Size - 1)) {
+    if ((Next & 0xC0) != 0x80) {
+      return std::nullopt;
+    }
+    Code = Code << 6 | (Next & 0x3F);
+  }
+  const bool IsSurrogate = Code >= 0xD800 && Code < 0xE000;
+  return Code >= Least[Size] && Code < Least[5] && !IsSurrogate
+             ? std::optional (Character{Code, Size})
+             : std::nullopt;
+}
+
+/// Whether a terminal shows the character itself, and does not do as it says: no control, no line
+/// end, and nothing that turns the direction of writing or takes no room.
+bool
+IsShown (char32_t Code)
+{
+  constexpr struct {
+    char32_t First, Last;
+  } Hidden[] = {{0, 0x1F},        {0x7F, 0x9F},     {0x61C, 0x61C},  {0x200B, 0x200F},
+                {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}};
+  return std::ranges::none_of (
+      Hidden, [&] (const auto &Range) { return Code >= Range.First && Code <= Range.Last; });
 }
 
 } // namespace
@@ -48,15 +85,19 @@ std::string
 ShownText (std::string_view Text)
 {
   std::string Shown;
-  for (std::size_t Place = 0; Place < Text.size (); ++Place) {
-    const char Character = Text[Place];
-    if (!IsControl (Text, Place)) {
-      Shown += Character;
-    } else if (Character == '\n') {
+  while (!Text.empty ()) {
+    const auto First = FirstCharacter (Text);
+    const std::string_view Bytes = Text.substr (0, First ? First->Size : 1);
+    if (First && IsShown (First->Code)) {
+      Shown += Bytes;
+    } else if (Bytes == "\n") {
       Shown += "\\n";
     } else {
-      Shown += fmt::format ("\\x{:02X}", static_cast<UINT8> (Character));
+      for (const char Byte : Bytes) {
+        Shown += fmt::format ("\\x{:02X}", static_cast<UINT8> (Byte));
+      }
     }
+    Text.remove_prefix (Bytes.size ());
   }
   return Shown;
 }

@@ -25,7 +25,8 @@ enum class Colour {
   Green
 };
 
-/// Text of others, such as a file's name, with control characters as they are written in C.
+/// Text of others, such as a file's name, with controls, what is no UTF-8 and what changes how the
+/// rest is shown as they are written in C.
 std::string ShownText (std::string_view Text);
 
 /// That in a colour, if colours are used.

@@ -54,7 +54,7 @@ ReadMode (const BmcArguments &Arguments)
   } else if (Text == "garbage") {
     Text += " " + Arguments.Garbage.value_or (GARBAGE_DEFAULT);
   }
-  return ParseBmcMode (Text);
+  return ParseBmcMode (Text, "--mode");
 }
 
 void
@@ -90,17 +90,15 @@ QsmbmcMain (int ArgumentCount, const char *const *Arguments, Console &Console)
                   "File that keeps the events, one line of JSON each; it is gone on with")
       ->type_name ("FILE");
   App.add_option ("--mode", Parsed.Mode, MODE_HELP)
-      ->type_name ("MODE")
-      ->capture_default_str ()
-      ->check (CLI::IsMember (BmcModeNames ()));
+      ->type_name (fmt::format ("MODE:{{{}}}", fmt::join (BmcModeNames (), ",")))
+      ->capture_default_str ();
   App.add_option ("--completion-code", Parsed.CompletionCode,
                   fmt::format ("Of the mode refuse, {} unless given", CODE_DEFAULT))
       ->type_name ("CODE")
       ->needs ("--mode");
   App.add_option ("--garbage", Parsed.Garbage,
                   fmt::format ("Of the mode garbage, {} unless given", GARBAGE_DEFAULT))
-      ->type_name ("KIND")
-      ->check (CLI::IsMember (GarbageNames ()))
+      ->type_name (fmt::format ("KIND:{{{}}}", fmt::join (GarbageNames (), ",")))
       ->needs ("--mode");
   App.add_flag ("--json", Parsed.Json, "Print JSON, one object a line");
   App.callback ([&] { Serve (Parsed, Console); });

@@ -25,11 +25,11 @@ TEST_F (BmcBadInput, GivesCodeTwoAndOneLine)
       {"--listen unix:no/s", "--listen: expected an address that is free, found \"unix:no/s\": "
                              "No such file or directory"},
       {"--listen unix:s --mode deaf",
-       "--mode: deaf not in {normal,mute,late,refuse,garbage} (see --help)"},
+       "--mode: expected normal, mute, late, refuse, garbage, found \"deaf\""},
       {"--listen unix:s --mode refuse --completion-code 0",
        "--completion-code: expected a number from 1 to 255, found \"0\""},
       {"--listen unix:s --mode garbage --garbage can",
-       "--garbage: can not in {checksum,short,foreign,long,noise} (see --help)"},
+       "--mode garbage: expected checksum, short, foreign, long, noise, found \"can\""},
       {"--listen unix:s --garbage long", "--garbage requires --mode (see --help)"},
       {"--listen unix:s --mode mute --completion-code 0xC1",
        "--completion-code: expected --mode refuse with it, found \"mute\""},

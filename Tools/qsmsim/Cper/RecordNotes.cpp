@@ -60,8 +60,9 @@ NoteSections (CperDescription &Description)
     const CperSectionDescriptor &Descriptor = Section.Descriptor;
     const std::string Name = Several ? fmt::format ("section {}", Index + 1) : "the section";
     if (Section.DescriptorSize < sizeof (Descriptor)) {
-      Notes.push_back (
-          {"descriptor-cut", fmt::format ("the file ends within the descriptor of {}", Name)});
+      Notes.push_back ({"descriptor-cut",
+                        fmt::format ("the file ends {} the descriptor of {}",
+                                     Section.DescriptorSize == 0 ? "ahead of" : "within", Name)});
     }
     // Of the others it stands with them.
     if (Index == 0 && Section.BodySize < Descriptor.SectionLength) {

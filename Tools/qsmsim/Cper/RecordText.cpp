@@ -74,10 +74,11 @@ PrintEnvelope (std::ostream &Stream, const CperRecordHeader &Header)
   if ((Header.ValidationBits & CPER_TIME_STAMP_VALID) != 0) {
     TimeStamp Time = ReadTimeStamp (Header.TimeStamp);
     std::ranges::replace (Time.Text, 'T', ' ');
-    Parts.Add (fmt::format ("time {}{}{}", Time.Precise ? "" : "about ", Time.Text,
-                            Time.Form == TimeStampForm::Binary ? " (not in BCD)"
-                            : Time.Form == TimeStampForm::None ? " (no time)"
-                                                               : ""));
+    Parts.Add (fmt::format (
+        "time {}{}{}", Time.Precise || Time.Form == TimeStampForm::None ? "" : "about ", Time.Text,
+        Time.Form == TimeStampForm::Binary ? " (not in BCD)"
+        : Time.Form == TimeStampForm::None ? " (no time)"
+                                           : ""));
   }
   const auto AddGuid = [&] (bool Holds, const char *Title, const EFI_GUID &Guid, const char *Name) {
     if (Holds) {
@@ -105,10 +106,13 @@ PrintSection (std::ostream &Stream, const CperDescription &Description, UINTN In
 {
   const auto &Section = Description.Sections[Index];
   const CperSectionDescriptor &Descriptor = Section.Descriptor;
-  Paragraph Parts (
-      fmt::format ("  section {} of {}: ", Index + 1, +Description.Header.SectionCount));
+  const UINT16 Count = Description.Header.SectionCount;
+  Paragraph Parts (Count == 0 ? fmt::format ("  section {}: ", Index + 1)
+                              : fmt::format ("  section {} of {}: ", Index + 1, Count));
   if (!CPER_HAS (Section, SectionType)) {
-    Stream << fmt::format ("  section {}: no descriptor in the file\n", Index + 1);
+    Parts.Add (fmt::format ("{} descriptor in the file",
+                            Section.DescriptorSize == 0 ? "no" : "not all of the"));
+    Parts.PrintTo (Stream);
     return;
   }
   Parts.Add (TypeText (Descriptor.SectionType));

@@ -134,7 +134,7 @@ ErrorStatusBlocks::TakeEntry ()
   FoundRecord Found = {
       .Bytes = RecordOfSection (Section, Bytes.substr (HeadSize, Head.ErrorDataLength)),
       .Place = fmt::format ("section {} of {} at offset 0x{:X}", ++Entry, EntryCount, Offset),
-      .Form = "Generic Error Status Block"};
+      .Form = "Generic Error Status Block, its entries made into records"};
   if (Block > 1) {
     Found.Place = fmt::format ("block {}, {}", Block, Found.Place);
   }

@@ -78,9 +78,10 @@ RecordSource::NextOfFile ()
     Reader.reset ();
     if (!HasRecord) {
       throw OtherInputError (
-          "expected an error record: bytes that begin with \"CPER\", these in "
-          "hexadecimal or base64, a Generic Error Status Block, Redfish JSON, or a "
-          "text with one of them; found none");
+          "expected an error record: bytes that begin with \"CPER\", these in hexadecimal (byte by "
+          "byte, as in hexdump -C) or base64, a Generic Error Status Block, Redfish JSON, or a "
+          "text "
+          "with one of them; found none");
     }
     return std::nullopt;
   }

@@ -29,8 +29,9 @@ const ToolTest::Refusal BadLines[] = {
     {"report --jsom=x good.cper",
      "There is no \"--jsom=x\" here; did you mean --json? (see --help)"},
     {"report --color=red good.cper", "--color: expected auto, always, never, found \"red\""},
-    {"make processor -o a\x1B[2J\u009B/b",
-     "a\\x1B[2J\\xC2\\x9B/b: expected a file that can be written: No such file or directory"},
+    {"make processor -o a\x1B[2J\u009B\x9B\u202E\u00FC/b",
+     "a\\x1B[2J\\xC2\\x9B\\x9B\\xE2\\x80\\xAE\u00FC/b: expected a file that can be written: No "
+     "such file or directory"},
     {"report nosuch", "nosuch: expected a readable file: No such file or directory"},
     {"report header", "header: offset 127: expected the record's header up to offset 127, found "
                       "the end of the record"},
