@@ -120,8 +120,10 @@ OpenEncodedText (ByteWindow &Window)
 std::unique_ptr<RecordReader>
 OpenText (ByteWindow &Window)
 {
-  auto Encoded = OpenEncodedText (Window);
-  return Encoded ? std::move (Encoded) : std::make_unique<TextRuns> (Window);
+  if (auto Encoded = OpenEncodedText (Window)) {
+    return Encoded;
+  }
+  return std::make_unique<TextRuns> (Window);
 }
 
 } // namespace
