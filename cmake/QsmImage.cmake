@@ -49,19 +49,24 @@ qsm_link_image (InventoryImage SystemInventory 0
 target_link_libraries (InventoryImage PRIVATE qsm_include qsm_driver_options)
 
 # qsm_add_build_program (NAME INCLUDE d... SOURCES s...): build/image/NAME, a program that runs on this
-# machine while the image is built: the same compiler without the image's options.
+# machine while the image is built: the same compiler without the image's options. It is built anew
+# after a change of any header there: a compiler that takes several sources lists those of one alone.
 function (qsm_add_build_program NAME)
   cmake_parse_arguments (ARG "" "" "INCLUDE;SOURCES" ${ARGN})
-  list (TRANSFORM ARG_INCLUDE PREPEND -I${PROJECT_SOURCE_DIR}/)
+  list (TRANSFORM ARG_INCLUDE PREPEND ${PROJECT_SOURCE_DIR}/)
+  set (PATTERNS ${PROJECT_SOURCE_DIR}/Include/*/*.h)
+  foreach (DIRECTORY IN LISTS ARG_INCLUDE ITEMS ${PROJECT_SOURCE_DIR}/Include)
+    list (APPEND PATTERNS ${DIRECTORY}/*.h)
+  endforeach ()
+  file (GLOB HEADERS CONFIGURE_DEPENDS ${PATTERNS})
+  list (TRANSFORM ARG_INCLUDE PREPEND -I)
   list (TRANSFORM ARG_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
   add_custom_command (
     OUTPUT ${PROJECT_BINARY_DIR}/${NAME}
     COMMAND ${CMAKE_CXX_COMPILER} -std=c++20 -O1 "-DQSM_VERSION=\"${PROJECT_VERSION}\""
-            -I${PROJECT_SOURCE_DIR}/Include ${ARG_INCLUDE} -MMD
-            -MF ${NAME}.d -MT ${NAME} -o ${PROJECT_BINARY_DIR}/${NAME} ${ARG_SOURCES}
-    DEPENDS ${ARG_SOURCES}
-    DEPFILE ${PROJECT_BINARY_DIR}/${NAME}.d
-    WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
+            -I${PROJECT_SOURCE_DIR}/Include ${ARG_INCLUDE}
+            -o ${PROJECT_BINARY_DIR}/${NAME} ${ARG_SOURCES}
+    DEPENDS ${ARG_SOURCES} ${HEADERS}
     VERBATIM)
 endfunction ()
 qsm_add_build_program (
