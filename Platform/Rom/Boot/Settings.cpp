@@ -29,7 +29,7 @@ ReadSetting (const CHAR8 *Name, UINTN Base, UINT64 Maximum, UINT64 &Number)
 VOID
 WriteLogLevels (UINT64 Levels)
 {
-  for (UINT8 Byte = 0; Byte < sizeof (UINT32); ++Byte) {
+  for (UINTN Byte = 0; Byte < sizeof (UINT32); ++Byte) {
     WriteCmos (static_cast<UINT8> (RasLevelCmosOffset + Byte),
                static_cast<UINT8> (Levels >> 8 * Byte));
   }
