@@ -3,18 +3,18 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <ranges>
 
 #include <fmt/format.h>
 
 #include "ApicPackage.h"
 #include "DevicePlace.h"
 #include "Graph.h"
+#include "Record/RequestData.h"
 
 namespace {
 
-/// Redfish ids are cut to what fits the event.
-constexpr UINTN ID_LENGTH_MAX = 149;
+/// Redfish ids are cut to what fits the event with its NUL.
+constexpr UINTN ID_LENGTH_MAX = REDFISH_ID_SIZE_MAX - 1;
 
 /// The socket that the name of a unit seems to tell, as notes have it; the text is empty if none.
 struct SocketHint {
@@ -113,8 +113,11 @@ BlameSite::SegmentOfSocket (UINTN Number) const
 std::optional<std::string>
 BlameSite::SegmentDoubt (UINT64 Segment, UINT8 Bus) const
 {
-  if (std::ranges::none_of (std::views::iota (UINTN{0}, UINTN{SOCKET_MAX}),
-                            [&] (UINTN Socket) { return SegmentOfSocket (Socket) == Segment; })) {
+  bool IsOfSocket = false;
+  for (UINTN Socket = 0; Socket < SOCKET_MAX && !IsOfSocket; ++Socket) {
+    IsOfSocket = SegmentOfSocket (Socket) == Segment;
+  }
+  if (!IsOfSocket) {
     return ", which no socket of the platform has";
   }
   if (!Topology) {
