@@ -120,7 +120,6 @@ Measure (const ImageInstance &Image,
                                 {EFI_ERROR_CODE, HARDWARE_ERROR_STATUS_CODE, 0, 0, Data},
                                 Image.Base, Image.Base + Image.Size);
   const UINTN Calls = mMessages.size () + mCommands + (gFaultPlan.AllCalls - PoolCalls);
-  const UINTN Stack = Error.EntryStackPointer - Error.LowestStackPointer + sizeof (UINTN);
 
   const std::vector<FloorMessage> Messages = mMessages;
   const FloorCalls Least = {.Inventory = &gInventory,
@@ -135,7 +134,7 @@ Measure (const ImageInstance &Image,
   const CodeWatch Floor = Step (reinterpret_cast<UINTN> (ListenerFloor),
                                 {reinterpret_cast<UINTN> (&Least)}, gFloorBegin, gFloorEnd);
   std::cout << fmt::format ("{} {} {} {} {} {} {}\n", Of.Name, Name, Count, Error.Instructions,
-                            Floor.Instructions, Stack, Calls);
+                            Floor.Instructions, Error.StackDepth (), Calls);
 }
 
 void

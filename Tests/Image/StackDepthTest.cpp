@@ -29,13 +29,6 @@ KeepListener (EFI_SMM_RSC_HANDLER_CALLBACK Callback)
   return EFI_SUCCESS;
 }
 
-/// The bytes of stack that the image took, the return address of the call included.
-UINTN
-StackDepth (const SteppedProcessor &Processor)
-{
-  return Processor.Watch.EntryStackPointer - Processor.Watch.LowestStackPointer + sizeof (UINTN);
-}
-
 /// Expanding the messages would be most of what is stepped through.
 EFI_STATUS EFIAPI
 DiscardMessage (UINTN, const CHAR8 *, const CHAR8 *, VA_LIST)
@@ -65,8 +58,8 @@ TEST (Load, TakesFewInstructions)
     });
     EXPECT_EQ (Platform.Machine.Uart.Sent, "") << "the port is idle";
     EXPECT_LT (Processor.Watch.Instructions, LoadInstructionsMax);
-    EXPECT_LT (StackDepth (Processor), StackDepthMax);
-    std::cout << Name << ": " << StackDepth (Processor) << " bytes of stack, "
+    EXPECT_LT (Processor.Watch.StackDepth (), StackDepthMax);
+    std::cout << Name << ": " << Processor.Watch.StackDepth () << " bytes of stack, "
               << Processor.Watch.Instructions << " instructions\n";
   }
 }
@@ -113,7 +106,7 @@ TEST (ListenerCall, StaysWithinItsShareOfTheStack)
     const RegisterFile Exit =
         Processor.Run (mListener, RegisterFile (0, {EFI_ERROR_CODE, HARDWARE_ERROR_STATUS_CODE, 0,
                                                     0, reinterpret_cast<UINTN> (&Data.Header)}));
-    const UINTN Depth = StackDepth (Processor);
+    const UINTN Depth = Processor.Watch.StackDepth ();
     EXPECT_EQ (Exit.General[RAX], EFI_SUCCESS);
     EXPECT_EQ (Platform.World.Requests.size (), Requests + 1);
     EXPECT_LT (Depth, StackDepthMax);

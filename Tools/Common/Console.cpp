@@ -1,11 +1,11 @@
 #include "Console.h"
 
 #include <algorithm>
-#include <bit>
-#include <optional>
 
 #include <fmt/color.h>
 #include <fmt/format.h>
+
+#include "Utf8.h"
 
 namespace {
 
@@ -31,39 +31,6 @@ StyleOf (Colour Colour)
     return fg (fmt::terminal_color::green);
   }
   return {};
-}
-
-/// A character, and how many bytes it takes.
-struct Character {
-  char32_t Code;
-  std::size_t Size;
-};
-
-/// The character with which a text begins, if it begins with one in UTF-8 (RFC 3629).
-std::optional<Character>
-FirstCharacter (std::string_view Text)
-{
-  /// The least code of each size, the shorter ones being for those below.
-  constexpr char32_t Least[] = {0, 0, 0x80, 0x800, 0x10000, 0x110000};
-  const auto First = static_cast<UINT8> (Text.front ());
-  const auto Size = static_cast<std::size_t> (std::max (std::countl_one (First), 1));
-  if (First < 0x80) {
-    return Character{First, 1};
-  }
-  if (Size == 1 || Size > 4 || Size > Text.size ()) {
-    return std::nullopt;
-  }
-  char32_t Code = First & (0x7FU >> Size);
-  for (const char Next : Text.substr (1, Size - 1)) {
-    if ((Next & 0xC0) != 0x80) {
-      return std::nullopt;
-    }
-    Code = Code << 6 | (Next & 0x3F);
-  }
-  const bool IsSurrogate = Code >= 0xD800 && Code < 0xE000;
-  return Code >= Least[Size] && Code < Least[5] && !IsSurrogate
-             ? std::optional (Character{Code, Size})
-             : std::nullopt;
 }
 
 /// Whether a terminal shows the character itself, and does not do as it says: no control, no line

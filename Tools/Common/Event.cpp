@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "FrontOf.h"
 #include "Record/ErrorClass.h"
 #include "Record/RequestData.h"
 
@@ -18,9 +19,7 @@ NamesDevice (const Event &Event)
 Event
 DecodeEvent (std::span<const UINT8> Data)
 {
-  RequestData Request = {};
-  std::copy_n (Data.begin (), std::min (Data.size (), sizeof (Request)),
-               reinterpret_cast<UINT8 *> (&Request));
+  const auto Request = FrontOf<RequestData> (Data);
   return {.ErrorClass = Request.ErrorClass,
           .Severity = Request.EventSeverity,
           .DeviceId = {Request.InstanceId, strnlen (Request.InstanceId, REDFISH_ID_SIZE_MAX)}};

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "CperLayout.h"
+#include "FrontOf.h"
 #include "InputFile.h"
 
 namespace {
@@ -25,7 +26,7 @@ ExpectBytesTo (const CperFile &File, UINTN End, std::string_view What)
 void
 ExpectCper (const CperFile &File)
 {
-  const ErrorRecord Record = FrontOf (File.Bytes);
+  const auto Record = FrontOf<ErrorRecord> (File.Bytes);
   const auto Expect = [&] (bool Holds, UINTN Offset, std::string_view What) {
     if (!Holds && File.Bytes.size () > Offset) {
       throw InputError (fmt::format ("{}: offset {}: expected {}", File.Name, Offset, What));

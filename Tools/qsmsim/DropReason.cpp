@@ -11,6 +11,7 @@
 #include "CperNames.h"
 #include "DevicePlace.h"
 #include "Event.h"
+#include "FrontOf.h"
 #include "Guid.h"
 #include "Record/ErrorClass.h"
 
@@ -128,7 +129,7 @@ NearestText (const DescribedDevice &Nearest, const DevicePlace &Distance)
 DropReason
 WhyNotFound (const ReportedRecord &Reported, UINT8 ErrorClass, std::string Line)
 {
-  const ErrorRecord Record = FrontOf (Reported.File.Bytes);
+  const auto Record = FrontOf<ErrorRecord> (Reported.File.Bytes);
   const SimulatedPlatform &Platform = Reported.Platform;
   const DevicePlace Place = PlaceOfError (
       ErrorClass, Record, Platform.World.Processors[Reported.Options.Processor].Package);
@@ -177,7 +178,7 @@ ReasonOfLog (std::span<const std::string> Log)
 std::optional<DropReason>
 WhyNotReported (const CperFile &File, const ReportOptions &Options)
 {
-  const EFI_GUID SectionType = FrontOf (File.Bytes).Section.SectionType;
+  const EFI_GUID SectionType = FrontOf<ErrorRecord> (File.Bytes).Section.SectionType;
   const CperSection *Section = FindCperSection (SectionType);
   if (Options.Placement != RecordPlacement::Exact || Section == nullptr ||
       File.Bytes.size () >= Section->ReadSize ()) {
@@ -209,7 +210,7 @@ WhyDropped (const ReportedRecord &Reported,
   if (const auto Told = ReasonOfLog (Log)) {
     return *Told;
   }
-  const EFI_GUID SectionType = FrontOf (Reported.File.Bytes).Section.SectionType;
+  const EFI_GUID SectionType = FrontOf<ErrorRecord> (Reported.File.Bytes).Section.SectionType;
   const CperSection *Section = FindCperSection (SectionType);
   if (Section == nullptr) {
     return {"unknown-section", "the driver does not know the first section's type, " +

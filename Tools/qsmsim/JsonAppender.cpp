@@ -6,34 +6,9 @@
 
 #include <fmt/format.h>
 
-namespace {
+#include "Utf8.h"
 
-/// Number of bytes of the UTF-8 character at the start of Text, or 0 if none is there (Unicode
-/// 15.0, table 3-7).
-std::size_t
-CharacterSize (std::string_view Text)
-{
-  const auto At = [&] (std::size_t Index) {
-    return Index < Text.size () ? static_cast<UINT8> (Text[Index]) : UINT8{0};
-  };
-  const UINT8 First = At (0);
-  const std::size_t Size = First < 0x80                    ? 1
-                           : First >= 0xC2 && First < 0xE0 ? 2
-                           : First >= 0xE0 && First < 0xF0 ? 3
-                           : First >= 0xF0 && First < 0xF5 ? 4
-                                                           : 0;
-  const UINT8 Low = First == 0xE0 ? 0xA0 : First == 0xF0 ? 0x90 : 0x80;
-  const UINT8 High = First == 0xED ? 0x9F : First == 0xF4 ? 0x8F : 0xBF;
-  if (Size > 1 && (At (1) < Low || At (1) > High)) {
-    return 0;
-  }
-  for (std::size_t Index = 2; Index < Size; ++Index) {
-    if ((At (Index) & 0xC0) != 0x80) {
-      return 0;
-    }
-  }
-  return Size;
-}
+namespace {
 
 constexpr bool
 IsPlain (char Character)
@@ -91,18 +66,18 @@ JsonAppender::String (std::string_view Value)
       break;
     }
     const char First = Value.front ();
-    const std::size_t Size = CharacterSize (Value);
-    if (Size == 0) {
+    const auto Character = FirstCharacter (Value);
+    if (!Character) {
       Text += "\xEF\xBF\xBD";
     } else if (First == '"' || First == '\\') {
       Text += '\\';
       Text += First;
-    } else if (Size == 1 && static_cast<UINT8> (First) < 0x20) {
+    } else if (Character->Code < 0x20) {
       fmt::format_to (std::back_inserter (Text), "\\u{:04X}", First);
     } else {
-      Text += Value.substr (0, Size);
+      Text += Value.substr (0, Character->Size);
     }
-    Value.remove_prefix (Size == 0 ? 1 : Size);
+    Value.remove_prefix (Character ? Character->Size : 1);
   }
   Text += '"';
   return *this;

@@ -37,6 +37,13 @@ struct CodeWatch {
   UINTN Instructions = 0;
   UINTN EntryStackPointer = 0;  ///< Ahead of the first instruction.
   UINTN LowestStackPointer = 0; ///< Ahead of any of them.
+
+  /// Bytes of stack that it took, the return address of its call included.
+  [[nodiscard]] UINTN
+  StackDepth () const
+  {
+    return EntryStackPointer - LowestStackPointer + sizeof (UINTN);
+  }
 };
 
 /// There may be one at a time, since it takes the traps of the process. It is its own machine,

@@ -90,15 +90,6 @@ FindCperSection (const EFI_GUID &Type)
   return Found != std::end (Sections) ? *Found : nullptr;
 }
 
-ErrorRecord
-FrontOf (std::span<const UINT8> Bytes)
-{
-  ErrorRecord Record = {};
-  std::copy_n (Bytes.begin (), std::min (Bytes.size (), sizeof (Record)),
-               reinterpret_cast<UINT8 *> (&Record));
-  return Record;
-}
-
 std::span<const Named<UINT32>>
 CperSeverities ()
 {

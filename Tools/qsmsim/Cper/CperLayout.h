@@ -105,9 +105,6 @@ std::span<const CperSection *const> CperSections ();
 /// The section of that type, or null.
 const CperSection *FindCperSection (const EFI_GUID &Type);
 
-/// What the driver reads of a record, with zeros for what the bytes do not reach.
-ErrorRecord FrontOf (std::span<const UINT8> Bytes);
-
 /// Values of ErrorSeverity and SectionSeverity.
 std::span<const Named<UINT32>> CperSeverities ();
 

@@ -3,45 +3,33 @@
 #include <algorithm>
 #include <cstring>
 
+#include "SectionRecord.h"
+
 std::vector<UINT8>
 MakeCper (const CperSection &Section,
           const CperEnvelope &Envelope,
           const std::vector<CperDescription::FieldValue> &Fields)
 {
-  constexpr UINTN BodyOffset = BODY_READ_OFFSET;
-  std::vector<UINT8> Bytes (BodyOffset + Section.BodySize);
-
+  std::string Body (Section.BodySize, '\0');
+  auto *Bytes = reinterpret_cast<UINT8 *> (Body.data ());
   UINT64 ValidationBits = 0;
   for (const auto &[Field, Value] : Fields) {
     ValidationBits |= UINT64{1} << Field->ValidationBit;
-    Field->Write (&Bytes[BodyOffset], Value.value_or (0));
+    Field->Write (Bytes, Value.value_or (0));
   }
   if (ValidationBits != 0) {
-    std::memcpy (&Bytes[BodyOffset], &ValidationBits, sizeof (ValidationBits));
+    std::memcpy (Bytes, &ValidationBits, sizeof (ValidationBits));
   }
 
-  CperRecordHeader Header = {};
-  Header.SignatureStart = CPER_SIGNATURE_START;
-  Header.Revision = Envelope.Revision;
-  Header.SignatureEnd = CPER_SIGNATURE_END;
-  Header.SectionCount = 1;
-  Header.ErrorSeverity = Envelope.Severity;
-  Header.RecordLength = static_cast<UINT32> (Bytes.size ());
-  Header.NotificationType = Envelope.Notification;
-  Header.RecordId = Envelope.RecordId;
-  std::memcpy (Bytes.data (), &Header, sizeof (Header));
-
-  CperSectionDescriptor Descriptor = {};
-  Descriptor.SectionOffset = BodyOffset;
-  Descriptor.SectionLength = static_cast<UINT32> (Section.BodySize);
-  Descriptor.Revision = CPER_SECTION_REVISION;
-  Descriptor.Flags = CPER_SECTION_FLAG_PRIMARY;
-  Descriptor.SectionType = Section.Type;
-  Descriptor.SectionSeverity = Envelope.Severity;
+  LooseSection Loose = {.Type = Section.Type,
+                        .Severity = Envelope.Severity,
+                        .Flags = CPER_SECTION_FLAG_PRIMARY,
+                        .Revision = Envelope.Revision,
+                        .RecordId = Envelope.RecordId,
+                        .Notification = Envelope.Notification};
   if (!Envelope.FruText.empty ()) {
-    Descriptor.ValidationBits = CPER_FRU_TEXT_VALID;
-    std::copy (Envelope.FruText.begin (), Envelope.FruText.end (), Descriptor.FruText);
+    Loose.ValidationBits = CPER_FRU_TEXT_VALID;
+    std::ranges::copy (Envelope.FruText, Loose.FruText);
   }
-  std::memcpy (&Bytes[sizeof (Header)], &Descriptor, sizeof (Descriptor));
-  return Bytes;
+  return RecordOfSection (Loose, Body);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "FrontOf.h"
 #include "RecordNotes.h"
 
 namespace {
@@ -12,17 +13,6 @@ PartOf (std::span<const UINT8> Bytes, UINTN Offset, UINTN Size)
 {
   const UINTN Start = std::min<UINTN> (Offset, Bytes.size ());
   return Bytes.subspan (Start, std::min<UINTN> (Size, Bytes.size () - Start));
-}
-
-/// A structure of which the bytes may have the front alone; the rest is zeros.
-template <typename Structure>
-Structure
-StartOf (std::span<const UINT8> Bytes)
-{
-  Structure Result = {};
-  std::copy_n (Bytes.begin (), std::min (Bytes.size (), sizeof (Structure)),
-               reinterpret_cast<UINT8 *> (&Result));
-  return Result;
 }
 
 /// The fields of a body that are declared valid, and those that tell the device.
@@ -61,7 +51,7 @@ DescribeSections (std::span<const UINT8> Bytes, CperDescription &Description)
   UINTN Offset = sizeof (CperRecordHeader);
   for (UINTN Index = 0; Index < Count && (Index == 0 || Offset < Bytes.size ()); ++Index) {
     const auto Front = PartOf (Bytes, Offset, sizeof (CperSectionDescriptor));
-    const auto Descriptor = StartOf<CperSectionDescriptor> (Front);
+    const auto Descriptor = FrontOf<CperSectionDescriptor> (Front);
     const auto Body = PartOf (Bytes, Descriptor.SectionOffset, Descriptor.SectionLength);
     const CperSection *Kind = FindCperSection (Descriptor.SectionType);
     Description.Sections.push_back ({Descriptor, Front.size (), Body.size (),
@@ -74,7 +64,7 @@ DescribeSections (std::span<const UINT8> Bytes, CperDescription &Description)
 std::vector<CperDescription::FieldValue>
 DriverFields (const CperSection &Kind, std::span<const UINT8> Bytes)
 {
-  const ErrorRecord Front = FrontOf (Bytes);
+  const auto Front = FrontOf<ErrorRecord> (Bytes);
   auto Values = FieldsOf (Kind, PartOf ({reinterpret_cast<const UINT8 *> (&Front), sizeof (Front)},
                                         BODY_READ_OFFSET, Kind.BodySize));
   std::erase_if (Values, [] (const auto &Value) { return !Value.Field->TellsDevice; });
@@ -92,7 +82,7 @@ CperDescription
 RecordDecoder::Describe (std::span<const UINT8> Bytes) const
 {
   CperDescription Description = {};
-  Description.Header = StartOf<CperRecordHeader> (Bytes);
+  Description.Header = FrontOf<CperRecordHeader> (Bytes);
   DescribeSections (Bytes, Description);
   const CperSectionDescriptor &First = Description.Sections.front ().Descriptor;
   Description.Kind = FindCperSection (First.SectionType);

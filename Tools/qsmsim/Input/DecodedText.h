@@ -15,6 +15,11 @@ public:
   virtual void Decode (std::string_view Line, UINT64 Offset, std::string &Bytes) = 0;
 };
 
+inline constexpr std::string_view HEX_DIGITS = "0123456789ABCDEFabcdef";
+
+/// Fewer digits are no offset of a dump.
+inline constexpr std::size_t DUMP_OFFSET_SIZE_MIN = 6;
+
 /// Bytes in hexadecimal: any number of pairs of digits together, "0x" or "\x" ahead of them or not,
 /// between blanks, commas, brackets and line ends; or a dump with a column of offsets and one of
 /// characters, as xxd, hexdump -C and od -t x1 write it, left-out lines ("*") included.

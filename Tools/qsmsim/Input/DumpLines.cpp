@@ -6,18 +6,14 @@ namespace {
 
 constexpr std::size_t LineSizeMax = 4096;
 
-/// Fewer digits are no offset.
-constexpr std::size_t OffsetSizeMin = 6;
-
-constexpr std::string_view Digits = "0123456789ABCDEFabcdef";
-
 /// Whether an offset begins the line, or the sign of left-out lines.
 bool
 IsDumpLine (std::string_view Line)
 {
-  const std::size_t Size = std::min (Line.find_first_not_of (Digits), Line.size ());
+  const std::size_t Size = std::min (Line.find_first_not_of (HEX_DIGITS), Line.size ());
   return Line.starts_with ('*') ||
-         (Size >= OffsetSizeMin && (Size == Line.size () || Line.find_first_of (": \t\r") == Size));
+         (Size >= DUMP_OFFSET_SIZE_MIN &&
+          (Size == Line.size () || Line.find_first_of (": \t\r") == Size));
 }
 
 } // namespace
@@ -31,8 +27,8 @@ DumpPrefixSize (std::string_view Front, bool HasBytesApart)
   } else if (!HasBytesApart) {
     return std::string_view::npos;
   }
-  const std::size_t Start = Front.find_last_not_of (Digits) + 1; // npos + 1 is 0.
-  return Front.size () - Start >= OffsetSizeMin ? Start : std::string_view::npos;
+  const std::size_t Start = Front.find_last_not_of (HEX_DIGITS) + 1; // npos + 1 is 0.
+  return Front.size () - Start >= DUMP_OFFSET_SIZE_MIN ? Start : std::string_view::npos;
 }
 
 bool

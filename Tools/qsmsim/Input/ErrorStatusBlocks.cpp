@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "FrontOf.h"
 #include "InputFile.h"
 #include "SectionRecord.h"
 
@@ -18,11 +19,9 @@ constexpr std::size_t RawSizeMax = 1024 * 1024;
 
 template <typename Layout>
 Layout
-FrontOf (std::string_view Bytes)
+LayoutAt (std::string_view Bytes)
 {
-  Layout Front = {};
-  std::memcpy (&Front, Bytes.data (), std::min (Bytes.size (), sizeof Front));
-  return Front;
+  return FrontOf<Layout> ({reinterpret_cast<const UINT8 *> (Bytes.data ()), Bytes.size ()});
 }
 
 UINTN
@@ -46,8 +45,8 @@ BeginsLikeErrorStatusBlock (std::string_view Bytes)
   if (Bytes.size () < sizeof (ErrorStatusBlock) + EntrySizeMin) {
     return false;
   }
-  const auto Head = FrontOf<ErrorStatusBlock> (Bytes);
-  const auto First = FrontOf<ErrorDataEntry> (Bytes.substr (sizeof Head));
+  const auto Head = LayoutAt<ErrorStatusBlock> (Bytes);
+  const auto First = LayoutAt<ErrorDataEntry> (Bytes.substr (sizeof Head));
   return (Head.BlockStatus & ERROR_STATUS_KINDS) != 0 &&
          (Head.BlockStatus & ERROR_STATUS_RESERVED) == 0 && EntryCountOf (Head) != 0 &&
          Head.ErrorSeverity <= CperSeverityInformational && Head.DataLength <= RECORD_SIZE_MAX &&
@@ -89,7 +88,7 @@ ErrorStatusBlocks::BeginBlock ()
         fmt::format ("offset 0x{:X}: expected a Generic Error Status Block or zeros, found neither",
                      Window.Offset ()));
   }
-  const auto Head = FrontOf<ErrorStatusBlock> (Bytes);
+  const auto Head = LayoutAt<ErrorStatusBlock> (Bytes);
   Window.Take (sizeof Head);
   ++Block;
   EntryCount = EntryCountOf (Head);
@@ -107,7 +106,7 @@ ErrorStatusBlocks::TakeEntry ()
 {
   const UINT64 Offset = Window.Offset ();
   const std::string_view Bytes = Window.Ahead (DataLeft).substr (0, DataLeft);
-  const auto Head = FrontOf<ErrorDataEntry> (Bytes);
+  const auto Head = LayoutAt<ErrorDataEntry> (Bytes);
   const std::size_t HeadSize = EntryHeadSize (Head);
   const std::size_t Size = HeadSize + Head.ErrorDataLength;
   if (Bytes.size () < EntrySizeMin || Bytes.size () < Size) {

@@ -11,11 +11,9 @@
 namespace {
 
 constexpr std::string_view Separators = " \t\r,;:-{}[]()\"'";
-constexpr std::string_view Digits = "0123456789ABCDEFabcdef";
 constexpr std::string_view RecordStart = "43504552";
 
-/// Fewer digits are no offset, and od writes its octal ones with as many as OctalOffsetSize.
-constexpr std::size_t OffsetSizeMin = 6;
+/// Number of digits of the octal offsets that od writes.
 constexpr std::size_t OctalOffsetSize = 7;
 
 /// More left-out bytes are an offset that is none.
@@ -24,7 +22,7 @@ constexpr UINT64 LeftOutMax = 1024 * 1024;
 std::string_view
 LeadingDigits (std::string_view Text)
 {
-  return Text.substr (0, Text.find_first_not_of (Digits));
+  return Text.substr (0, Text.find_first_not_of (HEX_DIGITS));
 }
 
 std::string_view
@@ -114,10 +112,11 @@ Hex::TakeOffset (std::string_view Line, UINT64 Offset, std::string &Bytes)
 {
   const std::string_view First = LeadingDigits (Line);
   std::string_view Rest = Line.substr (First.size ());
-  const bool HasColon = Rest.starts_with (':') && First.size () >= OffsetSizeMin;
+  const bool HasColon = Rest.starts_with (':') && First.size () >= DUMP_OFFSET_SIZE_MIN;
   const std::string_view Second = LeadingDigits (WithoutLeading (Rest, " "));
-  const bool HasOffset = HasColon || (First.size () >= OffsetSizeMin && First != RecordStart &&
-                                      (Second.size () == 2 || (IsDump && Second.empty ())));
+  const bool HasOffset =
+      HasColon || (First.size () >= DUMP_OFFSET_SIZE_MIN && First != RecordStart &&
+                   (Second.size () == 2 || (IsDump && Second.empty ())));
   if (!HasOffset) {
     return Line;
   }

@@ -80,8 +80,7 @@ RecordSource::NextOfFile ()
       throw OtherInputError (
           "expected an error record: bytes that begin with \"CPER\", these in hexadecimal (byte by "
           "byte, as in hexdump -C) or base64, a Generic Error Status Block, Redfish JSON, or a "
-          "text "
-          "with one of them; found none");
+          "text with one of them; found none");
     }
     return std::nullopt;
   }

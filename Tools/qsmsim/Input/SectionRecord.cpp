@@ -3,28 +3,25 @@
 #include <algorithm>
 #include <cstring>
 
-namespace {
-
-/// The bit of a record header's ValidationBits that declares TimeStamp valid.
-constexpr UINT32 TimeStampValid = 0x02;
-
-} // namespace
+#include "CperLayout.h"
 
 std::vector<UINT8>
 RecordOfSection (const LooseSection &Section, std::string_view Body)
 {
-  constexpr UINTN BodyOffset = offsetof (ErrorRecord, Memory);
+  constexpr UINTN BodyOffset = BODY_READ_OFFSET;
   std::vector<UINT8> Bytes (BodyOffset + Body.size ());
 
   CperRecordHeader Header = {};
   Header.SignatureStart = CPER_SIGNATURE_START;
-  Header.Revision = CPER_REVISION;
+  Header.Revision = Section.Revision;
   Header.SignatureEnd = CPER_SIGNATURE_END;
   Header.SectionCount = 1;
   Header.ErrorSeverity = Section.Severity;
   Header.RecordLength = static_cast<UINT32> (Bytes.size ());
+  Header.NotificationType = Section.Notification;
+  Header.RecordId = Section.RecordId;
   if (Section.TimeStamp) {
-    Header.ValidationBits = TimeStampValid;
+    Header.ValidationBits = CPER_TIME_STAMP_VALID;
     Header.TimeStamp = *Section.TimeStamp;
   }
 

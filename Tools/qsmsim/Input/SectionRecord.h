@@ -15,7 +15,12 @@ struct LooseSection {
   UINT32 Flags = 0;
   EFI_GUID FruId = {};
   CHAR8 FruText[20] = {};
-  std::optional<UINT64> TimeStamp = {}; ///< As in a record header (UEFI 2.10, N.2.1).
+
+  /// As in a record header (UEFI 2.10, N.2.1).
+  std::optional<UINT64> TimeStamp = {};
+  UINT16 Revision = CPER_REVISION;
+  UINT64 RecordId = 0;
+  EFI_GUID Notification = {};
 };
 
 /// A record of this section alone, of its severity, with the body straight behind the descriptor.
