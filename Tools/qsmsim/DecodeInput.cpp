@@ -1,12 +1,12 @@
 #include "DecodeInput.h"
 
 #include <algorithm>
-#include <regex>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "InputFile.h"
+#include "Pattern.h"
 #include "Record/RequestData.h"
 
 namespace {
@@ -15,7 +15,7 @@ namespace {
 constexpr UINTN TEXT_SIZE_MAX = 4096;
 
 /// A moment as qsmbmc writes it.
-#define TIME_PATTERN "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ"
+#define TIME_PATTERN "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z"
 
 /// What stands behind the record's number and type (IPMI 2.0, table 32-3).
 struct [[gnu::packed]] SelRecordData {
@@ -49,23 +49,20 @@ RefuseAs (CompletionCode Answer, const std::string &Expected)
 std::vector<UINT8>
 ReadHex (const std::string &Text)
 {
-  static const std::regex Word ("(?:0[xX])?([0-9A-Fa-f]+)");
-  static const std::regex Separator ("[\\s,]+");
+  constexpr const char *Separators = " \t\n\v\f\r,";
   std::vector<UINT8> Bytes;
-  for (std::sregex_token_iterator Next (Text.begin (), Text.end (), Separator, -1), End;
-       Next != End; ++Next) {
-    const std::string Found = *Next;
-    std::smatch Match;
-    if (Found.empty ()) {
-      continue;
-    }
-    if (!std::regex_match (Found, Match, Word) ||
-        (Match.length (1) % 2 != 0 && Match.length (1) != 1)) {
+  for (std::size_t End = 0, Begin;
+       (Begin = Text.find_first_not_of (Separators, End)) != Text.npos;) {
+    End = std::min (Text.find_first_of (Separators, Begin), Text.size ());
+    const std::string Word = Text.substr (Begin, End - Begin);
+    const bool HasPrefix = Word.starts_with ("0x") || Word.starts_with ("0X");
+    const std::string Digits = Word.substr (HasPrefix ? 2 : 0);
+    if (Digits.empty () || (Digits.size () % 2 != 0 && Digits.size () != 1) ||
+        Digits.find_first_not_of ("0123456789ABCDEFabcdef") != Digits.npos) {
       Refuse (fmt::format ("expected bytes in hexadecimal, a line of a log of qsmbmc, or an OEM "
                            "record e0 as ipmitool prints it, found \"{}\"",
-                           Found));
+                           Word));
     }
-    const std::string Digits = Match[1];
     for (std::size_t Index = 0; Index < Digits.size (); Index += 2) {
       Bytes.push_back (static_cast<UINT8> (std::stoul (Digits.substr (Index, 2), nullptr, 16)));
     }
@@ -130,21 +127,23 @@ EventOfRecord (const std::vector<UINT8> &Record, std::optional<UINT64> Number)
 std::optional<FoundEvent>
 ReadSelRecord (const std::string &Text)
 {
-  static const std::regex Line (
-      "^\\s*([0-9a-f]{1,4})\\s*[|,].*OEM record e0\\s*[|,]([0-9a-f\\s]+)$", std::regex::icase);
-  static const std::regex Data ("OEM Defined\\s*:\\s*([0-9a-f]+)", std::regex::icase);
-  static const std::regex Id ("SEL Record ID\\s*:\\s*([0-9a-f]{1,4})", std::regex::icase);
+  constexpr auto EitherCase = Pattern::Letters::OfEitherCase;
+  static const Pattern Line ("^[[:space:]]*([0-9a-f]{1,4})[[:space:]]*[|,][^\n]*OEM record e0"
+                             "[[:space:]]*[|,]([0-9a-f[:space:]]+)$",
+                             EitherCase);
+  static const Pattern Data ("OEM Defined[[:space:]]*:[[:space:]]*([0-9a-f]+)", EitherCase);
+  static const Pattern Id ("SEL Record ID[[:space:]]*:[[:space:]]*([0-9a-f]{1,4})", EitherCase);
   const auto NumberOf = [] (const std::string &Digits) -> UINT64 {
     return std::stoul (Digits, nullptr, 16);
   };
-  std::smatch Match, IdMatch;
-  if (std::regex_search (Text, Match, Line)) {
-    return EventOfRecord (ReadHex (Match[2]), NumberOf (Match[1]));
+  if (const auto Found = Line.Search (Text); !Found.empty ()) {
+    return EventOfRecord (ReadHex (*Found[2]), NumberOf (*Found[1]));
   }
-  if (std::regex_search (Text, Match, Data)) {
-    return EventOfRecord (ReadHex (Match[1]), std::regex_search (Text, IdMatch, Id)
-                                                  ? std::optional (NumberOf (IdMatch[1]))
-                                                  : std::nullopt);
+  if (const auto Found = Data.Search (Text); !Found.empty ()) {
+    const auto Numbered = Id.Search (Text);
+    return EventOfRecord (ReadHex (*Found[1]), !Numbered.empty ()
+                                                   ? std::optional (NumberOf (*Numbered[1]))
+                                                   : std::nullopt);
   }
   return std::nullopt;
 }
@@ -174,7 +173,7 @@ ReadJson (const std::string &Text)
     }
     if (Json.contains ("time")) {
       Result.Time = Json["time"].get<std::string> ();
-      if (!std::regex_match (*Result.Time, std::regex (TIME_PATTERN))) {
+      if (Pattern ("^" TIME_PATTERN "$").Search (*Result.Time).empty ()) {
         Refuse (R"(expected a time like "2026-11-25T09:30:00Z")");
       }
     }
@@ -195,35 +194,31 @@ ReadJson (const std::string &Text)
 std::optional<FoundEvent>
 ReadTextLine (const std::string &Text)
 {
-  static const std::regex Taken ("\\s*(\\d{1,18}): (?:(" TIME_PATTERN "), )?(\\w+, \\w+, \".*\"): "
-                                 "([0-9A-F ]+)");
-  static const std::regex Sent (
-      "\\s*(?:refused: (" TIME_PATTERN "), 0x([0-9A-F]{2}), .*, )?"
-      "NetFn 0x([0-9A-F]{2}), LUN (\\d), Cmd 0x([0-9A-F]{2}):([0-9A-F ]*)");
-  std::smatch Match;
-  const auto Number = [&] (UINTN Group, int Base) {
-    return std::stoul (Match[Group], nullptr, Base);
+  static const Pattern Taken ("^[[:space:]]*([0-9]{1,18}): ((" TIME_PATTERN "), )?"
+                              "(\\w+, \\w+, \"[^\n]*\"): ([0-9A-F ]+)$");
+  static const Pattern Sent (
+      "^[[:space:]]*(refused: (" TIME_PATTERN "), 0x([0-9A-F]{2}), [^\n]*, )?"
+      "NetFn 0x([0-9A-F]{2}), LUN ([0-9]), Cmd 0x([0-9A-F]{2}):([0-9A-F ]*)$");
+  const auto NumberOf = [] (const std::optional<std::string> &Digits, int Base) {
+    return std::stoul (*Digits, nullptr, Base);
   };
-  const auto Time = [&] (UINTN Group) {
-    return Match[Group].matched ? std::optional (Match[Group].str ()) : std::nullopt;
-  };
-  if (std::regex_match (Text, Match, Taken)) {
-    FoundEvent Result = EventOf ({.Data = ReadHex (Match[4])});
+  if (const auto Found = Taken.Search (Text); !Found.empty ()) {
+    FoundEvent Result = EventOf ({.Data = ReadHex (*Found[5])});
     Result.Form = EventForm::LogLine;
-    CompareWords (Result, Match[3]);
-    Result.Number = Number (1, 10);
-    Result.Time = Time (2);
+    CompareWords (Result, *Found[4]);
+    Result.Number = NumberOf (Found[1], 10);
+    Result.Time = Found[3];
     return Result;
   }
-  if (std::regex_match (Text, Match, Sent)) {
-    FoundEvent Result = EventOf ({.NetFunction = Number (3, 16),
-                                  .Lun = Number (4, 10),
-                                  .Code = Number (5, 16),
-                                  .Data = ReadHex (Match[6])});
-    if (Match[1].matched) {
+  if (const auto Found = Sent.Search (Text); !Found.empty ()) {
+    FoundEvent Result = EventOf ({.NetFunction = NumberOf (Found[4], 16),
+                                  .Lun = NumberOf (Found[5], 10),
+                                  .Code = NumberOf (Found[6], 16),
+                                  .Data = ReadHex (*Found[7])});
+    if (Found[1]) {
       Result.Form = EventForm::LogLine;
-      Result.Time = Time (1);
-      Result.Refusal = static_cast<UINT8> (Number (2, 16));
+      Result.Time = Found[2];
+      Result.Refusal = static_cast<UINT8> (NumberOf (Found[3], 16));
     }
     return Result;
   }

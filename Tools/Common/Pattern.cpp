@@ -1,0 +1,35 @@
+#include "Pattern.h"
+
+#include <stdexcept>
+
+Pattern::Pattern (const char *Expression, Letters Case)
+{
+  if (regcomp (&Compiled, Expression,
+               REG_EXTENDED | (Case == Letters::OfEitherCase ? REG_ICASE : 0)) != 0) {
+    throw std::invalid_argument (Expression);
+  }
+}
+
+Pattern::~Pattern ()
+{
+  regfree (&Compiled);
+}
+
+std::vector<std::optional<std::string>>
+Pattern::Search (const std::string &Text) const
+{
+  // The end is told by a position, as a text may have a NUL in it.
+  std::vector<regmatch_t> Places (Compiled.re_nsub + 1);
+  Places.front () = {0, static_cast<regoff_t> (Text.size ())};
+  if (regexec (&Compiled, Text.c_str (), Places.size (), Places.data (), REG_STARTEND) != 0) {
+    return {};
+  }
+  std::vector<std::optional<std::string>> Groups;
+  for (const auto [Begin, End] : Places) {
+    Groups.push_back (Begin < 0
+                          ? std::nullopt
+                          : std::optional (Text.substr (static_cast<std::size_t> (Begin),
+                                                        static_cast<std::size_t> (End - Begin))));
+  }
+  return Groups;
+}
