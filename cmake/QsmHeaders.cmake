@@ -1,5 +1,6 @@
 # Headers that cost more to compile than the sources that take them. Each source still includes what
-# it uses: only the presets that are built from nothing most often have the headers compiled.
+# it uses: only the presets that are built from nothing most often have the headers compiled, and
+# several sources of a target at once, so that what they make of a template is made once.
 
 # qsm_common_headers (n HEADERS h... LIBRARIES l...)
 # Compiles the headers h of the libraries l once, for all targets that use n.
@@ -12,21 +13,34 @@ function (qsm_common_headers NAME)
   target_precompile_headers (${NAME} PRIVATE ${ARG_HEADERS})
 endfunction ()
 
+# qsm_compile_together (t...)
+# Compiles several sources of each of the targets t at once.
+function (qsm_compile_together)
+  if (NOT CMAKE_DISABLE_PRECOMPILE_HEADERS)
+    set_target_properties (${ARGN} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+  endif ()
+endfunction ()
+
 # qsm_use_headers (n t...)
-# Gives the sources of the targets t the compiled headers n; with fmt, whose headers ask how it is
-# linked.
+# Gives the sources of the targets t, which are compiled together, the compiled headers n; with fmt,
+# whose headers ask how it is linked.
 function (qsm_use_headers NAME)
   foreach (TARGET IN LISTS ARGN)
     target_link_libraries (${TARGET} PRIVATE fmt::fmt)
     target_precompile_headers (${TARGET} REUSE_FROM ${NAME})
   endforeach ()
+  qsm_compile_together (${ARGN})
 endfunction ()
 
+# CLI11 gives each source that takes it all of its code, and to optimise that takes three times as
+# long as everything else, for code that runs once.
+set (QSM_COMMAND_LINE_OPTIONS -O0)
+
 # qsm_command_line_sources (s...)
-# The sources s of this directory, which take CLI11. It gives each of them all of its code, and to
-# optimise that takes three times as long as everything else, for code that runs once.
+# The sources s of this directory, which take CLI11.
 function (qsm_command_line_sources)
-  set_source_files_properties (${ARGN} PROPERTIES COMPILE_OPTIONS -O0 SKIP_PRECOMPILE_HEADERS ON)
+  set_source_files_properties (${ARGN} PROPERTIES COMPILE_OPTIONS ${QSM_COMMAND_LINE_OPTIONS}
+                                                  SKIP_PRECOMPILE_HEADERS ON)
 endfunction ()
 
 if (QSM_HOST)

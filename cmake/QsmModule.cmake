@@ -41,6 +41,8 @@ function (qsm_add_test)
     target_sources (${ARG_NAME} PRIVATE ${ModuleSources})
     target_include_directories (${ARG_NAME} PRIVATE ${ARG_PCD} ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries (${ARG_NAME} PRIVATE ${ModuleDepends})
+    # A module's sources may have names of their own in common.
+    set_source_files_properties (${ModuleSources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   endif ()
   target_link_libraries (${ARG_NAME} PRIVATE ${ARG_DEPENDS} qsm_host_options GTest::gtest_main)
   qsm_use_headers (TestHeaders ${ARG_NAME})

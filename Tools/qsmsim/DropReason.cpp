@@ -69,7 +69,7 @@ WhyNotTaken (const BmcRequest &Request, std::span<const std::string> Log)
 
 /// "ARM processor (E19E3D16-...)", or the identifier alone.
 std::string
-TypeText (const EFI_GUID &SectionType)
+NamedTypeText (const EFI_GUID &SectionType)
 {
   const char *Name = SectionTypeName (SectionType);
   return Name != nullptr ? fmt::format ("{} ({})", Name, GuidText (SectionType))
@@ -214,7 +214,7 @@ WhyDropped (const ReportedRecord &Reported,
   const CperSection *Section = FindCperSection (SectionType);
   if (Section == nullptr) {
     return {"unknown-section", "the driver does not know the first section's type, " +
-                                   TypeText (SectionType) + ", and logs nothing"};
+                                   NamedTypeText (SectionType) + ", and logs nothing"};
   }
   if (std::string Line = FindLine (Log, NotFoundLine); !Line.empty ()) {
     return WhyNotFound (Reported, Section->ErrorClass, std::move (Line));

@@ -10,7 +10,7 @@ namespace {
 using JsonTree = nlohmann::ordered_json;
 
 void
-WriteText (JsonAppender &Json, std::string_view Text)
+WriteTextOrNull (JsonAppender &Json, std::string_view Text)
 {
   Text.empty () ? Json.Null () : Json.String (Text);
 }
@@ -74,7 +74,7 @@ OutcomeText (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
   Json.Open ('{');
   if (Outcome.File != nullptr) {
     WriteRecord (Json, Outcome.File->Name, DescribeFile (Decoder, *Outcome.File));
-    WriteText (Json.Key ("readAs"), Outcome.File->Form);
+    WriteTextOrNull (Json.Key ("readAs"), Outcome.File->Form);
   }
   if (WithLog) {
     Json.Key ("log").Open ('[');
@@ -86,7 +86,7 @@ OutcomeText (const Outcome &Outcome, const RecordDecoder &Decoder, bool WithLog)
   WriteEvents (Json, Outcome.Events);
   WriteLost (Json, Outcome.Lost);
   WriteReason (Json, Outcome.Dropped);
-  WriteText (Json.Key ("fault"), Outcome.Fault);
+  WriteTextOrNull (Json.Key ("fault"), Outcome.Fault);
   Json.Close ('}');
   return Text;
 }

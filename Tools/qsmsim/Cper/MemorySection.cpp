@@ -8,10 +8,9 @@ namespace {
 #define FIELD(Member) \
   offsetof (EFI_PLATFORM_MEMORY_ERROR_DATA, Member), sizeof (EFI_PLATFORM_MEMORY_ERROR_DATA::Member)
 
-constexpr Notation Decimal = Notation::Decimal;
-constexpr Notation Hexadecimal = Notation::Hexadecimal;
+using enum Notation;
 
-constexpr Named<UINT64> ErrorTypes[] = {
+constexpr Named<UINT64> MemoryErrorTypes[] = {
     {"unknown", 0},
     {"no error", 1},
     {"single-bit ECC", 2},
@@ -95,12 +94,14 @@ constexpr CperField MemoryFields[] = {
     {"responder-id", FIELD (ResponderId), 12, false, Hexadecimal, "Responder"},
     {"target-id", FIELD (TargetId), 13, false, Hexadecimal, "Target"},
     {"error-type", FIELD (ErrorType), 14, false, Decimal, "Memory error type",
-     Means (AppendName<ErrorTypes>)},
+     Means (AppendName<MemoryErrorTypes>)},
     {"rank", FIELD (RankNumber), 15, false, Decimal, "Rank"},
     {"chip", FIELD (Extended), 21, false, Decimal, "Chip in a stack", BitsFrom (5, 3)},
     {"card-handle", FIELD (CardHandle), 16, false, Hexadecimal, "SMBIOS handle of the card"},
     {"module-handle", FIELD (ModuleHandle), 17, false, Hexadecimal, "SMBIOS handle of the module"},
 };
+
+#undef FIELD
 
 } // namespace
 

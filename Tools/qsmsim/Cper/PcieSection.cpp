@@ -7,8 +7,7 @@ namespace {
 /// Offset and size of a field of the body.
 #define FIELD(Member) offsetof (EFI_PCIE_ERROR_DATA, Member), sizeof (EFI_PCIE_ERROR_DATA::Member)
 
-constexpr Notation Decimal = Notation::Decimal;
-constexpr Notation Hexadecimal = Notation::Hexadecimal;
+using enum Notation;
 
 constexpr Named<UINT64> PortTypes[] = {
     {"endpoint", 0},
@@ -110,8 +109,7 @@ constexpr CperField PcieFields[] = {
     {"function", FIELD (DevBridge.Function), 3, true, Decimal, "PCI function", UpTo (7)},
     {"port-type", FIELD (PortType), 0, false, Decimal, "PCI Express port type",
      Means (AppendName<PortTypes>)},
-    {"version", FIELD (Version), 1, false, Notation::Meaning, "PCI Express version",
-     Means (AppendVersion)},
+    {"version", FIELD (Version), 1, false, Meaning, "PCI Express version", Means (AppendVersion)},
     {"command-status", FIELD (CommandStatus), 2, false, Hexadecimal,
      "PCI command and status registers", Means (AppendCommandStatus)},
     {"segment", FIELD (DevBridge.Segment), 3, false, Decimal, "PCI segment"},
@@ -126,6 +124,8 @@ constexpr CperField PcieFields[] = {
     {"bridge-control-status", FIELD (BridgeControlStatus), 5, false, Hexadecimal,
      "Bridge control and secondary status registers", Means (AppendBridgeStatusControl)},
 };
+
+#undef FIELD
 
 } // namespace
 

@@ -9,15 +9,14 @@ namespace {
   offsetof (EFI_PROCESSOR_GENERIC_ERROR_DATA, Member), \
       sizeof (EFI_PROCESSOR_GENERIC_ERROR_DATA::Member)
 
-constexpr Notation Decimal = Notation::Decimal;
-constexpr Notation Hexadecimal = Notation::Hexadecimal;
+using enum Notation;
 
 constexpr Named<UINT64> Types[] = {{"IA32/X64", 0}, {"IA64", 1}, {"ARM", 2}};
 
 constexpr Named<UINT64> InstructionSets[] = {
     {"IA32", 0}, {"IA64", 1}, {"X64", 2}, {"ARM A32/T32", 3}, {"ARM A64", 4}};
 
-constexpr Named<UINT64> ErrorTypes[] = {
+constexpr Named<UINT64> ProcessorErrorTypes[] = {
     {"cache", 0}, {"TLB", 1}, {"bus", 2}, {"micro-architectural", 3}};
 
 constexpr Named<UINT64> Operations[] = {
@@ -32,7 +31,7 @@ AppendErrorType (std::string &Text, UINT64 Value)
   if (Value == 0) {
     Text += "unknown";
   } else {
-    AppendBits<ErrorTypes> (Text, Value);
+    AppendBits<ProcessorErrorTypes> (Text, Value);
   }
 }
 
@@ -55,6 +54,8 @@ constexpr CperField ProcessorFields[] = {
     {"responder-id", FIELD (ResponderId), 11, false, Hexadecimal, "Responder"},
     {"instruction-pointer", FIELD (InstructionIp), 12, false, Hexadecimal, "Instruction pointer"},
 };
+
+#undef FIELD
 
 } // namespace
 

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr std::size_t LineSizeMax = 4096;
+constexpr std::size_t DumpLineSizeMax = 4096;
 
 /// Whether an offset begins the line, or the sign of left-out lines.
 bool
@@ -38,7 +38,7 @@ DumpLines::ReadMore (std::string &Bytes)
   while (Bytes.size () == Before) {
     std::string_view Ahead = Text.Ahead (1);
     if (Ahead.find ('\n') == std::string_view::npos) {
-      Ahead = Text.Ahead (LineSizeMax);
+      Ahead = Text.Ahead (DumpLineSizeMax);
     }
     const std::size_t Size = std::min (Ahead.find ('\n'), Ahead.size ());
     if (Size <= PrefixSize || !IsDumpLine (Ahead.substr (PrefixSize, Size - PrefixSize))) {
