@@ -1,6 +1,7 @@
 # Headers that cost more to compile than the sources that take them. Each source still includes what
 # it uses: only the presets that are built from nothing most often have the headers compiled, and
-# several sources of a target at once, so that what they make of a template is made once.
+# (QSM_TOGETHER) several sources of a target at once, so that what they make of a template is made
+# once.
 
 # qsm_common_headers (n HEADERS h... LIBRARIES l...)
 # Compiles the headers h of the libraries l once, for all targets that use n.
@@ -16,7 +17,7 @@ endfunction ()
 # qsm_compile_together (t...)
 # Compiles several sources of each of the targets t at once.
 function (qsm_compile_together)
-  if (NOT CMAKE_DISABLE_PRECOMPILE_HEADERS)
+  if (QSM_TOGETHER)
     set_target_properties (${ARGN} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
   endif ()
 endfunction ()
@@ -46,7 +47,7 @@ endfunction ()
 if (QSM_HOST)
   find_package (fmt REQUIRED)
   set (HOST_HEADERS <algorithm> <array> <cstring> <filesystem> <map> <optional> <span> <sstream>
-                    <string> <string_view> <vector> <fmt/format.h> <nlohmann/json.hpp>)
+                    <string> <string_view> <vector> <fmt/format.h>)
   qsm_common_headers (HostHeaders HEADERS ${HOST_HEADERS} LIBRARIES fmt::fmt)
   qsm_common_headers (TestHeaders HEADERS ${HOST_HEADERS} <gmock/gmock.h> <gtest/gtest.h>
                       LIBRARIES fmt::fmt GTest::gmock)

@@ -4,10 +4,9 @@ add_library (qsm_include INTERFACE)
 target_include_directories (qsm_include INTERFACE ${PROJECT_SOURCE_DIR}/Include)
 
 # Where sources are compiled several at once, what one has at namespace scope is no concern of the
-# functions of the next. (clang never warns of it.)
-set (LocalShadow $<$<AND:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>,$<CXX_COMPILER_ID:GNU>>:=local>)
-set (QSM_WARNINGS -Wall -Wextra -Wpedantic -Wshadow${LocalShadow} -Wconversion -Wsign-conversion
-                  -Wundef)
+# functions of the next, and clang has no such warning of names in functions alone.
+set (QSM_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wundef
+    $<IF:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>,$<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>,-Wshadow>)
 if (QSM_WARNINGS_ARE_ERRORS)
   list (APPEND QSM_WARNINGS -Werror)
 endif ()

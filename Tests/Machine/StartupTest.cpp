@@ -60,7 +60,9 @@ TEST (MachineStartup, LocksTheVeryBytesOfTheFileIntoSmram)
   Run.Machine.WaitUntilReady ();
   const Bytes Volume = MachineVolume (Run.Options);
   EXPECT_EQ (Run.ReadMemory (VOLUME_BASE, Volume.size ()), Volume) << "what the machine was given";
-  EXPECT_NE (std::ranges::search (Volume, File).begin (), Volume.end ()) << "what is delivered";
+  EXPECT_NE (std::search (Volume.begin (), Volume.end (), File.begin (), File.end ()),
+             Volume.end ())
+      << "what is delivered";
   EXPECT_EQ (Run.ReadMemory (TSEG_BASE, TSEG_SIZE), Bytes (TSEG_SIZE, 0xFF)) << "from outside";
   Run.StopInSmm ();
   EXPECT_EQ (Run.ReadSmram (SMM_VOLUME_BASE, Volume.size ()), Volume) << "what was loaded";

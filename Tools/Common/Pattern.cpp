@@ -25,6 +25,7 @@ Pattern::Search (const std::string &Text) const
     return {};
   }
   std::vector<std::optional<std::string>> Groups;
+  Groups.reserve (Places.size ());
   for (const auto [Begin, End] : Places) {
     Groups.push_back (Begin < 0
                           ? std::nullopt

@@ -1,5 +1,6 @@
 #include "QsmsimTest.h"
 
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include "EventVectors.h"

@@ -56,7 +56,8 @@ void
 Check (const Case &Row)
 {
   constexpr UINTN AllModes = OUTPUT_UNICODE | FORMAT_UNICODE;
-  const bool HasWideFormat = std::ranges::any_of (Row.Format, [] (auto c) { return c > 0xFF; });
+  const bool HasWideFormat =
+      std::ranges::any_of (Row.Format, [] (auto Unit) { return Unit > 0xFF; });
   const std::string Guards ((Row.Text.size () + 3) * 2 + 1, '\xA5');
   for (const UINTN Flags : {UINTN{0}, OUTPUT_UNICODE, FORMAT_UNICODE, AllModes}) {
     if (HasWideFormat && (Flags & FORMAT_UNICODE) == 0) {
