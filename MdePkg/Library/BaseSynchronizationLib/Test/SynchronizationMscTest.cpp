@@ -104,6 +104,7 @@ TEST_F (SpinLock, AssertsInThePassInWhichItsTimeIsUpAndIsNeverForced)
       {"the largest ratio, in bits 15:8 alone", ~0xFFULL, {0, 509999999999, 510000000000}},
       {"no ratio, no time", 0, {5, 5}},
       {"the counter may wrap", 0x100, {~0ULL, 1999999998, 1999999999}},
+      {"a counter that stands still counts nothing", 0x100, {7, 7, 2000000006, 2000000007}},
       {"a step back by 1 counts 1", 0x100, {9, 2000000007, 2000000006, 2000000005}},
       {"a step back by 3 counts -1", 0x100, {9, 2000000008, 2000000005, 2000000006, 2000000007}},
       {"a total below 0 is past any time", 0x100, {9, 6}},
