@@ -80,7 +80,7 @@ main (int ArgumentCount, char **Arguments)
       std::filesystem::resize_file (Trace, 0);
       const auto Ticks = TicksOf (Of, Machine);
       if (!Ticks) {
-        std::cerr << fmt::format ("SmiTime: {} did not take one SMI\n", Of.Name);
+        std::cerr << fmt::format ("SmiTime: {} took another number of SMIs than one\n", Of.Name);
         return 1;
       }
       std::cout << fmt::format ("{} {} {} {} {}\n", Each.Name, Of.Name, *Ticks,

@@ -41,9 +41,11 @@ function (qsm_add_test)
     target_sources (${ARG_NAME} PRIVATE ${ModuleSources})
     target_include_directories (${ARG_NAME} PRIVATE ${ARG_PCD} ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries (${ARG_NAME} PRIVATE ${ModuleDepends})
-    # A module's sources may have names of their own in common.
-    set_source_files_properties (${ModuleSources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    list (APPEND ARG_SOURCES ${ModuleSources})
   endif ()
+  # The driver's sources stay apart, as in the image.
+  list (FILTER ARG_SOURCES EXCLUDE REGEX "Test[.]cpp$")
+  set_source_files_properties (${ARG_SOURCES} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   target_link_libraries (${ARG_NAME} PRIVATE ${ARG_DEPENDS} qsm_host_options GTest::gtest_main)
   qsm_use_headers (TestHeaders ${ARG_NAME})
   gtest_discover_tests (${ARG_NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120 ${ARG_PROPERTIES})

@@ -1,6 +1,5 @@
 #include "Event.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 

@@ -1,5 +1,6 @@
 #include "Pattern.h"
 
+#include <new>
 #include <stdexcept>
 
 Pattern::Pattern (const char *Expression, Letters Case)
@@ -18,11 +19,16 @@ Pattern::~Pattern ()
 std::vector<std::optional<std::string>>
 Pattern::Search (const std::string &Text) const
 {
-  // The end is told by a position, as a text may have a NUL in it.
+  // The end is told by a position, an extension of the GNU C library: a text may have a NUL in it.
   std::vector<regmatch_t> Places (Compiled.re_nsub + 1);
   Places.front () = {0, static_cast<regoff_t> (Text.size ())};
-  if (regexec (&Compiled, Text.c_str (), Places.size (), Places.data (), REG_STARTEND) != 0) {
+  switch (regexec (&Compiled, Text.c_str (), Places.size (), Places.data (), REG_STARTEND)) {
+  case 0:
+    break;
+  case REG_NOMATCH:
     return {};
+  default:
+    throw std::bad_alloc ();
   }
   std::vector<std::optional<std::string>> Groups;
   Groups.reserve (Places.size ());

@@ -1,5 +1,5 @@
-/// Regular expressions of POSIX (IEEE 1003.1, 9.4). Those of the C++ library take as long to
-/// compile as thirty other sources.
+/// Regular expressions of POSIX (IEEE 1003.1, base definitions, 9.4). Those of the C++ library take
+/// as long to compile as thirty other sources.
 #pragma once
 
 #include <optional>
@@ -15,7 +15,7 @@ public:
     OfEitherCase
   };
 
-  /// An extended regular expression, which must be a valid one. A dot matches a newline as well.
+  /// An extended regular expression, which must be a valid one.
   explicit Pattern (const char *Expression, Letters Case = Letters::AsWritten);
   ~Pattern ();
   Pattern (const Pattern &) = delete;

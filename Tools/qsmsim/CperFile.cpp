@@ -1,7 +1,5 @@
 #include "CperFile.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
 
 #include "CperLayout.h"

@@ -128,7 +128,7 @@ std::optional<FoundEvent>
 ReadSelRecord (const std::string &Text)
 {
   constexpr auto EitherCase = Pattern::Letters::OfEitherCase;
-  static const Pattern Line ("^[[:space:]]*([0-9a-f]{1,4})[[:space:]]*[|,][^\n]*OEM record e0"
+  static const Pattern Line ("^[[:space:]]*([0-9a-f]{1,4})[[:space:]]*[|,][^\n\r]*OEM record e0"
                              "[[:space:]]*[|,]([0-9a-f[:space:]]+)$",
                              EitherCase);
   static const Pattern Data ("OEM Defined[[:space:]]*:[[:space:]]*([0-9a-f]+)", EitherCase);
@@ -173,7 +173,8 @@ ReadJson (const std::string &Text)
     }
     if (Json.contains ("time")) {
       Result.Time = Json["time"].get<std::string> ();
-      if (Pattern ("^" TIME_PATTERN "$").Search (*Result.Time).empty ()) {
+      static const Pattern Moment ("^" TIME_PATTERN "$");
+      if (Moment.Search (*Result.Time).empty ()) {
         Refuse (R"(expected a time like "2026-11-25T09:30:00Z")");
       }
     }
@@ -195,9 +196,9 @@ std::optional<FoundEvent>
 ReadTextLine (const std::string &Text)
 {
   static const Pattern Taken ("^[[:space:]]*([0-9]{1,18}): ((" TIME_PATTERN "), )?"
-                              "(\\w+, \\w+, \"[^\n]*\"): ([0-9A-F ]+)$");
+                              "([[:alnum:]_]+, [[:alnum:]_]+, \"[^\n\r]*\"): ([0-9A-F ]+)$");
   static const Pattern Sent (
-      "^[[:space:]]*(refused: (" TIME_PATTERN "), 0x([0-9A-F]{2}), [^\n]*, )?"
+      "^[[:space:]]*(refused: (" TIME_PATTERN "), 0x([0-9A-F]{2}), [^\n\r]*, )?"
       "NetFn 0x([0-9A-F]{2}), LUN ([0-9]), Cmd 0x([0-9A-F]{2}):([0-9A-F ]*)$");
   const auto NumberOf = [] (const std::optional<std::string> &Digits, int Base) {
     return std::stoul (*Digits, nullptr, Base);
@@ -224,6 +225,8 @@ ReadTextLine (const std::string &Text)
   }
   return std::nullopt;
 }
+
+#undef TIME_PATTERN
 
 /// Bare bytes: a record's, or a command's with or without its address in front. The data of an
 /// event begin with 0, which neither a record nor an address does.
