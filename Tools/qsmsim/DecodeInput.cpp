@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "DecodedText.h"
 #include "InputFile.h"
 #include "Pattern.h"
 #include "Record/RequestData.h"
@@ -58,7 +59,7 @@ ReadHex (const std::string &Text)
     const bool HasPrefix = Word.starts_with ("0x") || Word.starts_with ("0X");
     const std::string Digits = Word.substr (HasPrefix ? 2 : 0);
     if (Digits.empty () || (Digits.size () % 2 != 0 && Digits.size () != 1) ||
-        Digits.find_first_not_of ("0123456789ABCDEFabcdef") != Digits.npos) {
+        Digits.find_first_not_of (HEX_DIGITS) != Digits.npos) {
       Refuse (fmt::format ("expected bytes in hexadecimal, a line of a log of qsmbmc, or an OEM "
                            "record e0 as ipmitool prints it, found \"{}\"",
                            Word));
@@ -123,6 +124,13 @@ EventOfRecord (const std::vector<UINT8> &Record, std::optional<UINT64> Number)
   return Result;
 }
 
+/// The number of a group that took part in a match.
+UINT64
+NumberOf (const std::optional<std::string> &Digits, int Base)
+{
+  return std::stoul (*Digits, nullptr, Base);
+}
+
 /// A record as "sel list" prints it, with and without -v and -c; none if the text is no such.
 std::optional<FoundEvent>
 ReadSelRecord (const std::string &Text)
@@ -133,16 +141,13 @@ ReadSelRecord (const std::string &Text)
                              EitherCase);
   static const Pattern Data ("OEM Defined[[:space:]]*:[[:space:]]*([0-9a-f]+)", EitherCase);
   static const Pattern Id ("SEL Record ID[[:space:]]*:[[:space:]]*([0-9a-f]{1,4})", EitherCase);
-  const auto NumberOf = [] (const std::string &Digits) -> UINT64 {
-    return std::stoul (Digits, nullptr, 16);
-  };
   if (const auto Found = Line.Search (Text); !Found.empty ()) {
-    return EventOfRecord (ReadHex (*Found[2]), NumberOf (*Found[1]));
+    return EventOfRecord (ReadHex (*Found[2]), NumberOf (Found[1], 16));
   }
   if (const auto Found = Data.Search (Text); !Found.empty ()) {
     const auto Numbered = Id.Search (Text);
     return EventOfRecord (ReadHex (*Found[1]), !Numbered.empty ()
-                                                   ? std::optional (NumberOf (*Numbered[1]))
+                                                   ? std::optional (NumberOf (Numbered[1], 16))
                                                    : std::nullopt);
   }
   return std::nullopt;
@@ -200,9 +205,6 @@ ReadTextLine (const std::string &Text)
   static const Pattern Sent (
       "^[[:space:]]*(refused: (" TIME_PATTERN "), 0x([0-9A-F]{2}), [^\n\r]*, )?"
       "NetFn 0x([0-9A-F]{2}), LUN ([0-9]), Cmd 0x([0-9A-F]{2}):([0-9A-F ]*)$");
-  const auto NumberOf = [] (const std::optional<std::string> &Digits, int Base) {
-    return std::stoul (*Digits, nullptr, Base);
-  };
   if (const auto Found = Taken.Search (Text); !Found.empty ()) {
     FoundEvent Result = EventOf ({.Data = ReadHex (*Found[5])});
     Result.Form = EventForm::LogLine;

@@ -8,8 +8,7 @@
 std::vector<UINT8>
 RecordOfSection (const LooseSection &Section, std::string_view Body)
 {
-  constexpr UINTN BodyOffset = BODY_READ_OFFSET;
-  std::vector<UINT8> Bytes (BodyOffset + Body.size ());
+  std::vector<UINT8> Bytes (BODY_READ_OFFSET + Body.size ());
 
   CperRecordHeader Header = {};
   Header.SignatureStart = CPER_SIGNATURE_START;
@@ -26,7 +25,7 @@ RecordOfSection (const LooseSection &Section, std::string_view Body)
   }
 
   CperSectionDescriptor Descriptor = {};
-  Descriptor.SectionOffset = BodyOffset;
+  Descriptor.SectionOffset = BODY_READ_OFFSET;
   Descriptor.SectionLength = static_cast<UINT32> (Body.size ());
   Descriptor.Revision = CPER_SECTION_REVISION;
   Descriptor.ValidationBits = Section.ValidationBits;
@@ -38,6 +37,6 @@ RecordOfSection (const LooseSection &Section, std::string_view Body)
 
   std::memcpy (Bytes.data (), &Header, sizeof (Header));
   std::memcpy (&Bytes[offsetof (ErrorRecord, Section)], &Descriptor, sizeof (Descriptor));
-  std::copy (Body.begin (), Body.end (), Bytes.begin () + BodyOffset);
+  std::copy (Body.begin (), Body.end (), Bytes.begin () + BODY_READ_OFFSET);
   return Bytes;
 }

@@ -16,7 +16,7 @@ struct LooseSection {
   EFI_GUID FruId = {};
   CHAR8 FruText[20] = {};
 
-  /// As in a record header (UEFI 2.10, N.2.1).
+  // What the record's header has beside (UEFI 2.10, N.2.1).
   std::optional<UINT64> TimeStamp = {};
   UINT16 Revision = CPER_REVISION;
   UINT64 RecordId = 0;

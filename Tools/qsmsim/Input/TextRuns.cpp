@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "DecodedText.h"
 #include "DumpLines.h"
 #include "RawRecords.h"
 #include "Record/ErrorRecord.h"
@@ -20,7 +21,6 @@ namespace {
 
 using RunKind = TextRuns::RunKind;
 
-constexpr std::string_view HexDigits = "0123456789ABCDEFabcdef";
 constexpr std::string_view Base64Characters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/-_=";
 constexpr std::string_view LineEnds = "\r\n";
@@ -29,7 +29,7 @@ constexpr RunKind
 HexRun (std::string_view Start, std::string_view Separators = " \t\r\n")
 {
   return {.Start = Start,
-          .Characters = HexDigits,
+          .Characters = HEX_DIGITS,
           .Separators = Separators,
           .Decoder = HexDecoder,
           .UnitSize = 2,
